@@ -1,0 +1,72 @@
+# The floors of the library, lowest first. A floor may use lower floors only:
+# dorvane_floor() links all of them and nothing else, so an include that goes up does not compile.
+set(DORVANE_FLOORS platform base model network store core)
+
+# Settings shared by every target of ours.
+add_library(dorvane_settings INTERFACE)
+target_compile_definitions(dorvane_settings INTERFACE
+  QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY
+  QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+  QT_STRICT_ITERATORS QT_USE_QSTRINGBUILDER)
+target_compile_options(dorvane_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsuggest-override)
+if(DORVANE_WARNINGS_AS_ERRORS)
+  target_compile_options(dorvane_settings INTERFACE -Werror)
+endif()
+if(DORVANE_SANITIZE_ADDRESS)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(DORVANE_SANITIZE_THREAD)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+  add_compile_definitions(DORVANE_THREAD_SANITIZER)
+endif()
+
+# dorvane_floor(NAME SOURCES ... LIBRARIES ...): one target for one folder below src/.
+function(dorvane_floor name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  list(FIND DORVANE_FLOORS ${name} level)
+  if(level EQUAL -1)
+    message(FATAL_ERROR "${name} is not a floor; see DORVANE_FLOORS")
+  endif()
+  add_library(dorvane_${name} OBJECT ${arg_SOURCES})
+  target_compile_definitions(dorvane_${name} PRIVATE DORVANE_BUILDING)
+  target_include_directories(dorvane_${name} PUBLIC
+    ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(dorvane_${name} PUBLIC dorvane_settings Qt6::Core ${arg_LIBRARIES})
+  foreach(lower IN LISTS DORVANE_FLOORS)
+    if(lower STREQUAL name)
+      break()
+    endif()
+    target_link_libraries(dorvane_${name} PUBLIC dorvane_${lower})
+  endforeach()
+endfunction()
+
+# dorvane_use_floors(TARGET HIGHEST): link a program of ours with the objects of a floor and those below it.
+function(dorvane_use_floors target highest)
+  target_link_libraries(${target} PRIVATE dorvane_settings)
+  foreach(floor IN LISTS DORVANE_FLOORS)
+    target_link_libraries(${target} PRIVATE dorvane_${floor})
+    if(floor STREQUAL highest)
+      return()
+    endif()
+  endforeach()
+endfunction()
+
+# The library that applications link: all floors merged into one, because a static archive would
+# drop the object file that only holds the start-up function.
+function(dorvane_add_library)
+  add_library(Dorvane)
+  add_library(Dorvane::Dorvane ALIAS Dorvane)
+  foreach(floor IN LISTS DORVANE_FLOORS)
+    target_sources(Dorvane PRIVATE $<TARGET_OBJECTS:dorvane_${floor}>)
+  endforeach()
+  target_include_directories(Dorvane PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+  target_link_libraries(Dorvane
+    PUBLIC Qt6::Core
+    PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2 PkgConfig::PLIST)
+  target_link_options(Dorvane PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
+  set_target_properties(Dorvane PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} AUTOMOC OFF)
+endfunction()

@@ -1,0 +1,59 @@
+// DVState: the run-time state that every floor reads.
+#pragma once
+
+#include <QMutex>
+#include <QString>
+
+#include <atomic>
+
+// DVMainController's properties of the same names are views on it. Written on the main thread, read
+// on any: the flags are atomics, the texts are copied under a lock.
+class DVState
+{
+public:
+    static DVState &shared();
+
+    std::atomic<bool> appLaunched = false;
+    std::atomic<bool> log = false;
+    std::atomic<bool> debug = false;
+    std::atomic<bool> editionMode = false;
+    std::atomic<bool> servingMode = false;
+    std::atomic<bool> screenshotMode = false;
+    std::atomic<bool> mixedMode = false;
+    std::atomic<bool> allowLocaleChange = false;
+    std::atomic<bool> uiTest = false;
+    std::atomic<bool> analyticsEnabled = true; // option "analytics"
+    std::atomic<qint64> pullTimeout = 0;       // seconds
+
+    // Texts handed to the host carry cue markers.
+    bool stringsNeedCues() const { return allowLocaleChange || editionMode || screenshotMode; }
+
+    QString appId() const { return read(m_appId); }
+    void setAppId(const QString &id) { write(m_appId, id); }
+    QString aesKey() const { return read(m_aesKey); } // base64 text
+    void setAesKey(const QString &key) { write(m_aesKey, key); }
+    // Identifier of the locale now served, device form; null when none is.
+    QString currentLocaleIdentifier() const { return read(m_localeIdentifier); }
+    void setCurrentLocaleIdentifier(const QString &identifier) { write(m_localeIdentifier, identifier); }
+    // E-mail address of the signed-in user; null when nobody is signed in.
+    QString userEmail() const { return read(m_userEmail); }
+    void setUserEmail(const QString &email) { write(m_userEmail, email); }
+
+private:
+    QString read(const QString &member) const
+    {
+        const QMutexLocker lock(&m_mutex);
+        return member;
+    }
+    void write(QString &member, const QString &value)
+    {
+        const QMutexLocker lock(&m_mutex);
+        member = value;
+    }
+
+    mutable QMutex m_mutex;
+    QString m_appId;
+    QString m_aesKey;
+    QString m_localeIdentifier;
+    QString m_userEmail;
+};

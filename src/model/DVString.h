@@ -1,0 +1,75 @@
+// DVString and DVStringGroup: one text form of a key, and all forms of a key.
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class DVStringGroup;
+using DVStringGroupPtr = std::shared_ptr<DVStringGroup>;
+
+// A record, shared by identity. Not thread-safe: records live on the main thread.
+class DVString
+{
+public:
+    QString key;        // as the host passes it to the lookup (the XLIFF resname)
+    QString uid;        // the XLIFF trans-unit id, with its "[category]" suffix
+    QString pluralForm; // "zero" ... "other"; null for a string without plurals
+    std::weak_ptr<DVStringGroup> group;
+    bool dynamic = false;    // the text holds at least one format argument
+    bool fromBase = false;   // taken from the base-locale strings
+    QString localizedFormat; // the text; with cue markers when they were needed at reading; null when there is none
+    QString note;
+    QString localizedHash; // comparison key of the text
+    QList<QString> argumentFormatSpecifiers;
+
+    // Takes the text, and from it the arguments and the hash. A string that is already dynamic
+    // keeps its earlier list of specifiers.
+    void extractFormatFromString(const QString &markedText);
+    void recalculateHash();
+
+    // A new record with everything but the group.
+    std::shared_ptr<DVString> copy() const;
+    QString description() const;
+};
+using DVStringPtr = std::shared_ptr<DVString>;
+
+// The comparison key of a text: lower-cased, and for a dynamic text with its arguments emptied.
+QString dv_localizedHash(const QString &text, bool dynamic);
+
+enum DVStringStatus : quint32 {
+    DVStringStatusNone = 0,
+    DVStringStatusPublished = 1,
+    DVStringStatusAccepted = 2,
+    DVStringStatusRejected = 3,
+    DVStringStatusUntranslated = 4,
+};
+// "", "PUBLISHED", "ACCEPTED", "REJECTED", "UNTRANSLATED", else "UNKNOWN".
+QString dv_stringStatusName(quint32 status);
+
+class DVStringGroup : public std::enable_shared_from_this<DVStringGroup>
+{
+public:
+    QString key;
+    QHash<QString, DVStringPtr> pluralForms; // by category name, or "none"
+    bool hasPlurals = false;                 // of the most recently added form
+    QString rejectReason;
+    QString rejectDescription;
+    quint32 status = DVStringStatusNone;
+
+    // The group must be owned by a shared_ptr: the form's link back to it is weak.
+    void addStringForm(const DVStringPtr &form);
+    // A null name means "other" with plurals, else "none". Not strict: falls back to "other", then
+    // to the first form in the categories' order of presentation.
+    DVStringPtr stringForPluralForm(const QString &name, bool strict) const;
+    // Identifier of the string without the "[category]" suffix; null without a form.
+    QString uid() const;
+    QList<QString> sortedPluralFormNames() const;
+
+    // Forms are copied too; their links to a group are left empty.
+    DVStringGroupPtr copy() const;
+    QString description() const;
+};

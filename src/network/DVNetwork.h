@@ -1,0 +1,69 @@
+// DVNetwork: every HTTP exchange of the library.
+#pragma once
+
+#include "DVHttpTransport.h"
+
+#include <Dorvane/DVError.h>
+
+#include <QDateTime>
+#include <QJsonValue>
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+#include <optional>
+
+// JSON operations complete with (error, json) on the main thread, exactly once, never from inside
+// the call; json is there even with an error, undefined when there was none to decode.
+using DVJsonCompletion = std::function<void(const DVErrorOr &, const QJsonValue &)>;
+
+// Completion of a strings download, on the main thread. Dates that the answer does not give are invalid.
+using DVDownloadCompletion = std::function<void(const DVErrorOr &, const DVHttpResponse &,
+                                                const QDateTime &expirationDate, const QDateTime &downloadDate)>;
+
+// Stateless.
+class DVNetwork
+{
+public:
+    static QString deviceName();
+    static QString userAgent();
+
+    // "a=1&b=2" with the values percent-escaped, keys in QVariantMap's order; null for an empty map.
+    static QString makeParamsStringsWithDict(const QVariantMap &dict);
+    static DVHttpRequest getRequestForServer(int server, const QString &path, const QVariantMap &withParameters);
+    static DVHttpRequest postRequestForServer(int server, bool form, const QString &path,
+                                              const QVariantMap &withParameters);
+
+    static bool isSuccessStatusCode(int code); // 200 ... 399
+    // The error that a failing answer's JSON stands for, or none (an array).
+    static DVErrorOr errorFromJson(const QJsonValue &json, int code);
+
+    // Writes the dump (debug), the one-line form (info), and tracks "Request failed" on an error.
+    static void debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse, const DVErrorOr &error,
+                             const QJsonValue &andJson, const QString &bodyDebug);
+
+    static DVErrorOr writeData(const QByteArray &data, const QString &toFile);
+
+    static void getUrl(const QString &url, DVJsonCompletion withCompletion);
+    static void postPath(const QString &path, bool form, int onServer, const QVariantMap &withParameters,
+                         DVJsonCompletion andCompletion);
+
+    // Conditional GET of a strings file, in the background. Decryption, inflation and the write happen
+    // on the network thread.
+    static void downloadFileAtURL(const QString &url, const QString &localPath, const QDateTime &ifModifiedSince,
+                                  DVDownloadCompletion withCompletion);
+
+    // Blocks the caller, without an event loop, for at most `timeout` seconds. Dates that the answer
+    // does not give are left alone.
+    static DVErrorOr syncDownloadProdUrl(const QString &url, double timeout, const QString &toFile,
+                                         QDateTime *downloadDate, QDateTime *expirationDate);
+
+    // The answer handler of both. `error`: the connection's. Out-dates may be null.
+    static DVErrorOr saveStringsFileFromData(const QByteArray &data, const QString &toPath,
+                                             const DVHttpResponse &response, const DVErrorOr &error,
+                                             QDateTime *downloadDate, QDateTime *expirationDate);
+};
+
+// The strings file that a download replaces is kept beside it under this name until the new one has
+// been parsed once.
+QString dv_previousFilePath(const QString &path);

@@ -1,0 +1,22 @@
+// DVFolders: where the library may keep files.
+#pragma once
+
+#include <QString>
+
+namespace DVFolders {
+
+// The folder that plays the documents directory: on sandboxed mobile systems the documents
+// folder, elsewhere the application's own data folder. Empty when the platform has none.
+QString documents();
+QString caches();
+
+// documents() plus "Dorvane": every file of the library lives here. The folder need not exist yet.
+QString dorvaneFiles();
+
+// Replaces documents(), for tests and the command-line tool; an empty path restores the platform's.
+void setDocuments(const QString &path);
+
+// Creates `path` and missing parents. What it creates gets mode 0700. Returns whether the folder exists.
+bool makePrivateFolder(const QString &path);
+
+} // namespace DVFolders
