@@ -24,6 +24,9 @@ public:
     explicit DVStringLayers(std::vector<DVStringTablePtr> tables);
 
     bool isEmpty() const; // no table holds a string
+    // Puts tables on top of those that are here.
+    void layOver(const DVStringTablePtr &table);
+    void layOver(const DVStringLayers &upper);
     const std::vector<DVStringTablePtr> &tables() const { return m_tables; }
 
     template<typename Key>

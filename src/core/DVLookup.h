@@ -1,0 +1,42 @@
+// DVLookup: what lookups read, from any thread and without a lock.
+#pragma once
+
+#include "DVPluralForm.h"
+#include "DVPublished.h"
+#include "DVStringLayers.h"
+
+#include <Dorvane/Dorvane.h>
+
+#include <optional>
+
+// Immutable. A new one is published whole at every change that a lookup can see.
+struct DVLookupSnapshot
+{
+    bool launched = false;         // otherwise every lookup passes straight on
+    bool needCues = false;         // at the bundle's door
+    bool cuesAtQtDoor = false;     // the review tools are linked and texts need markers
+    bool editionEnabled = false;   // changed strings come first
+    bool localeServes = false;     // a locale store is set
+    bool baseServes = false;       // a base store is set
+    DVStringLayers dirty, locale, base;
+    DVPluralForm::Rule localeRule = nullptr;
+    DVPluralForm::Rule baseRule = nullptr;
+    QString layoutDirection; // "LTR" or "RTL" while a locale store serves, else null
+
+    bool servesSameAs(const DVLookupSnapshot &other) const;
+};
+
+namespace DVLookup {
+
+DVPublished<DVLookupSnapshot> &published();
+
+// The plural lookup behind Dorvane::pluralizedStringWithKey.
+QString pluralizedString(const QString &key, const DVNumber &value);
+
+// The lookup behind tr(): null is a miss, so that the next translator answers. `n` below 0: no count.
+QString translation(const char *context, const char *sourceText, int n);
+
+// Replaces DVBundle's lookup by DorvaneLocalizedStringForKey; once per process.
+void interceptBundleLookup();
+
+} // namespace DVLookup

@@ -1,0 +1,111 @@
+// DVMainController: owns the run-time configuration and the stores.
+#pragma once
+
+#include "DVBaseLocaleStrings.h"
+#include "DVLocaleStrings.h"
+#include "DVPluralForm.h"
+#include "DVState.h"
+
+#include <Dorvane/DVError.h>
+#include <Dorvane/DVLocale.h>
+
+#include <QDateTime>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class DVTranslatorPlace;
+
+// One for the process, never destroyed. Main thread only, but for what is said otherwise.
+class DVMainController
+{
+public:
+    using Completion = std::function<void(bool success)>;
+
+    static DVMainController &sharedInstance();
+
+    // Views on DVState, where lower floors read them.
+    QString appId() const { return DVState::shared().appId(); }
+    QString aesKey() const { return DVState::shared().aesKey(); }
+    bool appLaunched() const { return DVState::shared().appLaunched; }
+    bool log() const { return DVState::shared().log; }
+    bool debug() const { return DVState::shared().debug; }
+    bool editionMode() const { return DVState::shared().editionMode; }
+    bool servingMode() const { return DVState::shared().servingMode; }
+    bool screenshotMode() const { return DVState::shared().screenshotMode; }
+    bool mixedMode() const { return DVState::shared().mixedMode; }
+    bool allowLocaleChange() const { return DVState::shared().allowLocaleChange; }
+    bool uiTest() const { return DVState::shared().uiTest; }
+    bool stringsNeedCues() const { return DVState::shared().stringsNeedCues(); }
+    qint64 pullTimeout() const { return DVState::shared().pullTimeout; } // seconds
+
+    QDateTime launchTime() const { return m_launchTime; }
+    std::shared_ptr<DVLocaleStrings> localeStrings() const { return m_localeStrings; }
+    void setLocaleStrings(std::shared_ptr<DVLocaleStrings> strings);
+    std::shared_ptr<DVBaseLocaleStrings> baseLocaleStrings() const { return m_baseLocaleStrings; }
+    void setBaseLocaleStrings(std::shared_ptr<DVBaseLocaleStrings> strings);
+
+    void startWithProjectId(const QString &projectId, const QVariantMap &andOptions);
+    // False stops the start; its message is logged.
+    bool parseLaunchOptions(const QVariantMap &options);
+    void setupBaseLocale();
+    void setupServingEvents();
+
+    void autoSetLocale();
+    void forceOTALocale(const QString &identifier, bool allowSync, const Completion &withCompletion);
+    void changeOTALocale(const QString &identifier, const Completion &andCompletion);
+    void refreshStrings();
+    void localeDidChange();
+
+    // Reverse lookups of a text shown on screen; null when no string made it.
+    DVStringPtr dorvaneStringForLocalizedString(const QString &text) const;
+    // `values` (may be null): in, the values of empty nested strings; out, the values of all arguments.
+    DVStringPtr dorvaneStringWithNonNestedString(const QString &text, std::optional<QStringList> *values) const;
+    // Any thread.
+    QString pluralizedStringWithKey(const QString &key, const DVNumber &value) const;
+
+    // Of the locale store, else of the base store, else invalid.
+    DVLocale locale() const;
+    QString userEmail() const { return DVState::shared().userEmail(); }
+    static QString dorvaneFilesFolder();
+    static QString cacheFolder();
+
+    // Publishes what lookups read; announces the change when they would answer differently.
+    void publishSnapshot();
+
+    // The application object begins and ends.
+    void applicationBegins();
+    void applicationEnds();
+
+private:
+    DVMainController();
+
+    bool canStart() const;
+    bool applyServers(const QVariantMap &options);
+    bool parseServingOptions(const QVariantMap &options);
+    bool parseCaptureOptions(const QVariantMap &options);
+    void clearModesWithoutTools();
+    void runMode(const QVariantMap &options);
+
+    bool launchTimeIsUp() const;
+    void serve(const std::shared_ptr<DVLocaleStrings> &strings);
+    bool loadServedStrings();
+    void refreshInBackground(const std::shared_ptr<DVLocaleStrings> &strings, const Completion &then);
+    enum class Attempt { Served, Failed, Bailed };
+    Attempt attemptLocale(int index, const DVLocale &locale, QVariantMap *report, bool *send);
+    Attempt syncAtLaunch(const std::shared_ptr<DVLocaleStrings> &strings, const QString &errorKey,
+                         QVariantMap *report);
+    void fallBackToPackaged(QVariantMap *report);
+
+    QDateTime m_launchTime;
+    qint64 m_launchMonotonic = 0; // nanoseconds; the wall clock may jump
+    std::shared_ptr<DVLocaleStrings> m_localeStrings;
+    std::shared_ptr<DVBaseLocaleStrings> m_baseLocaleStrings;
+    std::unique_ptr<DVTranslatorPlace> m_translatorPlace;
+    std::unique_ptr<QObject> m_foregroundWatch;
+    QList<int> m_observers;
+};

@@ -1,0 +1,7 @@
+#include "DVAPISession.h"
+
+DVAPISession &DVAPISession::sharedInstance()
+{
+    static DVAPISession session;
+    return session;
+}
