@@ -1,0 +1,82 @@
+#include "DVLog.h"
+
+#include "DVMainQueue.h"
+#include "DVState.h"
+#include "DVUserDefaults.h"
+
+#include <Dorvane/DVNotificationCenter.h>
+
+#include <QLoggingCategory>
+
+#include <atomic>
+
+// Distributions switch debug output of every category off, so both of our levels are written as
+// info and the switches of DVState decide alone.
+Q_LOGGING_CATEGORY(lcDorvane, "dorvane", QtInfoMsg)
+
+namespace {
+
+std::atomic<bool> hostIsAppetize = false;
+
+// A message handler or observer of the host that looks a text up would otherwise log again, and
+// again, until the stack ends.
+class Writing
+{
+public:
+    Writing()
+        : m_nested(std::exchange(s_active, true))
+    {}
+    ~Writing() { s_active = m_nested; }
+    Q_DISABLE_COPY_MOVE(Writing)
+
+    bool isNested() const { return m_nested; }
+
+private:
+    static thread_local bool s_active;
+    const bool m_nested;
+};
+thread_local bool Writing::s_active = false;
+
+void write(const QString &message, const std::atomic<bool> &levelIsOn)
+{
+    const bool notify = hostIsAppetize.load(std::memory_order_relaxed);
+    if (!notify && !levelIsOn.load(std::memory_order_relaxed))
+        return;
+    const Writing writing;
+    if (writing.isNested())
+        return;
+    if (notify)
+        DVNotificationCenter::defaultCenter().postNotification(QStringLiteral("log"), nullptr,
+                                                               {{QStringLiteral("msg"), message}});
+    else
+        qCInfo(lcDorvane).noquote() << QString(QLatin1StringView("[DV] ") + message);
+}
+
+} // namespace
+
+void dv_logInfo(const QString &message)
+{
+    write(message, DVState::shared().log);
+}
+
+void dv_logDebug(const QString &message)
+{
+    write(message, DVState::shared().debug);
+}
+
+bool dv_wantsDebugLog()
+{
+    return DVState::shared().debug.load(std::memory_order_relaxed) ||
+           hostIsAppetize.load(std::memory_order_relaxed);
+}
+
+void dv_logDebugDeferred(const QString &message)
+{
+    if (dv_wantsDebugLog())
+        DVMainQueue::post([message] { dv_logDebug(message); });
+}
+
+void dv_refreshLogSink()
+{
+    hostIsAppetize.store(dv_hostSettingsContainAppetizeHost(), std::memory_order_relaxed);
+}

@@ -1,0 +1,21 @@
+#include "DVState.h"
+
+namespace {
+
+// Made by the compiler and never destroyed: lookups read it before main() and after it.
+union Storage {
+    constexpr Storage()
+        : state()
+    {}
+    ~Storage() {}
+
+    DVState state;
+};
+constinit Storage storage;
+
+} // namespace
+
+DVState &DVState::shared()
+{
+    return storage.state;
+}
