@@ -9,26 +9,36 @@
 #include <functional>
 #include <optional>
 
-// One marked piece found in a displayed text.
+// One marked piece found in a displayed text. The text is shared: nested pieces overlap, and a copy
+// of each would cost the square of a deeply nested text.
 struct DVEditionItem
 {
-    QString string;         // the piece, markers included
-    qsizetype location = 0; // range in the searched text
+    QString text;           // the searched text
+    qsizetype location = 0; // range in it
     qsizetype length = 0;
     int level = 0; // nesting depth, 1 for outermost
+
+    // The piece, markers included.
+    QString string() const { return text.mid(location, length); }
+
+    friend bool operator==(const DVEditionItem &, const DVEditionItem &) = default;
 };
 
 // The text with markers: string start, the text with each format specifier between argument
-// markers, string end. A text that begins with a string start is returned as it is.
+// markers, string end. A text that begins with a string start is returned as it is. A specifier
+// reaches from "%" to the next conversion character; from a "%" that none follows, the text is dropped.
 QString dv_stringWithCues(const QString &text);
 
 // The text with the content of each argument replaced by what `replacement` returns for it (nothing:
-// emptied). Not called for an empty argument. Markers are kept.
+// emptied). Not called for an empty argument. Markers are kept; one that ends an argument is added where
+// it is missing.
 using DVArgumentReplacement = std::function<std::optional<QString>(const QString &argument)>;
 QString dv_enumerateCuesUsingBlock(const QString &text, const DVArgumentReplacement &replacement);
 
-// The marked pieces of a displayed text, rightmost first. Unbalanced or oddly ordered markers give
-// an empty result. Linear in the text for texts with few levels; never worse than n log n.
+// The marked pieces of a displayed text, rightmost first. A text with a single piece is taken whole,
+// with what stands around its markers. Where the first start marker was cut off it is put back, and
+// ranges and pieces are those of the text with it. Unbalanced or oddly ordered markers give an empty
+// result. Linear in the text.
 QList<DVEditionItem> dv_localizedStringsInString(const QString &text);
 
 // Markers as "[", "]", "{", "}": for log messages.

@@ -1,0 +1,179 @@
+#include "DVCueMarkers.h"
+
+#include "DVLog.h"
+
+#include <algorithm>
+#include <vector>
+
+using namespace DVCueMarker;
+
+namespace {
+
+constexpr QStringView conversionCharacters = u"@dDuUxXoOfeEgGcCsSpaAF";
+
+// The index behind the format specifier that begins with the "%" at `percent`; -1 when no conversion
+// character follows.
+qsizetype endOfSpecifier(QStringView text, qsizetype percent)
+{
+    for (qsizetype i = percent; i < text.size(); ++i) {
+        if (conversionCharacters.contains(text[i]))
+            return i + 1;
+    }
+    return -1;
+}
+
+// A "%%" that ends the text is no escape: it is dropped like any "%" that no conversion follows.
+bool isEscapedPercent(QStringView text, qsizetype percent)
+{
+    return text.size() - percent > 2 && text[percent + 1] == u'%';
+}
+
+// Appends `text` with argument markers around its format specifiers.
+void appendMarked(QString &marked, QStringView text)
+{
+    qsizetype position = 0;
+    for (;;) {
+        const qsizetype percent = text.indexOf(u'%', position);
+        if (percent < 0)
+            break;
+        marked += text.sliced(position, percent - position);
+        if (isEscapedPercent(text, percent)) {
+            marked += u"%%";
+            position = percent + 2;
+            continue;
+        }
+        position = endOfSpecifier(text, percent);
+        if (position < 0)
+            return;
+        marked += QChar(argumentStart) % text.sliced(percent, position - percent) % QChar(argumentEnd);
+    }
+    marked += text.sliced(position);
+}
+
+std::vector<DVCue> stringCues(QStringView text)
+{
+    std::vector<DVCue> cues;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == stringStart || text[i] == stringEnd)
+            cues.push_back(DVCue::cueWithChar(text[i], i));
+    }
+    return cues;
+}
+
+// For each start cue, in order, its end and its depth. Empty when the cues are not balanced.
+QList<DVEditionItem> matchedPairs(const std::vector<DVCue> &cues)
+{
+    QList<DVEditionItem> items;
+    std::vector<qsizetype> open; // indexes into items
+    for (const DVCue &cue : cues) {
+        if (cue.cueType == DVCue::StringStart) {
+            open.push_back(items.size());
+            items.push_back({{}, cue.position, 0, int(open.size())});
+        } else if (open.empty()) {
+            return {};
+        } else {
+            auto &item = items[open.back()];
+            item.length = cue.position - item.location + 1;
+            open.pop_back();
+        }
+    }
+    return open.empty() ? items : QList<DVEditionItem>();
+}
+
+bool startWasCutOff(const QString &text)
+{
+    return text.endsWith(QChar(stringEnd)) && !text.startsWith(QChar(stringStart));
+}
+
+QList<DVEditionItem> unbalanced(const QString &text)
+{
+    dv_logDebugLazily([&] {
+        return QStringLiteral("Incorrect number of cues found in %1").arg(dv_stringShowingCues(text));
+    });
+    return {};
+}
+
+} // namespace
+
+QString dv_stringWithCues(const QString &text)
+{
+    if (text.startsWith(QChar(stringStart)))
+        return text;
+    QString marked;
+    marked.reserve(text.size() + 8);
+    marked += QChar(stringStart);
+    appendMarked(marked, text);
+    marked += QChar(stringEnd);
+    return marked;
+}
+
+QString dv_enumerateCuesUsingBlock(const QString &text, const DVArgumentReplacement &replacement)
+{
+    if (!text.contains(QChar(argumentStart)))
+        return text;
+    QString result;
+    result.reserve(text.size());
+    QStringView rest(text);
+    for (;;) {
+        const qsizetype start = rest.indexOf(argumentStart);
+        if (start < 0)
+            break;
+        const qsizetype end = rest.indexOf(argumentEnd, start);
+        const qsizetype argumentStop = end < 0 ? rest.size() : end;
+        const QStringView argument = rest.sliced(start + 1, argumentStop - start - 1);
+        result += rest.first(start + 1);
+        if (!argument.isEmpty())
+            result += replacement(argument.toString()).value_or(QString());
+        result += QChar(argumentEnd);
+        rest = end < 0 ? QStringView() : rest.sliced(end + 1);
+    }
+    result += rest;
+    return result;
+}
+
+// The pieces end from the inside out, so one pass with the open starts at hand finds each piece's end and
+// depth. Whoever removes matched pairs from a list instead pays for every removal.
+QList<DVEditionItem> dv_localizedStringsInString(const QString &text)
+{
+    const auto cues = stringCues(text);
+    if (cues.empty())
+        return {};
+    if (cues.size() % 2 != 0)
+        return startWasCutOff(text) ? dv_localizedStringsInString(QChar(stringStart) + text)
+                                    : unbalanced(text);
+
+    auto items = matchedPairs(cues);
+    if (items.isEmpty())
+        return unbalanced(text);
+    for (auto &item : items)
+        item.text = text;
+    if (items.size() == 1) {
+        items.front().location = 0;
+        items.front().length = text.size();
+        return items;
+    }
+    std::reverse(items.begin(), items.end());
+    dv_logDebugLazily([&] {
+        return QStringLiteral("%1 juxtaposed strings found in %2")
+            .arg(QString::number(items.size()), dv_stringShowingCues(text));
+    });
+    return items;
+}
+
+QString dv_stringShowingCues(const QString &text)
+{
+    QString shown = text;
+    shown.replace(QChar(argumentStart), u'{');
+    shown.replace(QChar(argumentEnd), u'}');
+    shown.replace(QChar(stringStart), u'[');
+    shown.replace(QChar(stringEnd), u']');
+    return shown;
+}
+
+QString dv_stringByRemovingCues(const QString &text)
+{
+    QString plain = text;
+    for (const char16_t marker : {stringStart, stringEnd, argumentStart, argumentEnd})
+        plain.remove(QChar(marker));
+    return plain;
+}

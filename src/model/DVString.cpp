@@ -1,0 +1,134 @@
+#include "DVString.h"
+
+#include "DVCueMarkers.h"
+#include "DVPluralForm.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+const QString &nameOfSingleForm()
+{
+    static const QString name = dv_pluralCategoryName(DVPluralCategory::None);
+    return name;
+}
+
+QList<QString> namesInOrderOfPresentation(const DVStringGroup &group)
+{
+    QList<QString> names = group.sortedPluralFormNames();
+    QList<QString> others;
+    for (auto it = group.pluralForms.keyBegin(); it != group.pluralForms.keyEnd(); ++it) {
+        if (!names.contains(*it))
+            others.append(*it);
+    }
+    std::sort(others.begin(), others.end());
+    return names + others;
+}
+
+} // namespace
+
+QString dv_localizedHash(const QString &text, bool dynamic)
+{
+    if (!dynamic)
+        return text.toLower();
+    return dv_enumerateCuesUsingBlock(text, [](const QString &) { return std::nullopt; }).toLower();
+}
+
+void DVString::extractFormatFromString(const QString &markedText)
+{
+    QList<QString> specifiers;
+    localizedFormat = dv_enumerateCuesUsingBlock(markedText, [&](const QString &argument) {
+        specifiers.append(argument);
+        return std::optional(argument);
+    });
+    if (!dynamic && !specifiers.isEmpty()) {
+        dynamic = true;
+        argumentFormatSpecifiers = specifiers;
+    }
+    recalculateHash();
+}
+
+void DVString::recalculateHash()
+{
+    localizedHash = dv_localizedHash(localizedFormat, dynamic);
+}
+
+std::shared_ptr<DVString> DVString::copy() const
+{
+    auto result = std::make_shared<DVString>(*this);
+    result->group.reset();
+    return result;
+}
+
+QString DVString::description() const
+{
+    const QString suffix = pluralForm.isNull() ? QString() : QStringLiteral(" (%1)").arg(pluralForm);
+    return QStringLiteral("<DVString (%1) [%2] %3%4>")
+        .arg(key, uid, dv_stringShowingCues(localizedFormat), suffix);
+}
+
+QString dv_stringStatusName(quint32 status)
+{
+    constexpr std::array<QLatin1StringView, 5> names{
+        QLatin1StringView(""), QLatin1StringView("PUBLISHED"), QLatin1StringView("ACCEPTED"),
+        QLatin1StringView("REJECTED"), QLatin1StringView("UNTRANSLATED")};
+    return status < names.size() ? names[status] : QLatin1StringView("UNKNOWN");
+}
+
+void DVStringGroup::addStringForm(const DVStringPtr &form)
+{
+    if (!form)
+        return;
+    if (key.isNull())
+        key = form->key;
+    hasPlurals = !form->pluralForm.isNull();
+    pluralForms.insert(hasPlurals ? form->pluralForm : nameOfSingleForm(), form);
+    form->group = weak_from_this();
+}
+
+DVStringPtr DVStringGroup::stringForPluralForm(const QString &name, bool strict) const
+{
+    const QString other = dv_pluralCategoryName(DVPluralCategory::Other);
+    const QString wanted = !name.isNull() ? name : hasPlurals ? other : nameOfSingleForm();
+    DVStringPtr form = pluralForms.value(wanted);
+    if (form || strict)
+        return form;
+    form = pluralForms.value(other);
+    if (form || pluralForms.isEmpty())
+        return form;
+    return pluralForms.value(namesInOrderOfPresentation(*this).front());
+}
+
+QString DVStringGroup::uid() const
+{
+    const auto form = stringForPluralForm({}, false);
+    return form ? form->uid.section(u'[', 0, 0) : QString();
+}
+
+QList<QString> DVStringGroup::sortedPluralFormNames() const
+{
+    QList<QString> names;
+    for (int i = 0; i < int(DVPluralCategory::None); ++i) {
+        const QString name = dv_pluralCategoryName(DVPluralCategory(i));
+        if (pluralForms.contains(name))
+            names.append(name);
+    }
+    return names;
+}
+
+DVStringGroupPtr DVStringGroup::copy() const
+{
+    auto result = std::make_shared<DVStringGroup>(*this);
+    for (auto &form : result->pluralForms)
+        form = form->copy();
+    return result;
+}
+
+QString DVStringGroup::description() const
+{
+    QList<QString> forms;
+    for (const QString &name : namesInOrderOfPresentation(*this))
+        forms.append(QString(name % u": " % pluralForms.value(name)->description()));
+    return QStringLiteral("<DVStringGroup %1 {%2}>").arg(key, forms.join(QLatin1StringView(", ")));
+}
