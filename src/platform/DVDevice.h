@@ -21,6 +21,7 @@ DVLocale currentLocale();
 // The operating system's version, such as "12" or "17.0".
 QString systemVersion();
 // The same as a number: "9.3.1" gives 9.3. A text that starts with no number gives 0.
+// Without an override at least 9.0: from there on the languages name their region, and ours are completed so.
 double systemVersionNumber();
 
 // The machine field of uname, such as "x86_64".
@@ -39,7 +40,8 @@ void setOverride(const Override &override);
 } // namespace DVDevice
 
 // Posted (sender: the application object) when the user's languages or formats change.
-inline constexpr QLatin1StringView DVCurrentLocaleDidChangeNotification{"DVCurrentLocaleDidChangeNotification"};
+inline constexpr QLatin1StringView DVCurrentLocaleDidChangeNotification{
+    "DVCurrentLocaleDidChangeNotification"};
 // Posted (sender: the application object) when the application returns to the foreground.
 inline constexpr QLatin1StringView DVApplicationWillEnterForegroundNotification{
     "DVApplicationWillEnterForegroundNotification"};

@@ -13,7 +13,8 @@ QString caches();
 // documents() plus "Dorvane": every file of the library lives here. The folder need not exist yet.
 QString dorvaneFiles();
 
-// Replaces documents(), for tests and the command-line tool; an empty path restores the platform's.
+// Replaces documents(), and caches() by "Caches" in it, for tests and the command-line tool; an empty
+// path restores the platform's. Thread-safe.
 void setDocuments(const QString &path);
 
 // Creates `path` and missing parents. What it creates gets mode 0700. Returns whether the folder exists.

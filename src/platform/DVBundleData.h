@@ -1,0 +1,48 @@
+// DVBundleData: what copies of a DVBundle share, the folder and what was read from it.
+#pragma once
+
+#include <QHash>
+#include <QMutex>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <atomic>
+#include <memory>
+
+// Thread-safe. Everything is read on first use and then kept.
+struct DVBundleData
+{
+public:
+    explicit DVBundleData(const QString &path);
+    ~DVBundleData();
+    Q_DISABLE_COPY_MOVE(DVBundleData)
+
+    bool exists() const { return m_exists; }
+    QString path() const { return m_path; }
+    QVariantMap info();
+    QStringList localizations();
+    QString pathForResource(const QString &name, const QString &type, const QString &localization) const;
+
+    // Null when no packaged table of this name has the key. Takes no lock once the table was read.
+    QString packagedText(const QString &key, const QString &table);
+
+private:
+    struct Table
+    {
+        QString name;
+        QHash<QString, QString> texts;
+        std::unique_ptr<const Table> next; // read before this one
+    };
+    const Table *findTable(const QString &name) const;
+    const Table *readTable(const QString &name);
+    QStringList searchedLocalizations();
+
+    const QString m_path; // absolute; empty for no bundle
+    const bool m_exists;
+    QMutex m_mutex; // recursive use: none; held while files are read
+    bool m_infoRead = false;
+    QVariantMap m_info;
+    std::unique_ptr<const Table> m_tables;
+    std::atomic<const Table *> m_firstTable = nullptr; // m_tables, for readers without the lock
+};

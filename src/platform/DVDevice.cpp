@@ -1,0 +1,148 @@
+#include "DVDevice.h"
+
+#include <QLocale>
+#include <QMutex>
+#include <QRegularExpression>
+#include <QSysInfo>
+
+#include <unicode/uloc.h>
+
+#include <algorithm>
+#include <array>
+
+#if defined(Q_OS_UNIX)
+#include <sys/utsname.h>
+#endif
+
+namespace {
+
+struct Overriding
+{
+    QMutex mutex;
+    DVDevice::Override value;
+};
+
+Overriding &overriding()
+{
+    static auto *instance = new Overriding; // never destroyed: threads may outlive static objects
+    return *instance;
+}
+
+DVDevice::Override currentOverride()
+{
+    auto &o = overriding();
+    const QMutexLocker lock(&o.mutex);
+    return o.value;
+}
+
+QString withoutPosixSuffix(const QString &identifier)
+{
+    const auto isSuffix = [](QChar c) { return c == u'.' || c == u'@'; };
+    return identifier.left(std::find_if(identifier.begin(), identifier.end(), isSuffix) - identifier.begin());
+}
+
+// "C" and "POSIX" mean that nobody chose a language; some systems spell it "en_US_POSIX".
+bool isNoPreference(const QString &identifier)
+{
+    return identifier.isEmpty() || identifier == u"C" || identifier == u"POSIX" ||
+           identifier.endsWith(u"_POSIX") || identifier.endsWith(u"-POSIX");
+}
+
+QString likelyIdentifier(const QString &identifier)
+{
+    std::array<char, ULOC_FULLNAME_CAPACITY> buffer{};
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_addLikelySubtags(identifier.toLatin1().constData(), buffer.data(), int32_t(buffer.size()), &status);
+    if (U_FAILURE(status) || status == U_STRING_NOT_TERMINATED_WARNING)
+        return {};
+    return QString::fromLatin1(buffer.data());
+}
+
+QString likelyRegion(const QString &language)
+{
+    const DVLocale likely(likelyIdentifier(language));
+    return likely.languageCode() == DVLocale(language).languageCode() ? likely.countryCode() : QString();
+}
+
+QString completedLanguage(const QString &language)
+{
+    const DVLocale asGiven(language);
+    if (!asGiven.countryCode().isEmpty())
+        return language;
+    const DVLocale current = DVDevice::currentLocale();
+    QString region;
+    if (current.languageCode() == asGiven.languageCode())
+        region = current.countryCode();
+    if (region.isEmpty())
+        region = likelyRegion(language);
+    return region.isEmpty() ? language : QString(language % u'-' % region);
+}
+
+// QLocale::name() with the script where the territory does not imply it ("uz_Cyrl_UZ").
+QString systemLocaleIdentifier()
+{
+    const QLocale locale = QLocale::system();
+    const QString name = locale.name();
+    const QString script = QLocale::scriptToCode(locale.script());
+    const QString likely = likelyIdentifier(name);
+    if (script.isEmpty() || likely.isEmpty() || likely.contains(QString(u'_' % script % u'_')))
+        return name;
+    return QString(name).replace(u"_"_qs, QString(u'_' % script % u'_'));
+}
+
+} // namespace
+
+QStringList DVDevice::preferredLanguages()
+{
+    const auto override = currentOverride();
+    const QStringList given = override.languages ? *override.languages : QLocale::system().uiLanguages();
+    QStringList languages;
+    for (const QString &entry : given) {
+        const QString language = withoutPosixSuffix(entry).replace(u'_', u'-');
+        if (!isNoPreference(language))
+            languages.append(language);
+    }
+    if (!languages.isEmpty())
+        languages.first() = completedLanguage(languages.first());
+    return languages;
+}
+
+DVLocale DVDevice::currentLocale()
+{
+    const auto override = currentOverride();
+    const QString given = override.locale ? *override.locale : systemLocaleIdentifier();
+    const QString identifier = withoutPosixSuffix(given).replace(u'-', u'_');
+    return isNoPreference(identifier) ? DVLocale() : DVLocale(identifier);
+}
+
+QString DVDevice::systemVersion()
+{
+    const auto override = currentOverride();
+    return override.systemVersion ? *override.systemVersion : QSysInfo::productVersion();
+}
+
+double DVDevice::systemVersionNumber()
+{
+    const auto override = currentOverride();
+    const QString version = override.systemVersion ? *override.systemVersion : QSysInfo::productVersion();
+    static const QRegularExpression leadingNumber(u"^[0-9]{1,9}(\\.[0-9]{1,9})?"_qs);
+    const double number = leadingNumber.match(version).captured().toDouble();
+    return override.systemVersion ? number : std::max(number, 9.0);
+}
+
+QString DVDevice::deviceName()
+{
+#if defined(Q_OS_UNIX)
+    utsname names;
+    if (uname(&names) == 0)
+        return QString::fromLocal8Bit(names.machine);
+#endif
+    return QSysInfo::currentCpuArchitecture();
+}
+
+void DVDevice::setOverride(const Override &override)
+{
+    auto &o = overriding();
+    const QMutexLocker lock(&o.mutex);
+    o.value = override;
+}
