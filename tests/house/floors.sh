@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# floors.sh ROOT FLOOR...: a room includes only rooms on its own or a lower floor (floors are given
+# lowest first), public headers include only public headers, applications include nothing else, and
+# nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
+set -euo pipefail
+cd "$1"
+shift
+floors=("$@")
+status=0
+
+complain() {
+    echo "$1" >&2
+    status=1
+}
+
+includes() { # folder...: "file:line:name" for each include of one of our own headers
+    grep -rnoE --include='*.h' --include='*.cpp' '^ *# *include *["<][^">]+[">]' "$@" 2>/dev/null |
+        sed -E 's/: *# *include *["<]([^">]+)[">]/:\1/' || true
+}
+
+declare -A level_of
+for level in "${!floors[@]}"; do
+    for header in "src/${floors[level]}"/*.h; do
+        [ -e "$header" ] || continue
+        name=${header##*/}
+        [ -z "${level_of[$name]:-}" ] || complain "$header: another floor has a header of that name"
+        level_of[$name]=$level
+    done
+done
+
+for level in "${!floors[@]}"; do
+    while IFS=: read -r file line name; do
+        above=${level_of[${name##*/}]:-$level}
+        [ "$above" -le "$level" ] || complain "$file:$line: ${floors[level]} may not include $name of ${floors[above]}"
+    done < <(includes "src/${floors[level]}")
+done
+
+while IFS=: read -r file line name; do
+    [ -z "${level_of[${name##*/}]:-}" ] || complain "$file:$line: only <Dorvane/...> may be included here, not $name"
+done < <(includes include examples)
+
+while IFS=: read -r file line name; do
+    case $name in
+    Qt[A-Z]*/* | private/*) complain "$file:$line: write the include without the module: $name" ;;
+    esac
+done < <(includes include src tools examples benchmarks tests)
+
+exit $status

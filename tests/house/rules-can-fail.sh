@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# rules-can-fail.sh COMPILER: shows each rule something that breaks it, one fault at a time.
+set -euo pipefail
+compiler=$1
+here=$(cd "$(dirname "$0")" && pwd)
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+status=0
+
+clean_tree() {
+    rm -rf "${tree:?}"/*
+    mkdir -p "$tree"/{include/Dorvane,src/low,src/high,examples}
+    echo '#pragma once' | tee "$tree"/{src/low/Low.h,src/high/High.h,include/Dorvane/DVPublic.h} >/dev/null
+    echo '#include "Low.h"' >"$tree/src/high/High.cpp"
+    echo '#include <Dorvane/DVPublic.h>' >"$tree/examples/main.cpp"
+}
+
+expect() { # accepts|rejects WHAT COMMAND...
+    local expected=$1 what=$2 actual=accepts
+    shift 2
+    "$@" >/dev/null 2>&1 || actual=rejects
+    if [ "$actual" != "$expected" ]; then
+        echo "$(basename "$1") $actual $what" >&2
+        status=1
+    fi
+}
+
+floors=("$here/floors.sh" "$tree" low high)
+headers=("$here/headers.sh" "$compiler" "$tree/include")
+library() { # SOURCE OPTION...: a shared library made of one line
+    local source=$1
+    shift
+    "$compiler" -x c++ -shared -fPIC -o "$tree/lib.so" - "$@" <<<"$source"
+}
+
+clean_tree
+expect accepts "a clean tree" "${floors[@]}"
+expect accepts "a clean tree" "$here/wording.sh" "$tree"
+expect accepts "a clean header" "${headers[@]}"
+
+echo '#include "High.h"' >"$tree/src/low/Low.cpp"
+expect rejects "an include that goes up" "${floors[@]}"
+clean_tree
+echo '#pragma once' >"$tree/src/high/Low.h"
+expect rejects "one header name on two floors" "${floors[@]}"
+clean_tree
+echo '#include "Low.h"' >>"$tree/include/Dorvane/DVPublic.h"
+expect rejects "a public header that includes a private one" "${floors[@]}"
+clean_tree
+echo '#  include <QtCore/QString>' >>"$tree/src/low/Low.h"
+expect rejects "an include with a Qt module" "${floors[@]}"
+
+clean_tree
+echo 'inline std::string dv_name();' >>"$tree/include/Dorvane/DVPublic.h"
+expect rejects "a header that needs another one first" "${headers[@]}"
+clean_tree
+echo '// See spec'.md >>"$tree/src/low/Low.h"
+expect rejects "a comment about a paper that is not here" "$here/wording.sh" "$tree"
+
+library 'extern "C" void abort(); void dv_ours() { abort(); }'
+expect accepts "our own names" "$here/exports.sh" "$tree/lib.so"
+expect accepts "a library without dependencies of note" "$here/dependencies.sh" "$tree/lib.so"
+library 'void dv_ours() {} extern "C" void inflate() {}'
+expect rejects "a foreign name" "$here/exports.sh" "$tree/lib.so"
+library 'void dv_ours() {}' -Wl,--no-as-needed -ldl -lrt -lpthread -lresolv
+expect rejects "a dependency that is not on the list" "$here/dependencies.sh" "$tree/lib.so"
+
+exit $status
