@@ -48,8 +48,8 @@ public:
     Dorvane() = delete;
 
     // Starts the library; call it once, after the application object exists and before the first
-    // window. `projectId`: the project on the translation platform; null fails. Options (a value of another type than
-    // stated reads as absent):
+    // window. `projectId`: the project on the translation platform; null fails. Options (a value of another
+    // type than stated reads as absent):
     //
     //   "mode"              "DVDisabled", "DVOTAServing", "DVInAppReview", "DVContextCapture",
     //                       "DVInAppReviewAndContextCapture"; absent or unknown: no mode
@@ -60,13 +60,13 @@ public:
     //   "syncTimeout"       seconds that a missing file may hold the start; default 3
     //   "apiUserId", "apiUserSecret"  API credentials; required for context capture
     //   "environment"       "stage", else production
-    //   "servers"           map of base URLs "api", "sso", "delivery", "deliveryCdn"; https, or http on loopback
-    //   "analytics"         boolean, default YES: usage events are collected and sent
-    //   "UITests"           boolean: the host runs automated user-interface tests
+    //   "servers"           map of base URLs "api", "sso", "delivery", "deliveryCdn"; https, or http on
+    //   loopback "analytics"         boolean, default YES: usage events are collected and sent "UITests"
+    //   boolean: the host runs automated user-interface tests
     //
     // With serving, the call holds the thread while it downloads strings that the device does not
-    // have, for at most "syncTimeout" per attempt; no event loop runs meanwhile. On another thread, or before there is an application
-    // object, it logs one line and does nothing.
+    // have, for at most "syncTimeout" per attempt; no event loop runs meanwhile. On another thread, or before
+    // there is an application object, it logs one line and does nothing.
     static void startWithProjectId(const QString &projectId, const QVariantMap &andOptions = {});
 
     // The locale now served: of the translations, else the project's base locale; invalid before a start.
@@ -77,7 +77,8 @@ public:
     // ("fr-CA", "fr_CA"). Strings on the device are served at once and refreshed in the background;
     // without any the completion waits for the download. The completion runs on the main thread
     // with whether strings of the locale are served.
-    static void setLocaleWithId(const QString &localeId, std::function<void(bool success)> andCompletion = {});
+    static void setLocaleWithId(const QString &localeId,
+                                std::function<void(bool success)> andCompletion = {});
 
     // The text of `key` in the plural form that fits `value`, in the served locale, else in the base
     // locale, else the main bundle's text. Any thread.
@@ -101,5 +102,6 @@ public:
 
 // The lookup that answers DVBundle::localizedStringForKey: the served locale's text, else the base
 // locale's, else the bundle's own. Any thread.
-DORVANE_EXPORT QString DorvaneLocalizedStringForKey(const DVBundle &bundle, const char *selector, const QString &key,
-                                                    const QString &value, const QString &table);
+DORVANE_EXPORT QString DorvaneLocalizedStringForKey(const DVBundle &bundle, const char *selector,
+                                                    const QString &key, const QString &value,
+                                                    const QString &table);

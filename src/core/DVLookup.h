@@ -12,12 +12,12 @@
 // Immutable. A new one is published whole at every change that a lookup can see.
 struct DVLookupSnapshot
 {
-    bool launched = false;         // otherwise every lookup passes straight on
-    bool needCues = false;         // at the bundle's door
-    bool cuesAtQtDoor = false;     // the review tools are linked and texts need markers
-    bool editionEnabled = false;   // changed strings come first
-    bool localeServes = false;     // a locale store is set
-    bool baseServes = false;       // a base store is set
+    bool launched = false;       // otherwise every lookup passes straight on
+    bool needCues = false;       // at the bundle's door
+    bool cuesAtQtDoor = false;   // the review tools are linked and texts need markers
+    bool editionEnabled = false; // changed strings come first
+    bool localeServes = false;   // a locale store is set
+    bool baseServes = false;     // a base store is set
     DVStringLayers dirty, locale, base;
     DVPluralForm::Rule localeRule = nullptr;
     DVPluralForm::Rule baseRule = nullptr;

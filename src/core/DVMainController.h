@@ -64,7 +64,8 @@ public:
     // Reverse lookups of a text shown on screen; null when no string made it.
     DVStringPtr dorvaneStringForLocalizedString(const QString &text) const;
     // `values` (may be null): in, the values of empty nested strings; out, the values of all arguments.
-    DVStringPtr dorvaneStringWithNonNestedString(const QString &text, std::optional<QStringList> *values) const;
+    DVStringPtr dorvaneStringWithNonNestedString(const QString &text,
+                                                 std::optional<QStringList> *values) const;
     // Any thread.
     QString pluralizedStringWithKey(const QString &key, const DVNumber &value) const;
 

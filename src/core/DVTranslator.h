@@ -15,7 +15,8 @@ class DVTranslator : public QTranslator
 public:
     using QTranslator::QTranslator;
     bool isEmpty() const override { return true; }
-    QString translate(const char *context, const char *sourceText, const char *disambiguation, int n) const override;
+    QString translate(const char *context, const char *sourceText, const char *disambiguation,
+                      int n) const override;
 };
 
 // One per application object; main thread. It is also the one event filter on the application.

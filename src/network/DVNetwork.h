@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QJsonValue>
+#include <QMutex>
 #include <QString>
 #include <QVariantMap>
 
@@ -67,3 +68,10 @@ public:
 // The strings file that a download replaces is kept beside it under this name until the new one has
 // been parsed once.
 QString dv_previousFilePath(const QString &path);
+// Held while a download keeps and replaces a strings file, and while the kept file is dropped or put
+// back: so that a file is never dropped on the strength of a parse of the one before.
+inline QMutex &dv_stringsFilesMutex()
+{
+    static QMutex mutex;
+    return mutex;
+}

@@ -14,7 +14,8 @@ public:
     // Reads a packaged strings file and lays its table over `intoDict`.
     static bool loadStringsFromLocalizableStringsAtPath(const QString &path, DVStringLayers *intoDict);
 
-    // Loads the source texts of the translation files on the device, borrowing a locale's files when none was fetched.
+    // Loads the source texts of the translation files on the device, borrowing a locale's files when none was
+    // fetched.
     void loadStrings();
     // Identifier of a locale with both a published and a pending file on the device, or null. The
     // folder is searched in the order of names.

@@ -85,7 +85,8 @@ public:
 protected:
     explicit DVLocaleStrings(const DVLocale &locale);
 
-    QString filePath(const QString &name) const;
+    // A file of the library for a locale; null when its identifier cannot be part of a path.
+    static QString filePath(const DVLocale &locale, QStringView suffix);
     void setLoadedStrings(DVStringLayers strings) { m_loadedStrings = std::move(strings); }
 
 private:

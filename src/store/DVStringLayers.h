@@ -29,8 +29,7 @@ public:
     void layOver(const DVStringLayers &upper);
     const std::vector<DVStringTablePtr> &tables() const { return m_tables; }
 
-    template<typename Key>
-    Hit find(const Key &key) const
+    template<typename Key> Hit find(const Key &key) const
     {
         for (const auto &table : m_tables) {
             if (const auto entry = table->find(key); entry != DVStringTable::notFound)

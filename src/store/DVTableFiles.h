@@ -9,10 +9,23 @@
 
 #include <functional>
 
+// What tells one content of a path from another: strings files are replaced by renaming, never rewritten.
+struct DVFileIdentity
+{
+    quint64 device = 0;
+    quint64 inode = 0;
+    qint64 size = -1; // -1: no file
+    qint64 modifiedNs = 0;
+
+    static DVFileIdentity ofPath(const QString &path);
+    friend bool operator==(const DVFileIdentity &, const DVFileIdentity &) = default;
+};
+
 struct DVFileTables
 {
     DVStringTablePtr strings;
     DVStringTablePtr sources; // the source-language texts
+    DVFileIdentity identity;  // of the file that they were read from
 };
 
 namespace DVTableFiles {

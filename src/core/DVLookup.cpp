@@ -1,0 +1,214 @@
+#include "DVLookup.h"
+
+#include "DVCueMarkers.h"
+#include "DVLog.h"
+
+#include <Dorvane/DVRuntime.h>
+
+#include <atomic>
+#include <cstring>
+
+namespace {
+
+// The bundle's own implementation, which ours replaced.
+std::atomic<DVLocalizedStringForKeyImp> LocalizedStringForKeyIMP = nullptr;
+
+QString originalLookup(const DVBundle &bundle, const char *selector, const QString &key, const QString &value,
+                       const QString &table)
+{
+    const auto original = LocalizedStringForKeyIMP.load(std::memory_order_acquire);
+    return original ? original(bundle, selector, key, value, table)
+                    : bundle.packagedStringForKey(key, value, table);
+}
+
+QString text(const DVStringLayers &layers, QStringView key)
+{
+    const auto hit = layers.find(key);
+    return hit ? hit.table->text(hit.entry) : QString();
+}
+
+QString pluralText(const DVStringLayers &layers, QStringView key, DVPluralCategory category)
+{
+    const auto hit = layers.find(key);
+    return hit ? hit.table->text(hit.entry, category) : QString();
+}
+
+// What the stores say; logged only after the reading ended, since a log handler may take its time.
+enum class Origin { None, Locale, Base };
+
+Origin storedString(const QString &key, QString *string, bool *launched, bool *needCues)
+{
+    const DVReading reading;
+    const DVLookupSnapshot *snapshot = DVLookup::published().read();
+    *launched = snapshot && snapshot->launched;
+    if (!*launched)
+        return Origin::None;
+    *needCues = snapshot->needCues;
+    if (snapshot->editionEnabled)
+        *string = text(snapshot->dirty, key);
+    if (string->isNull())
+        *string = text(snapshot->locale, key);
+    if (!string->isNull())
+        return Origin::Locale;
+    *string = text(snapshot->base, key);
+    return string->isNull() ? Origin::None : Origin::Base;
+}
+
+bool isLayoutDirectionKey(const char *sourceText)
+{
+    return sourceText[0] == 'Q' && std::strcmp(sourceText, "QT_LAYOUT_DIRECTION") == 0;
+}
+
+// Key sequences are parsed by Qt; a translated "Ctrl" would break every shortcut.
+bool neverAnswered(const char *context)
+{
+    return context && context[0] == 'Q' && std::strcmp(context, "QShortcut") == 0;
+}
+
+QString formText(DVStringLayers::Hit hit, DVPluralForm::Rule rule, int n, bool cues)
+{
+    const bool counted = n >= 0 && rule && hit.table->hasPlurals(hit.entry);
+    if (!counted)
+        return cues ? hit.table->text(hit.entry) : hit.table->plainText(hit.entry);
+    const DVPluralCategory category = rule(n, float(n));
+    return cues ? hit.table->text(hit.entry, category) : hit.table->plainText(hit.entry, category);
+}
+
+void logAnswer(const char *sourceText, const QString &answer, const char *origin)
+{
+    if (dv_wantsDebugLog()) {
+        dv_logDebugDeferred(QStringLiteral("%1: \"%2\" (from %3)")
+                                .arg(QString::fromUtf8(sourceText), answer, QLatin1StringView(origin)));
+    }
+}
+
+} // namespace
+
+bool DVLookupSnapshot::servesSameAs(const DVLookupSnapshot &other) const
+{
+    if (launched != other.launched)
+        return false;
+    if (!launched)
+        return true;
+    return cuesAtQtDoor == other.cuesAtQtDoor && layoutDirection == other.layoutDirection &&
+           localeRule == other.localeRule && baseRule == other.baseRule &&
+           (!editionEnabled || dirty.hasSameContent(other.dirty)) && editionEnabled == other.editionEnabled &&
+           locale.hasSameContent(other.locale) && base.hasSameContent(other.base);
+}
+
+DVPublished<DVLookupSnapshot> &DVLookup::published()
+{
+    // Never destroyed: a lookup may come after the static objects are gone.
+    static auto *snapshot = new DVPublished<DVLookupSnapshot>;
+    return *snapshot;
+}
+
+QString DorvaneLocalizedStringForKey(const DVBundle &bundle, const char *selector, const QString &key,
+                                     const QString &value, const QString &table)
+{
+    QString string;
+    bool launched = false;
+    bool needCues = false;
+    const Origin origin = storedString(key, &string, &launched, &needCues);
+    if (!launched)
+        return originalLookup(bundle, selector, key, value, table);
+    if (origin != Origin::None) {
+        dv_logDebugLazily([&] {
+            return QStringLiteral("%1: \"%2\" (from %3)")
+                .arg(key, string,
+                     origin == Origin::Locale ? QStringLiteral("current locale strings")
+                                              : QStringLiteral("base"));
+        });
+        return string;
+    }
+    const QString original = originalLookup(bundle, selector, key, value, table);
+    return needCues ? dv_stringWithCues(original) : original;
+}
+
+QString DVLookup::pluralizedString(const QString &key, const DVNumber &value)
+{
+    const auto find = [&](bool serves, const DVStringLayers &layers, DVPluralForm::Rule rule,
+                          QString *category) {
+        if (!serves)
+            return QString();
+        const DVPluralCategory found =
+            rule ? rule(value.integerValue(), value.floatValue()) : DVPluralCategory::Other;
+        *category = dv_pluralCategoryName(found);
+        return pluralText(layers, key, found);
+    };
+    QString string;
+    QString category;
+    const char *origin = "current locale strings";
+    {
+        const DVReading reading;
+        const DVLookupSnapshot *snapshot = published().read();
+        if (snapshot && snapshot->launched) {
+            if (snapshot->editionEnabled)
+                string = find(snapshot->localeServes, snapshot->dirty, snapshot->localeRule, &category);
+            if (string.isNull())
+                string = find(snapshot->localeServes, snapshot->locale, snapshot->localeRule, &category);
+            if (string.isNull()) {
+                origin = "base locale strings";
+                string = find(snapshot->baseServes, snapshot->base, snapshot->baseRule, &category);
+            }
+        }
+    }
+    if (string.isNull())
+        return DVBundle::mainBundle().localizedStringForKey(key, QString(), QString());
+    dv_logDebugLazily([&] {
+        return QStringLiteral("%1[%2]: \"%3\" (from %4)")
+            .arg(key, category, string, QLatin1StringView(origin));
+    });
+    return string;
+}
+
+QString DVLookup::translation(const char *context, const char *sourceText, int n)
+{
+    if (!sourceText || !*sourceText || neverAnswered(context))
+        return {};
+    const DVReading reading;
+    const DVLookupSnapshot *snapshot = published().read();
+    if (!snapshot || !snapshot->launched)
+        return {};
+    if (isLayoutDirectionKey(sourceText) && !snapshot->layoutDirection.isNull())
+        return snapshot->layoutDirection;
+
+    const bool cues = snapshot->cuesAtQtDoor;
+    if (snapshot->editionEnabled) {
+        if (const auto hit = snapshot->dirty.find(sourceText)) {
+            const QString answer = formText(hit, snapshot->localeRule, n, cues);
+            if (!answer.isEmpty())
+                return answer;
+        }
+    }
+    if (const auto hit = snapshot->locale.find(sourceText)) {
+        const QString answer = formText(hit, snapshot->localeRule, n, cues);
+        if (!answer.isEmpty()) {
+            logAnswer(sourceText, answer, "current locale strings");
+            return answer;
+        }
+    }
+    // A base text that equals its source says nothing new, and would hide the application's own translations.
+    if (const auto hit = snapshot->base.find(sourceText); hit && !hit.table->textEqualsKey(hit.entry)) {
+        const QString answer = formText(hit, snapshot->baseRule, n, cues);
+        if (!answer.isEmpty()) {
+            logAnswer(sourceText, answer, "base");
+            return answer;
+        }
+    }
+    return {};
+}
+
+void DVLookup::interceptBundleLookup()
+{
+    static const bool intercepted = [] {
+        DVImp original = nullptr;
+        const bool done =
+            dv_class_swizzleMethodAndStore("DVBundle", "localizedStringForKey:value:table:",
+                                           reinterpret_cast<DVImp>(&DorvaneLocalizedStringForKey), &original);
+        LocalizedStringForKeyIMP.store(reinterpret_cast<DVLocalizedStringForKeyImp>(original),
+                                       std::memory_order_release);
+        return done;
+    }();
+    Q_UNUSED(intercepted)
+}

@@ -1,0 +1,136 @@
+#include "DVMainController.h"
+
+#include "DVAnalytics.h"
+#include "DVFolders.h"
+#include "DVForegroundWatch.h"
+#include "DVHttpTransport.h"
+#include "DVLookup.h"
+#include "DVTableFiles.h"
+#include "DVTranslator.h"
+
+#include <Dorvane/DVNotificationCenter.h>
+
+#include <QCoreApplication>
+
+#include <unicode/uloc.h>
+
+namespace {
+
+// Together at most 50 ms: the host's exit must not feel them.
+constexpr int analyticsEndMs = 20;
+constexpr int networkEndMs = 15;
+constexpr int parsingEndMs = 10;
+
+QString layoutDirectionOf(const DVLocale &locale)
+{
+    const bool rightToLeft = uloc_isRightToLeft(locale.identifier().toLatin1().constData());
+    return rightToLeft ? QStringLiteral("RTL") : QStringLiteral("LTR");
+}
+
+} // namespace
+
+DVMainController &DVMainController::sharedInstance()
+{
+    static auto *controller = new DVMainController; // never destroyed: lookups outlive everything else
+    return *controller;
+}
+
+DVMainController::DVMainController()
+{
+    DVLocaleStrings::setLoadObserver([this] { publishSnapshot(); });
+}
+
+void DVMainController::setLocaleStrings(std::shared_ptr<DVLocaleStrings> strings)
+{
+    m_localeStrings = std::move(strings);
+    DVState::shared().setCurrentLocaleIdentifier(locale().identifier());
+    publishSnapshot();
+}
+
+void DVMainController::setBaseLocaleStrings(std::shared_ptr<DVBaseLocaleStrings> strings)
+{
+    m_baseLocaleStrings = std::move(strings);
+    DVState::shared().setCurrentLocaleIdentifier(locale().identifier());
+    publishSnapshot();
+}
+
+DVLocale DVMainController::locale() const
+{
+    if (m_localeStrings)
+        return m_localeStrings->locale();
+    return m_baseLocaleStrings ? m_baseLocaleStrings->locale() : DVLocale();
+}
+
+QString DVMainController::dorvaneFilesFolder()
+{
+    return DVFolders::dorvaneFiles();
+}
+
+QString DVMainController::cacheFolder()
+{
+    return DVFolders::caches();
+}
+
+void DVMainController::publishSnapshot()
+{
+    auto snapshot = std::make_shared<DVLookupSnapshot>();
+    snapshot->launched = appLaunched();
+    snapshot->needCues = stringsNeedCues();
+    if (m_localeStrings) {
+        snapshot->localeServes = true;
+        snapshot->locale = m_localeStrings->loadedStrings();
+        snapshot->dirty = m_localeStrings->dirtyStrings();
+        snapshot->localeRule = DVPluralForm::ruleForLocale(m_localeStrings->locale());
+        if (!snapshot->locale.isEmpty())
+            snapshot->layoutDirection = layoutDirectionOf(m_localeStrings->locale());
+    }
+    if (m_baseLocaleStrings) {
+        snapshot->baseServes = true;
+        snapshot->base = m_baseLocaleStrings->loadedStrings();
+        snapshot->baseRule = DVPluralForm::ruleForLocale(m_baseLocaleStrings->locale());
+    }
+    auto &published = DVLookup::published();
+    const auto before = published.owner() ? published.owner() : std::make_shared<DVLookupSnapshot>();
+    published.publish(snapshot);
+    if (!m_translatorPlace || snapshot->servesSameAs(*before))
+        return;
+    m_translatorPlace->moveToFront();
+    m_translatorPlace->announceChange();
+}
+
+void DVMainController::applicationBegins()
+{
+    DVLookup::interceptBundleLookup();
+    m_translatorPlace = std::make_unique<DVTranslatorPlace>();
+}
+
+void DVMainController::applicationEnds()
+{
+    m_translatorPlace.reset();
+    m_foregroundWatch.reset();
+    for (const int observer : std::as_const(m_observers))
+        DVNotificationCenter::defaultCenter().removeObserver(observer);
+    m_observers.clear();
+    const bool started = m_launchMonotonic != 0;
+    m_launchMonotonic = 0;
+    auto &state = DVState::shared();
+    state.appLaunched = state.servingMode = state.editionMode = state.screenshotMode = state.mixedMode =
+        false;
+    setLocaleStrings(nullptr);
+    setBaseLocaleStrings(nullptr);
+    if (!started)
+        return;
+    DVAnalytics::sharedInstance().finish(analyticsEndMs);
+    DVHttpTransport::shutDown(networkEndMs);
+    DVTableFiles::finish(parsingEndMs);
+    dv_reclaimRetired();
+}
+
+// Before the host's own code runs, both doors of the lookup are in place; until a start they pass
+// everything on.
+static void dv_applicationBegins()
+{
+    qAddPostRoutine([] { DVMainController::sharedInstance().applicationEnds(); });
+    DVMainController::sharedInstance().applicationBegins();
+}
+Q_COREAPP_STARTUP_FUNCTION(dv_applicationBegins)

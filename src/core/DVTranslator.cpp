@@ -1,0 +1,78 @@
+#include "DVTranslator.h"
+
+#include "DVDevice.h"
+#include "DVLookup.h"
+
+#include <Dorvane/DVNotificationCenter.h>
+
+#include <QCoreApplication>
+#include <QEvent>
+
+namespace {
+
+// Ours, so that the filter can tell it from the host's. The event queue may merge it into one that
+// the host posted: then the filter sees the host's, and moves the translator to the front once more.
+class PublicationEvent : public QEvent
+{
+public:
+    PublicationEvent()
+        : QEvent(QEvent::LanguageChange)
+    {}
+    PublicationEvent *clone() const override { return new PublicationEvent(*this); }
+};
+
+} // namespace
+
+QString DVTranslator::translate(const char *context, const char *sourceText, const char *, int n) const
+{
+    return DVLookup::translation(context, sourceText, n);
+}
+
+DVTranslatorPlace::DVTranslatorPlace()
+{
+    QCoreApplication::instance()->installEventFilter(this);
+    moveToFront();
+}
+
+DVTranslatorPlace::~DVTranslatorPlace()
+{
+    m_swallow = true;
+    QCoreApplication::removeTranslator(m_translator.get());
+    if (auto *application = QCoreApplication::instance())
+        application->removeEventFilter(this);
+}
+
+void DVTranslatorPlace::moveToFront()
+{
+    auto front = std::make_unique<DVTranslator>();
+    QCoreApplication::installTranslator(front.get());
+    if (m_translator) {
+        m_swallow = true;
+        QCoreApplication::removeTranslator(m_translator.get());
+        m_swallow = false;
+    }
+    m_translator = std::move(front);
+}
+
+void DVTranslatorPlace::announceChange()
+{
+    QCoreApplication::postEvent(QCoreApplication::instance(), new PublicationEvent);
+}
+
+bool DVTranslatorPlace::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::LanguageChange && event->type() != QEvent::LocaleChange)
+        return false;
+    if (watched != QCoreApplication::instance())
+        return false;
+    if (event->type() == QEvent::LocaleChange) {
+        DVNotificationCenter::defaultCenter().postNotification(DVCurrentLocaleDidChangeNotification, watched);
+        return false;
+    }
+    if (m_swallow)
+        return true;
+    // The host installed or removed a translator: ours goes to the front before anybody asks again.
+    if (!dynamic_cast<PublicationEvent *>(event))
+        moveToFront();
+    return false;
+}

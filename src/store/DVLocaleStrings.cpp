@@ -1,0 +1,325 @@
+#include "DVLocaleStrings.h"
+
+#include "DVBaseLocaleStrings.h"
+#include "DVClock.h"
+#include "DVFolders.h"
+#include "DVLocaleIdentifiers.h"
+#include "DVLog.h"
+#include "DVMainQueue.h"
+#include "DVNetwork.h"
+#include "DVReplacedFile.h"
+#include "DVServerUrl.h"
+#include "DVState.h"
+#include "DVTableFiles.h"
+#include "DVUserDefaults.h"
+#include "DVVersion.h"
+
+#include <Dorvane/DVBundle.h>
+#include <Dorvane/DVNotificationCenter.h>
+
+#include <QFileInfo>
+#include <QUrl>
+
+namespace {
+
+constexpr QLatin1StringView lastDownloadProperty("DVLastDownload");
+constexpr QLatin1StringView expirationProperty("DVExpiration");
+
+std::function<void()> &loadObserver()
+{
+    static std::function<void()> observer;
+    return observer;
+}
+
+} // namespace
+
+std::shared_ptr<DVLocaleStrings> DVLocaleStrings::localeStringsForLocale(const DVLocale &locale)
+{
+    return std::shared_ptr<DVLocaleStrings>(new DVLocaleStrings(locale));
+}
+
+DVLocaleStrings::DVLocaleStrings(const DVLocale &locale)
+    : m_locale(locale)
+{}
+
+DVLocaleStrings::~DVLocaleStrings() = default;
+
+void DVLocaleStrings::setLoadObserver(std::function<void()> observer)
+{
+    loadObserver() = std::move(observer);
+}
+
+// Files
+
+QString DVLocaleStrings::filePath(const DVLocale &locale, QStringView suffix)
+{
+    const QString folder = DVFolders::dorvaneFiles();
+    if (folder.isEmpty() || !dv_isSafeLocaleIdentifier(locale.identifier()))
+        return {};
+    return folder + u'/' + dv_versionForNames() + u'_' + locale.identifier() + suffix;
+}
+
+QString DVLocaleStrings::publishedFilePath() const
+{
+    return filePath(m_locale, u"_published.xlf");
+}
+
+QString DVLocaleStrings::pendingFilePath() const
+{
+    return filePath(m_locale, u"_pending.xlf");
+}
+
+QString DVLocaleStrings::dirtyFilePath() const
+{
+    return filePath(m_locale, u"_edited.xlf");
+}
+
+QString DVLocaleStrings::packagedFilePath() const
+{
+    if (!dv_isSafeLocaleIdentifier(m_locale.identifier()))
+        return {};
+    return DVBundle::mainBundle().pathForResource(m_locale.identifier(), QStringLiteral("xlf"));
+}
+
+// Loading
+
+bool DVLocaleStrings::loadStringsFromPath(const QString &path, DVStringLayers *intoDict,
+                                          DVStringLayers *source, quint32 withStatus)
+{
+    if (path.isEmpty() || !QFileInfo::exists(path))
+        return false;
+    dv_logDebugLazily([&] { return QString(u"Loading strings from " + path); });
+    DVFileTables tables;
+    DVErrorOr error;
+    const auto failure =
+        DVTableFiles::load(path, withStatus, DVState::shared().stringsNeedCues(), &tables, &error);
+    if (failure == DVTableFiles::Failure::None) {
+        DVReplacedFile::forget(path, tables.identity);
+        intoDict->layOver(tables.strings);
+        if (source)
+            source->layOver(tables.sources);
+        return true;
+    }
+    if (error) {
+        dv_logDebugLazily([&] {
+            return QStringLiteral("Error loading strings from %1: %2").arg(path, error->description);
+        });
+    }
+    if (failure == DVTableFiles::Failure::Unparsable && DVReplacedFile::deleteAndRestore(path))
+        return loadStringsFromPath(path, intoDict, source, withStatus);
+    return false;
+}
+
+bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *baseStrings)
+{
+    const bool review = DVState::shared().editionMode;
+    DVStringLayers result;
+    DVStringLayers sources;
+    bool loaded = loadStringsFromPath(publishedFilePath(), &result, &sources, DVStringStatusPublished);
+    if (review)
+        loaded |= loadStringsFromPath(pendingFilePath(), &result, &sources, DVStringStatusNone);
+    if (!loaded)
+        loadStringsFromPath(packagedFilePath(), &result, &sources, DVStringStatusPublished);
+    if (!result.isEmpty())
+        m_loadedStrings = result;
+    if (baseStrings)
+        baseStrings->setSourceStrings(sources);
+    dv_logDebugLazily([&] {
+        return QStringLiteral("Loaded strings %1: %2 keys")
+            .arg(m_locale.identifier())
+            .arg(m_loadedStrings.keyCount());
+    });
+    if (baseStrings) {
+        dv_logDebugLazily([&] {
+            return QStringLiteral("Base locale strings %1: %2 keys")
+                .arg(baseStrings->locale().identifier())
+                .arg(baseStrings->loadedStrings().keyCount());
+        });
+    }
+    if (loadObserver())
+        loadObserver()();
+    DVNotificationCenter::defaultCenter().postNotification(
+        QStringLiteral("DorvaneStringsUpdatedNotification"), this);
+    return true;
+}
+
+// Dates
+
+QString DVStoredDates::key(const QString &property, const DVLocale &locale)
+{
+    return property + u'-' + dv_versionForNames() + u'-' + dorvaneLocaleIdentifier(locale);
+}
+
+QDateTime DVLocaleStrings::dateForProperty(const QString &property) const
+{
+    const auto seconds = DVUserDefaults::standard().integerForKey(DVStoredDates::key(property, m_locale));
+    if (!seconds || *seconds < 1)
+        return {};
+    return QDateTime::fromSecsSinceEpoch(*seconds, Qt::UTC);
+}
+
+void DVLocaleStrings::setDate(const QDateTime &date, const QString &forProperty)
+{
+    const QString key = DVStoredDates::key(forProperty, m_locale);
+    if (date.isValid())
+        DVUserDefaults::standard().setInteger(key, date.toMSecsSinceEpoch() / 1000);
+    else
+        DVUserDefaults::standard().removeKey(key);
+}
+
+QDateTime DVLocaleStrings::lastDownloadDate() const
+{
+    return dateForProperty(lastDownloadProperty);
+}
+void DVLocaleStrings::setLastDownloadDate(const QDateTime &date)
+{
+    setDate(date, lastDownloadProperty);
+}
+QDateTime DVLocaleStrings::expirationDate() const
+{
+    return dateForProperty(expirationProperty);
+}
+void DVLocaleStrings::setExpirationDate(const QDateTime &date)
+{
+    setDate(date, expirationProperty);
+}
+
+void DVLocaleStrings::clearDates()
+{
+    const DVUserDefaults::Batch batch;
+    DVUserDefaults::standard().removeKey(lastDownloadProperty);
+    DVUserDefaults::standard().removeKey(expirationProperty);
+}
+
+DVNeedsSync DVLocaleStrings::needsSync() const
+{
+    const QString published = publishedFilePath();
+    if (!published.isEmpty() && QFileInfo::exists(published)) {
+        const QDateTime expiration = expirationDate();
+        if (!expiration.isValid())
+            return DVNeedsSync::Missing;
+        dv_logDebugLazily(
+            [&] { return QString(u"Cached strings expiration date " + expiration.toString(Qt::ISODate)); });
+        return DVClock::now() >= expiration ? DVNeedsSync::Stale : DVNeedsSync::UpToDate;
+    }
+    if (!packagedFilePath().isEmpty()) {
+        dv_logDebug(QStringLiteral("Packaged strings found for this locale"));
+        return DVNeedsSync::Stale;
+    }
+    dv_logDebug(QStringLiteral("No local strings, downloading synchronously"));
+    return DVNeedsSync::Missing;
+}
+
+// Downloads
+
+QString DVLocaleStrings::downloadUrl(bool force) const
+{
+    return QStringLiteral("%1/%2/%3/%4/strings.gz%5")
+        .arg(DVServerUrl::baseUrlForServer(DVServerDeliveryCdn),
+             QString::fromLatin1(QUrl::toPercentEncoding(DVState::shared().appId())), dv_versionForUrls(),
+             QString::fromLatin1(QUrl::toPercentEncoding(dorvaneLocaleIdentifier(m_locale))),
+             force ? QStringLiteral("/force") : QString());
+}
+
+void DVLocaleStrings::storeDates(const QDateTime &expiration, const QDateTime &download)
+{
+    const DVUserDefaults::Batch batch;
+    DVReplacedFile::keepDates(publishedFilePath(), m_locale);
+    if (expiration.isValid())
+        setExpirationDate(expiration);
+    if (download.isValid())
+        setLastDownloadDate(download);
+}
+
+void DVLocaleStrings::pullFromProdForce(bool force, std::function<void(bool)> withCompletion)
+{
+    const QString path = publishedFilePath();
+    if (path.isEmpty()) {
+        DVMainQueue::post([then = std::move(withCompletion)] {
+            if (then)
+                then(false);
+        });
+        return;
+    }
+    const bool needCues = DVState::shared().stringsNeedCues();
+    DVNetwork::downloadFileAtURL(
+        downloadUrl(force), path, lastDownloadDate(),
+        [self = shared_from_this(), path, needCues,
+         then = std::move(withCompletion)](const DVErrorOr &error, const DVHttpResponse &,
+                                           const QDateTime &expiration, const QDateTime &download) {
+            if (!error)
+                self->storeDates(expiration, download);
+            const bool success = !error;
+            if (!then)
+                return;
+            if (success)
+                DVTableFiles::prepare(path, DVStringStatusPublished, needCues, [then] { then(true); });
+            else
+                then(false);
+        });
+}
+
+DVErrorOr DVLocaleStrings::pullSyncFromProdWithTimeout(double timeout)
+{
+    const QString path = publishedFilePath();
+    if (path.isEmpty())
+        return DVError{QStringLiteral("dorvane.SDK"), 500, QStringLiteral("Invalid locale identifier")};
+    QDateTime download;
+    QDateTime expiration;
+    const DVErrorOr error =
+        DVNetwork::syncDownloadProdUrl(downloadUrl(true), timeout, path, &download, &expiration);
+    if (!error)
+        storeDates(expiration, download);
+    return error;
+}
+
+// Lookups
+
+DVStringGroupPtr DVLocaleStrings::dorvaneStringGroupForKey(const QString &key) const
+{
+    return m_loadedStrings.group(key);
+}
+
+DVStringPtr DVLocaleStrings::dorvaneStringForKey(const QString &key, const QString &plural) const
+{
+    const DVStringGroupPtr group = dorvaneStringGroupForKey(key);
+    return group ? group->stringForPluralForm(plural, false) : nullptr;
+}
+
+QString DVLocaleStrings::localizedStringForKey(const QString &key, const QString &plural) const
+{
+    const auto hit = m_loadedStrings.find(QStringView(key));
+    if (!hit)
+        return {};
+    DVPluralCategory category;
+    return dv_pluralCategoryFromName(plural, &category) ? hit.table->text(hit.entry, category)
+                                                        : hit.table->text(hit.entry);
+}
+
+QString DVLocaleStrings::localizedStringForKey(const QString &key) const
+{
+    return localizedStringForKey(key, {});
+}
+
+DVStringPtr DVLocaleStrings::findLocalizedString(const QString &hash, const DVStringLayers &inDict)
+{
+    return inDict.stringForLocalizedHash(hash);
+}
+
+DVStringPtr DVLocaleStrings::dorvaneStringForLocalizedString(const QString &hash) const
+{
+    if (const DVStringPtr dirty = findLocalizedString(hash, m_dirtyStrings))
+        return dirty;
+    return findLocalizedString(hash, m_loadedStrings);
+}
+
+QHash<QString, QString> DVLocaleStrings::stringsDictionary() const
+{
+    QHash<QString, QString> strings;
+    m_loadedStrings.forEachKey([&strings](const QString &key, DVStringLayers::Hit hit) {
+        const QString text = hit.table->text(hit.entry);
+        if (!text.isNull())
+            strings.insert(key, text);
+    });
+    return strings;
+}

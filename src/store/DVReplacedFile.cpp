@@ -1,0 +1,101 @@
+#include "DVReplacedFile.h"
+
+#include "DVFolders.h"
+#include "DVLocaleIdentifiers.h"
+#include "DVLog.h"
+#include "DVNetwork.h"
+#include "DVUserDefaults.h"
+#include "DVVersion.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+#include <QMutex>
+
+#include <filesystem>
+
+namespace {
+
+constexpr QLatin1StringView properties[] = {QLatin1StringView("DVLastDownload"),
+                                            QLatin1StringView("DVExpiration")};
+
+// One record per file: {date key: seconds}.
+QString datesKey(const QString &path)
+{
+    return QString(u"DVReplaced-" + QFileInfo(path).fileName());
+}
+
+bool isOurs(const QString &path)
+{
+    return QFileInfo(path).absolutePath() == QFileInfo(DVFolders::dorvaneFiles()).absoluteFilePath();
+}
+
+void restoreDates(const QString &path)
+{
+    auto &defaults = DVUserDefaults::standard();
+    const auto kept = defaults.objectForKey(datesKey(path));
+    if (!kept)
+        return; // killed between the file and its dates: the dates in use are still the old file's
+    const DVUserDefaults::Batch batch;
+    for (auto date = kept->constBegin(); date != kept->constEnd(); ++date) {
+        if (date->isDouble())
+            defaults.setInteger(date.key(), date->toInteger());
+        else
+            defaults.removeKey(date.key());
+    }
+    defaults.removeKey(datesKey(path));
+}
+
+} // namespace
+
+void DVReplacedFile::forget(const QString &path, const DVFileIdentity &parsed)
+{
+    if (!isOurs(path))
+        return;
+    const QMutexLocker lock(&dv_stringsFilesMutex());
+    const QString previous = dv_previousFilePath(path);
+    if (QFile::exists(previous)) {
+        if (DVFileIdentity::ofPath(path) != parsed)
+            return;
+        QFile::remove(previous);
+    }
+    if (DVUserDefaults::standard().objectForKey(datesKey(path)))
+        DVUserDefaults::standard().removeKey(datesKey(path));
+}
+
+void DVReplacedFile::keepDates(const QString &path, const DVLocale &locale)
+{
+    auto &defaults = DVUserDefaults::standard();
+    if (!QFile::exists(dv_previousFilePath(path)) || defaults.objectForKey(datesKey(path)))
+        return;
+    QJsonObject dates;
+    for (const auto &property : properties) {
+        const QString key = DVStoredDates::key(property, locale);
+        const auto seconds = defaults.integerForKey(key);
+        dates.insert(key, seconds ? QJsonValue(*seconds) : QJsonValue(QJsonValue::Null));
+    }
+    defaults.setObject(datesKey(path), dates);
+}
+
+bool DVReplacedFile::deleteAndRestore(const QString &path)
+{
+    if (!isOurs(path))
+        return false;
+    dv_logDebug(QStringLiteral("Deleting file"));
+    const QMutexLocker lock(&dv_stringsFilesMutex());
+    const QString previous = dv_previousFilePath(path);
+    if (!QFile::exists(previous)) {
+        QFile file(path);
+        if (!file.remove())
+            dv_logDebug(QStringLiteral("Can't delete file: %1").arg(file.errorString()));
+        return false;
+    }
+    // The dates first: killed in between, the next start finds the bad file again and comes back here.
+    // The rename takes the place of the bad file in one step.
+    restoreDates(path);
+    std::error_code failure;
+    std::filesystem::rename(previous.toStdU16String(), path.toStdU16String(), failure);
+    if (failure)
+        dv_logDebug(QStringLiteral("Can't delete file: %1").arg(QString::fromStdString(failure.message())));
+    return !failure;
+}

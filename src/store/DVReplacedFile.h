@@ -1,0 +1,30 @@
+// DVReplacedFile: the strings file that a download replaced, kept until the new one has parsed once.
+#pragma once
+
+#include "DVTableFiles.h"
+
+#include <Dorvane/DVLocale.h>
+
+#include <QString>
+
+namespace DVStoredDates {
+// Key of one date in the user defaults: "<property>-<version>-<platform identifier>".
+QString key(const QString &property, const DVLocale &locale);
+} // namespace DVStoredDates
+
+// The download (DVNetwork) keeps the replaced file beside the new one under dv_previousFilePath.
+namespace DVReplacedFile {
+
+// The file of this identity has parsed: what it replaced goes, unless a download has replaced it since.
+void forget(const QString &path, const DVFileIdentity &parsed);
+
+// Remembers the replaced file's dates before new ones are stored, unless they are remembered
+// already or nothing is kept for the path.
+void keepDates(const QString &path, const DVLocale &locale);
+
+// Deletes a file below the folder of the library's files that does not parse, and puts the one that
+// it replaced back with its dates. Returns whether there was one to put back. Files elsewhere are
+// the host's: nothing happens to them.
+bool deleteAndRestore(const QString &path);
+
+} // namespace DVReplacedFile
