@@ -22,7 +22,7 @@ DVStringPtr DVMainController::dorvaneStringForLocalizedString(const QString &tex
 DVStringPtr DVMainController::dorvaneStringWithNonNestedString(const QString &text,
                                                                std::optional<QStringList> *values) const
 {
-    static const QString emptyNested{QChar(DVCueMarker::stringStart), QChar(DVCueMarker::stringEnd)};
+    static const QString emptyNested = QStringLiteral("\u200B\u2062");
     const QStringList *supplied = values && *values ? &**values : nullptr;
     QStringList collected;
     qsizetype next = 0;
