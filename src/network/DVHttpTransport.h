@@ -14,6 +14,7 @@ struct DVHttpRequest
     QByteArray method = "GET";
     QNetworkRequest request;
     QByteArray body;
+    qint64 maximumBodySize = qint64(256) << 20; // of the answer; a larger one is an error
 };
 
 struct DVHttpResponse
@@ -27,26 +28,36 @@ struct DVHttpResponse
 };
 
 // One QNetworkAccessManager in one thread, both made on first use, so that a start without a
-// blocking download creates no network stack. No cache, no cookies; https never becomes http and
-// Authorization never goes to another origin on a redirect; a body over the limit is an error; TLS is verified.
-// Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an error.
+// blocking download creates no network stack. No cache, no cookies; at most ten redirects; https never
+// becomes http, http stays on loopback, and Authorization never goes to another origin on a redirect; TLS is
+// verified. Bodies arrive with their gzip "Content-Encoding" undone. A request with a body is sent at most
+// once. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an
+// error.
 namespace DVHttpTransport {
-
-inline constexpr qint64 maximumBodySize = qint64(256) << 20;
 
 using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)>;
 
 // `onNetworkThread` (may be null) runs there with the answer, before `completion` runs on the main
 // thread: for work that must not hold the main thread. A started request is given up after
-// `inactivityTimeoutMs` without a byte (0: 60 s). Nothing is called after the application's end.
-void send(DVHttpRequest request, Completion onNetworkThread, Completion completion, int inactivityTimeoutMs = 0);
+// `inactivityTimeoutMs` without progress (0: 60 s), and in any case after ten minutes. Nothing is called
+// after the application's end, and nothing without an application object.
+void send(DVHttpRequest request, Completion onNetworkThread, Completion completion,
+          int inactivityTimeoutMs = 0);
 
 // Blocks the caller, without an event loop, until the answer or the deadline. After the deadline the
 // request is dead: it is aborted and its late answer is dropped. Callable on any thread but the network one.
-DVErrorOr sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response);
+// A time that is not above 0 sends nothing and has run out at once; more than a day counts as a day.
+// `decode` (may be null) runs on the network thread, within the time, and may change the answer; it must not
+// touch the caller, who may have left.
+using Decode = std::function<void(DVHttpResponse *)>;
+DVErrorOr sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response,
+                      Decode decode = {});
 
 // Aborts everything, ends the thread within `milliseconds`; nothing completes afterwards. Used at
 // the application's end; a later request starts anew.
 void shutDown(int milliseconds);
+
+// On the network thread: shutDown() was called, so long work should return and write nothing.
+bool isEnding();
 
 } // namespace DVHttpTransport

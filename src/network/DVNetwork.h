@@ -19,8 +19,9 @@
 using DVJsonCompletion = std::function<void(const DVErrorOr &, const QJsonValue &)>;
 
 // Completion of a strings download, on the main thread. Dates that the answer does not give are invalid.
-using DVDownloadCompletion = std::function<void(const DVErrorOr &, const DVHttpResponse &,
-                                                const QDateTime &expirationDate, const QDateTime &downloadDate)>;
+using DVDownloadCompletion =
+    std::function<void(const DVErrorOr &, const DVHttpResponse &, const QDateTime &expirationDate,
+                       const QDateTime &downloadDate)>;
 
 // Stateless.
 class DVNetwork
@@ -31,7 +32,8 @@ public:
 
     // "a=1&b=2" with the values percent-escaped, keys in QVariantMap's order; null for an empty map.
     static QString makeParamsStringsWithDict(const QVariantMap &dict);
-    static DVHttpRequest getRequestForServer(int server, const QString &path, const QVariantMap &withParameters);
+    static DVHttpRequest getRequestForServer(int server, const QString &path,
+                                             const QVariantMap &withParameters);
     static DVHttpRequest postRequestForServer(int server, bool form, const QString &path,
                                               const QVariantMap &withParameters);
 
@@ -40,8 +42,8 @@ public:
     static DVErrorOr errorFromJson(const QJsonValue &json, int code);
 
     // Writes the dump (debug), the one-line form (info), and tracks "Request failed" on an error.
-    static void debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse, const DVErrorOr &error,
-                             const QJsonValue &andJson, const QString &bodyDebug);
+    static void debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse,
+                             const DVErrorOr &error, const QJsonValue &andJson, const QString &bodyDebug);
 
     static DVErrorOr writeData(const QByteArray &data, const QString &toFile);
 
@@ -51,8 +53,8 @@ public:
 
     // Conditional GET of a strings file, in the background. Decryption, inflation and the write happen
     // on the network thread.
-    static void downloadFileAtURL(const QString &url, const QString &localPath, const QDateTime &ifModifiedSince,
-                                  DVDownloadCompletion withCompletion);
+    static void downloadFileAtURL(const QString &url, const QString &localPath,
+                                  const QDateTime &ifModifiedSince, DVDownloadCompletion withCompletion);
 
     // Blocks the caller, without an event loop, for at most `timeout` seconds. Dates that the answer
     // does not give are left alone.

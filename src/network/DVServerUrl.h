@@ -9,7 +9,13 @@
 // 0 staging, 1 production; any other value has no base URLs. Written by setEnvironment only.
 extern "C" DORVANE_EXPORT int dorvaneEnvironment;
 
-enum DVServer { DVServerApi = 0, DVServerSso = 1, DVServerDelivery = 2, DVServerDeliveryCdn = 3, DVServerNone = 4 };
+enum DVServer {
+    DVServerApi = 0,
+    DVServerSso = 1,
+    DVServerDelivery = 2,
+    DVServerDeliveryCdn = 3,
+    DVServerNone = 4
+};
 
 class DVServerUrl
 {

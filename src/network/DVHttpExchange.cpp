@@ -1,0 +1,282 @@
+#include "DVHttpExchange.h"
+
+#include "DVData.h"
+
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QSslSocket>
+#include <QtEndian>
+
+#include <algorithm>
+
+namespace {
+
+// A request body that can be sent once. The network stack sends a request again when the connection
+// turns out to be dead, even after the server may have acted on it; refusing to start over
+// makes that an error instead (RFC 9110, 9.2.2).
+class BodySentOnce : public QIODevice
+{
+public:
+    explicit BodySentOnce(const QByteArray &body)
+        : m_body(body)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    qint64 size() const override { return m_body.size(); }
+    bool atEnd() const override { return m_read == m_body.size(); }
+    qint64 bytesAvailable() const override { return m_body.size() - m_read; }
+    bool seek(qint64 position) override { return position == m_read && QIODevice::seek(position); }
+    bool reset() override { return m_read == 0 && !m_body.isEmpty(); }
+
+protected:
+    qint64 readData(char *data, qint64 maximum) override
+    {
+        const qint64 count = qMin(maximum, m_body.size() - m_read);
+        if (count == 0)
+            return -1;
+        std::copy_n(m_body.constData() + m_read, count, data);
+        m_read += count;
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    const QByteArray m_body;
+    qint64 m_read = 0;
+};
+
+DVError networkError(QNetworkReply::NetworkError code, const QString &description)
+{
+    return {QStringLiteral("dorvane.network"), int(code), description};
+}
+
+// What the network stack makes of a status is no error of the connection.
+bool standsForStatus(QNetworkReply::NetworkError error, int status)
+{
+    using Reply = QNetworkReply;
+    if (status < 400 || error == Reply::ContentReSendError)
+        return false;
+    return error == Reply::ProxyAuthenticationRequiredError ||
+           error == Reply::ProtocolInvalidOperationError ||
+           (error >= Reply::ContentAccessDenied && error <= Reply::UnknownContentError) ||
+           error >= Reply::InternalServerError;
+}
+
+bool isRedirect(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+bool sameOrigin(const QUrl &a, const QUrl &b)
+{
+    const int standard = a.scheme() == u"https" ? 443 : 80;
+    return a.scheme() == b.scheme() && a.host() == b.host() && a.port(standard) == b.port(standard);
+}
+
+// Plain HTTP is for servers on this device only, so nothing may lead to it from elsewhere.
+bool mayFollow(const QUrl &from, const QUrl &to)
+{
+    if (to.scheme() == u"https")
+        return true;
+    const bool toLoopback = to.host() == u"localhost" || QHostAddress(to.host()).isLoopback();
+    return to.scheme() == u"http" && from.scheme() == u"http" && toLoopback;
+}
+
+bool isCleanHeader(const QByteArray &text)
+{
+    return std::none_of(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
+}
+
+QNetworkRequest preparedRequest(const QNetworkRequest &request)
+{
+    QNetworkRequest prepared(request.url());
+    const QList<QByteArray> names = request.rawHeaderList();
+    for (const QByteArray &name : names) {
+        if (isCleanHeader(name) && isCleanHeader(request.rawHeader(name)))
+            prepared.setRawHeader(name, request.rawHeader(name));
+    }
+    // Set by hand, it turns off the automatic decoding, which has other limits than ours.
+    if (!prepared.hasRawHeader("Accept-Encoding"))
+        prepared.setRawHeader("Accept-Encoding", "gzip");
+    prepared.setPriority(request.priority());
+    prepared.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    prepared.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    prepared.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    prepared.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    prepared.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    return prepared;
+}
+
+int millisecondsUntil(DVHttpExchange::Deadline deadline)
+{
+    using namespace std::chrono;
+    const auto left = ceil<milliseconds>(deadline - steady_clock::now()).count();
+    return int(std::clamp<qint64>(left, 0, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+DVHttpExchange::DVHttpExchange(QNetworkAccessManager &manager, DVHttpRequest request, Finished finished,
+                               QObject *parent)
+    : QObject(parent)
+    , m_manager(manager)
+    , m_request(std::move(request))
+    , m_finished(std::move(finished))
+{
+    for (QTimer *timer : {&m_inactivity, &m_deadline}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+        connect(timer, &QTimer::timeout, this,
+                [this] { fail(QNetworkReply::TimeoutError, QStringLiteral("The request timed out.")); });
+    }
+}
+
+DVHttpExchange::~DVHttpExchange()
+{
+    dropReply();
+}
+
+void DVHttpExchange::start(Deadline deadline, int inactivityMs)
+{
+    m_deadline.start(millisecondsUntil(deadline));
+    if (inactivityMs > 0)
+        m_inactivity.setInterval(inactivityMs);
+    send();
+}
+
+void DVHttpExchange::send()
+{
+    restartInactivity();
+    m_response = {};
+    const QNetworkRequest request = preparedRequest(m_request.request);
+    if (m_request.method == "GET") {
+        m_reply = m_manager.get(request);
+    } else {
+        auto body = std::make_unique<BodySentOnce>(m_request.body);
+        m_reply = m_request.method == "POST"
+                      ? m_manager.post(request, body.get())
+                      : m_manager.sendCustomRequest(request, m_request.method, body.get());
+        body.release()->setParent(m_reply);
+    }
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &DVHttpExchange::readHeaders);
+    connect(m_reply, &QNetworkReply::readyRead, this, &DVHttpExchange::readBody);
+    connect(m_reply, &QNetworkReply::uploadProgress, this, &DVHttpExchange::restartInactivity);
+    connect(m_reply, &QNetworkReply::finished, this, &DVHttpExchange::replyFinished);
+}
+
+void DVHttpExchange::restartInactivity()
+{
+    if (m_inactivity.interval() > 0)
+        m_inactivity.start();
+}
+
+int DVHttpExchange::statusCode() const
+{
+    return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+void DVHttpExchange::readHeaders()
+{
+    restartInactivity();
+    if (m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > m_request.maximumBodySize)
+        fail(QNetworkReply::UnknownContentError, QStringLiteral("The answer is too large."));
+}
+
+void DVHttpExchange::readBody()
+{
+    restartInactivity();
+    m_response.body += m_reply->readAll();
+    if (m_response.body.size() > m_request.maximumBodySize)
+        fail(QNetworkReply::UnknownContentError, QStringLiteral("The answer is too large."));
+}
+
+void DVHttpExchange::replyFinished()
+{
+    const QNetworkReply::NetworkError error = m_reply->error();
+    const int status = statusCode();
+    if (error != QNetworkReply::NoError && !standsForStatus(error, status))
+        return fail(error, m_reply->errorString());
+    const QUrl target = m_reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    if (isRedirect(status) && !target.isEmpty())
+        return follow(m_request.request.url().resolved(target));
+    m_response.statusCode = status;
+    m_response.body += m_reply->readAll();
+    m_response.headers = m_reply->rawHeaderPairs();
+    finish(dv_decodeContent(&m_response));
+}
+
+void DVHttpExchange::follow(const QUrl &target)
+{
+    const QUrl from = m_request.request.url();
+    const int status = statusCode();
+    if (++m_redirects > maximumRedirects)
+        return fail(QNetworkReply::TooManyRedirectsError, QStringLiteral("Too many redirects."));
+    const bool keepsMethod = m_request.method == "GET" || status == 307 || status == 308;
+    if (!mayFollow(from, target) || (m_request.method != "GET" && keepsMethod && !sameOrigin(from, target)))
+        return fail(QNetworkReply::InsecureRedirectError, QStringLiteral("The redirect is not secure."));
+    QUrl clean = target;
+    clean.setUserInfo({});
+    m_request.request.setUrl(clean);
+    if (!sameOrigin(from, target))
+        m_request.request.setRawHeader("Authorization", {});
+    if (!keepsMethod) {
+        m_request.method = "GET";
+        m_request.body.clear();
+        m_request.request.setRawHeader("Content-Type", {});
+    }
+    dropReply();
+    send();
+}
+
+void DVHttpExchange::fail(QNetworkReply::NetworkError code, const QString &description)
+{
+    finish(networkError(code, description.isEmpty() ? QStringLiteral("The request failed.") : description));
+}
+
+void DVHttpExchange::finish(const DVErrorOr &error)
+{
+    m_inactivity.stop();
+    m_deadline.stop();
+    dropReply();
+    deleteLater();
+    if (const Finished finished = std::exchange(m_finished, nullptr))
+        finished(error, error ? DVHttpResponse{} : std::move(m_response));
+}
+
+void DVHttpExchange::dropReply()
+{
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this);
+    m_reply->abort();
+    m_reply->deleteLater();
+    m_reply = nullptr;
+}
+
+DVErrorOr dv_decodeContent(DVHttpResponse *response)
+{
+    QList<QByteArray> codings = response->header("Content-Encoding").toLower().split(',');
+    const qsizetype maximumCodings = 4;
+    if (codings.size() > maximumCodings)
+        return networkError(QNetworkReply::ProtocolFailure,
+                            QStringLiteral("The answer has too many codings."));
+    std::reverse(codings.begin(), codings.end());
+    for (const QByteArray &coding : std::as_const(codings)) {
+        const QByteArray name = coding.trimmed();
+        if ((name != "gzip" && name != "x-gzip") || !dv_isGzippedData(response->body))
+            continue;
+        DVErrorOr error;
+        const QByteArray decoded = dv_gunzippedData(response->body, {}, &error);
+        if (error)
+            return error;
+        // RFC 1952: the last four bytes are the size; the inflation itself is lenient.
+        const qsizetype end = response->body.size() - 4;
+        if (end < 0 ||
+            qFromLittleEndian<quint32>(response->body.constData() + end) != quint32(decoded.size()))
+            return networkError(QNetworkReply::ProtocolFailure,
+                                QStringLiteral("The answer's coding is damaged."));
+        response->body = decoded;
+    }
+    return {};
+}

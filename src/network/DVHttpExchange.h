@@ -1,0 +1,54 @@
+// DVHttpExchange: one request with its redirects, on the network thread.
+#pragma once
+
+#include "DVHttpTransport.h"
+
+#include <QNetworkReply>
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+
+class QNetworkAccessManager;
+
+// Deletes itself after `finished`, which is called once unless the exchange is destroyed before.
+class DVHttpExchange : public QObject
+{
+public:
+    using Finished = std::function<void(const DVErrorOr &, DVHttpResponse)>;
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    static constexpr int maximumRedirects = 10;
+
+    DVHttpExchange(QNetworkAccessManager &manager, DVHttpRequest request, Finished finished, QObject *parent);
+    ~DVHttpExchange() override;
+
+    // Given up at `deadline`, and after `inactivityMs` (0: never) in which nothing arrived or left.
+    void start(Deadline deadline, int inactivityMs);
+
+private:
+    void send();
+    void restartInactivity();
+    void readHeaders();
+    void readBody();
+    void replyFinished();
+    void follow(const QUrl &target);
+    void fail(QNetworkReply::NetworkError code, const QString &description);
+    void finish(const DVErrorOr &error);
+    void dropReply();
+    int statusCode() const;
+
+    QNetworkAccessManager &m_manager;
+    DVHttpRequest m_request;
+    Finished m_finished;
+    QPointer<QNetworkReply> m_reply;
+    DVHttpResponse m_response;
+    QTimer m_inactivity;
+    QTimer m_deadline;
+    int m_redirects = 0;
+};
+
+// Undoes the gzip codings of "Content-Encoding" (RFC 9110, 8.4.1). A body whose coding is announced but
+// that is not gzip data stays as it is: servers announce it for every name that ends in "gz".
+DVErrorOr dv_decodeContent(DVHttpResponse *response);

@@ -1,0 +1,204 @@
+#include "DVHttpTransport.h"
+
+#include "DVHttpExchange.h"
+#include "DVNetworkThread.h"
+
+#include "DVMainQueue.h"
+
+#include <QCoreApplication>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr int defaultInactivityMs = 60'000;
+constexpr auto longestExchange = std::chrono::minutes(10);
+constexpr double longestWaitSeconds = 24 * 60 * 60;
+
+struct Threads
+{
+    std::mutex mutex;
+    std::unique_ptr<DVNetworkThread> thread;
+    std::atomic<int> generation = 0; // counts ends, so that completions posted before one are dropped
+    bool endsAtExit = false;
+};
+
+Threads &threads()
+{
+    // Never destroyed: a thread left behind may still look at it.
+    static Threads &shared = *new Threads;
+    return shared;
+}
+
+void endWithApplication()
+{
+    DVHttpTransport::shutDown(50);
+}
+
+// Posts to the thread, which is started when there is none. False without an application object,
+// when nobody would end the thread any more.
+bool postToThread(DVNetworkThread::Work work)
+{
+    if (!QCoreApplication::instance() || QCoreApplication::closingDown())
+        return false;
+    Threads &all = threads();
+    const std::lock_guard lock(all.mutex);
+    if (!all.thread) {
+        all.thread = std::make_unique<DVNetworkThread>();
+        all.thread->start();
+        qAddPostRoutine(endWithApplication);
+        // For hosts that leave by exit() without destroying their application object.
+        if (!std::exchange(all.endsAtExit, true))
+            std::atexit(endWithApplication);
+    }
+    all.thread->post(std::move(work));
+    return true;
+}
+
+DVError canceled()
+{
+    return {QStringLiteral("dorvane.network"), QNetworkReply::OperationCanceledError,
+            QStringLiteral("The request was canceled.")};
+}
+
+DVError timedOut()
+{
+    return {QStringLiteral("dorvane.network"), QNetworkReply::TimeoutError,
+            QStringLiteral("The request timed out.")};
+}
+
+// Where a blocked caller and the network thread meet. The first to settle it wins.
+struct Meeting
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool settled = false;
+    DVErrorOr error;
+    DVHttpResponse response;
+
+    bool isSettled()
+    {
+        const std::lock_guard lock(mutex);
+        return settled;
+    }
+
+    void settle(const DVErrorOr &withError, DVHttpResponse withResponse)
+    {
+        const std::lock_guard lock(mutex);
+        if (settled)
+            return;
+        settled = true;
+        error = withError;
+        response = std::move(withResponse);
+        changed.notify_all();
+    }
+};
+
+// Held by the work in the network thread: when that is dropped, the caller need not wait on.
+struct Promise
+{
+    explicit Promise(std::shared_ptr<Meeting> with)
+        : meeting(std::move(with))
+    {}
+    ~Promise() { meeting->settle(canceled(), {}); }
+    Q_DISABLE_COPY_MOVE(Promise)
+
+    const std::shared_ptr<Meeting> meeting;
+};
+
+void startExchange(DVNetworkContext &context, const DVHttpRequest &request, steady_clock::time_point deadline,
+                   int inactivityMs, DVHttpExchange::Finished finished)
+{
+    // Owned by the context, and by itself once it has finished.
+    auto *exchange = new DVHttpExchange(context.manager, request, std::move(finished), &context.exchanges);
+    exchange->start(deadline, inactivityMs);
+}
+
+} // namespace
+
+QByteArray DVHttpResponse::header(const QByteArray &name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+void DVHttpTransport::send(DVHttpRequest request, Completion onNetworkThread, Completion completion,
+                           int inactivityTimeoutMs)
+{
+    const int generation = threads().generation;
+    auto finished = [onNetworkThread, completion, generation](const DVErrorOr &error,
+                                                              const DVHttpResponse &response) {
+        if (onNetworkThread)
+            onNetworkThread(error, response);
+        DVMainQueue::post([completion, generation, error, response] {
+            if (completion && threads().generation == generation)
+                completion(error, response);
+        });
+    };
+    const int inactivity = inactivityTimeoutMs > 0 ? inactivityTimeoutMs : defaultInactivityMs;
+    postToThread([request = std::move(request), finished, inactivity](DVNetworkContext &context) {
+        startExchange(context, request, steady_clock::now() + longestExchange, inactivity, finished);
+    });
+}
+
+DVErrorOr DVHttpTransport::sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response,
+                                       Decode decode)
+{
+    if (!(timeoutSeconds > 0))
+        return timedOut();
+    if (DVNetworkThread::current())
+        return canceled();
+    const auto deadline =
+        steady_clock::now() + milliseconds(std::llround(qMin(timeoutSeconds, longestWaitSeconds) * 1000));
+    request.request.setPriority(QNetworkRequest::HighPriority);
+    auto meeting = std::make_shared<Meeting>();
+    auto finished = [promise = std::make_shared<Promise>(meeting), decode](const DVErrorOr &error,
+                                                                           DVHttpResponse answer) {
+        if (!error && decode && !promise->meeting->isSettled())
+            decode(&answer);
+        promise->meeting->settle(error, std::move(answer));
+    };
+    const bool posted = postToThread(
+        [request = std::move(request), deadline, finished = std::move(finished)](DVNetworkContext &context) {
+            startExchange(context, request, deadline, 0, finished);
+        });
+    if (!posted)
+        return canceled();
+    std::unique_lock lock(meeting->mutex);
+    meeting->changed.wait_until(lock, deadline, [&] { return meeting->settled; });
+    if (!std::exchange(meeting->settled, true))
+        return timedOut();
+    if (!meeting->error && response)
+        *response = std::move(meeting->response);
+    return meeting->error;
+}
+
+void DVHttpTransport::shutDown(int milliseconds)
+{
+    Threads &all = threads();
+    std::unique_ptr<DVNetworkThread> thread;
+    {
+        const std::lock_guard lock(all.mutex);
+        ++all.generation;
+        thread.swap(all.thread);
+    }
+    if (thread && !thread->end(milliseconds))
+        static_cast<void>(thread.release()); // left behind, see DVNetworkThread::end()
+}
+
+bool DVHttpTransport::isEnding()
+{
+    const DVNetworkThread *thread = DVNetworkThread::current();
+    return thread && thread->isEnding();
+}

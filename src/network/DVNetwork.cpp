@@ -1,0 +1,195 @@
+#include "DVNetwork.h"
+
+#include "DVAnalytics.h"
+#include "DVRequestDump.h"
+#include "DVServerUrl.h"
+
+#include "DVDevice.h"
+#include "DVFolders.h"
+#include "DVLog.h"
+#include "DVPrivateFile.h"
+#include "DVState.h"
+#include "DVVersion.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+constexpr qint64 maximumJsonSize = qint64(64) << 20;
+
+QString textForUrl(int server, const QString &path)
+{
+    const QString base = DVServerUrl::baseUrlForServer(server);
+    // Not a usable address, so that the request fails as a connection does.
+    return (base.isNull() ? QStringLiteral("(null)") : base) % path;
+}
+
+DVHttpRequest requestTo(const QByteArray &method, const QString &url)
+{
+    DVHttpRequest request;
+    request.method = method;
+    request.request.setUrl(QUrl(url, QUrl::TolerantMode));
+    request.request.setRawHeader("User-Agent", DVNetwork::userAgent().toUtf8());
+    request.maximumBodySize = maximumJsonSize;
+    return request;
+}
+
+// An empty body is no JSON and no error.
+DVErrorOr decodeJson(const QByteArray &body, QJsonValue *json)
+{
+    *json = QJsonValue(QJsonValue::Undefined);
+    if (body.isEmpty())
+        return {};
+    QJsonParseError failure;
+    const QJsonDocument document = QJsonDocument::fromJson(body, &failure);
+    if (document.isObject())
+        *json = document.object();
+    else if (document.isArray())
+        *json = document.array();
+    else
+        return DVError{QStringLiteral("dorvane.SDK"), int(failure.error),
+                       u"Invalid JSON: " % failure.errorString() % u" at offset " %
+                           QString::number(failure.offset)};
+    return {};
+}
+
+void completeJson(const DVHttpRequest &request, const DVHttpResponse &response,
+                  const DVErrorOr &connectionError, const DVJsonCompletion &completion)
+{
+    QJsonValue json(QJsonValue::Undefined);
+    DVErrorOr error = connectionError;
+    if (!error)
+        error = decodeJson(response.body, &json);
+    if (!error && !DVNetwork::isSuccessStatusCode(response.statusCode))
+        error = DVNetwork::errorFromJson(json, response.statusCode);
+    DVNetwork::debugRequest(request, response, error, json, {});
+    if (completion)
+        completion(error, json);
+}
+
+void sendForJson(const DVHttpRequest &request, const DVJsonCompletion &completion)
+{
+    DVHttpTransport::send(request, {},
+                          [request, completion](const DVErrorOr &error, const DVHttpResponse &response) {
+                              completeJson(request, response, error, completion);
+                          });
+}
+
+} // namespace
+
+QString DVNetwork::deviceName()
+{
+    return DVDevice::deviceName();
+}
+
+QString DVNetwork::userAgent()
+{
+    return u"DvniOSSDK/" % dv_sdkVersion % u" (" % deviceName() % u"/iOS" % DVDevice::systemVersion() % u')';
+}
+
+QString DVNetwork::makeParamsStringsWithDict(const QVariantMap &dict)
+{
+    QStringList pairs;
+    // Everything but the unreserved characters of RFC 3986 is escaped.
+    for (auto entry = dict.begin(); entry != dict.end(); ++entry)
+        pairs +=
+            QString(entry.key() % u'=' % QString::fromLatin1(QUrl::toPercentEncoding(entry->toString())));
+    return pairs.isEmpty() ? QString() : pairs.join(u'&');
+}
+
+DVHttpRequest DVNetwork::getRequestForServer(int server, const QString &path,
+                                             const QVariantMap &withParameters)
+{
+    QString url = textForUrl(server, path);
+    const QString parameters = makeParamsStringsWithDict(withParameters);
+    // Queries go out with the raw values; the platform's parser expects them so.
+    if (!parameters.isNull())
+        url += u'?' % QUrl::fromPercentEncoding(parameters.toUtf8());
+    return requestTo("GET", url);
+}
+
+DVHttpRequest DVNetwork::postRequestForServer(int server, bool form, const QString &path,
+                                              const QVariantMap &withParameters)
+{
+    DVHttpRequest request = requestTo("POST", textForUrl(server, path));
+    request.request.setRawHeader("Accept", "application/json;charset=UTF-8");
+    request.request.setRawHeader("Content-Type", form ? QByteArrayLiteral("application/x-www-form-urlencoded")
+                                                      : QByteArrayLiteral("application/json;charset=UTF-8"));
+    if (withParameters.isEmpty())
+        return request;
+    if (form)
+        request.body = makeParamsStringsWithDict(withParameters).toUtf8();
+    else
+        request.body =
+            QJsonDocument(QJsonObject::fromVariantMap(withParameters)).toJson(QJsonDocument::Compact);
+    return request;
+}
+
+bool DVNetwork::isSuccessStatusCode(int code)
+{
+    return code >= 200 && code < 400;
+}
+
+DVErrorOr DVNetwork::errorFromJson(const QJsonValue &json, int code)
+{
+    const auto apiError = [code](const QString &description) {
+        return DVError{QStringLiteral("dorvane.API"), code,
+                       description.isEmpty() ? QStringLiteral("Server error") : description};
+    };
+    if (json.isArray())
+        return {};
+    if (!json.isObject() || !json.toObject().contains(u"response"))
+        return apiError({});
+    const QJsonObject response = json.toObject().value(u"response").toObject();
+    const QJsonValue errors = response.value(u"errors");
+    const qsizetype count = errors.isArray() ? errors.toArray().size() : errors.toObject().size();
+    if (count > 0)
+        return DVError{QStringLiteral("dorvane.SDK.server"), code, QString::number(count) % u" errors"};
+    return apiError(response.value(u"code").toVariant().toString());
+}
+
+void DVNetwork::debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse,
+                             const DVErrorOr &error, const QJsonValue &andJson, const QString &bodyDebug)
+{
+    const QString url = DVRequestDump::url(request.request);
+    const QString method = QString::fromLatin1(request.method);
+    if (DVState::shared().debug)
+        dv_logDebug(DVRequestDump::request(request, withResponse, error, andJson, bodyDebug));
+    else if (DVState::shared().log && error)
+        dv_logInfo(u"[JN] " % method % u' ' % url % u" => " % QString::number(withResponse.statusCode) %
+                   u' ' % error->description);
+    if (error)
+        DVAnalytics::trackEvent(QStringLiteral("Request failed"),
+                                {{QStringLiteral("Error"), error->description},
+                                 {QStringLiteral("URL"), url},
+                                 {QStringLiteral("Method"), method},
+                                 {QStringLiteral("Code"), withResponse.statusCode}});
+}
+
+DVErrorOr DVNetwork::writeData(const QByteArray &data, const QString &toFile)
+{
+    const QString folder = QFileInfo(toFile).path();
+    if (!DVFolders::makePrivateFolder(folder))
+        return DVError{QStringLiteral("dorvane.file"), QFileDevice::OpenError,
+                       u"Cannot create the folder " % folder};
+    dv_logDebugLazily(
+        [&] { return QString(u"Writing " % QString::number(data.size()) % u" bytes to " % toFile); });
+    return DVPrivateFile::write(toFile, data);
+}
+
+void DVNetwork::getUrl(const QString &url, DVJsonCompletion withCompletion)
+{
+    DVHttpRequest request = requestTo("GET", url);
+    request.request.setRawHeader("Content-Type", "application/json");
+    request.request.setRawHeader("Accept", "application/json");
+    sendForJson(request, withCompletion);
+}
+
+void DVNetwork::postPath(const QString &path, bool form, int onServer, const QVariantMap &withParameters,
+                         DVJsonCompletion andCompletion)
+{
+    sendForJson(postRequestForServer(onServer, form, path, withParameters), andCompletion);
+}

@@ -1,0 +1,126 @@
+#include "DVNetworkThread.h"
+
+#include <QCoreApplication>
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QNetworkProxyFactory>
+
+#include <chrono>
+#include <utility>
+
+namespace {
+
+thread_local DVNetworkThread *threadOfOurs = nullptr;
+
+// Servers on this device are reached directly; a proxy that the host set would not find them.
+class ProxiesBeyondLoopback : public QNetworkProxyFactory
+{
+public:
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
+    {
+        const QString host = query.peerHostName();
+        if (host == u"localhost" || QHostAddress(host).isLoopback())
+            return {QNetworkProxy(QNetworkProxy::NoProxy)};
+        return QNetworkProxyFactory::proxyForQuery(query);
+    }
+};
+
+} // namespace
+
+// Carries "there is work" into the thread's event loop; the work itself goes under our own lock.
+class DVNetworkThread::Wakeup : public QObject
+{
+public:
+    explicit Wakeup(DVNetworkThread &thread)
+        : m_thread(thread)
+    {}
+
+    void customEvent(QEvent *) override { m_thread.runPosted(); }
+
+private:
+    DVNetworkThread &m_thread;
+};
+
+DVNetworkThread::DVNetworkThread()
+    : m_wakeup(std::make_unique<Wakeup>(*this))
+{
+    setObjectName(QStringLiteral("dorvane-net"));
+    m_wakeup->moveToThread(this);
+}
+
+DVNetworkThread::~DVNetworkThread() = default;
+
+DVNetworkThread *DVNetworkThread::current()
+{
+    return threadOfOurs;
+}
+
+void DVNetworkThread::post(Work work)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_ending)
+            return;
+        m_work.push_back(std::move(work));
+    }
+    QCoreApplication::postEvent(m_wakeup.get(), new QEvent(QEvent::User)); // the event queue owns it
+}
+
+bool DVNetworkThread::end(int milliseconds)
+{
+    std::deque<Work> dropped;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ending = true;
+        dropped.swap(m_work);
+    }
+    dropped.clear(); // outside the lock: it destroys what callers captured
+    quit();
+    if (current() == this)
+        return false;
+    std::unique_lock lock(m_mutex);
+    if (m_changed.wait_for(lock, std::chrono::milliseconds(qMax(0, milliseconds)),
+                           [this] { return m_ended; })) {
+        lock.unlock();
+        return wait();
+    }
+    m_leftBehind = true;
+    return false;
+}
+
+void DVNetworkThread::run()
+{
+    threadOfOurs = this;
+    auto manager = std::make_unique<QNetworkAccessManager>();
+    manager->setProxyFactory(new ProxiesBeyondLoopback); // the manager owns it
+    auto exchanges = std::make_unique<QObject>();
+    DVNetworkContext context{*manager, *exchanges};
+    m_context = &context;
+    if (!isEnding())
+        exec();
+    m_context = nullptr;
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_leftBehind; });
+    }
+    exchanges.reset();
+    manager.reset();
+    const std::lock_guard lock(m_mutex);
+    m_ended = true;
+    m_changed.notify_all();
+}
+
+void DVNetworkThread::runPosted()
+{
+    while (true) {
+        Work work;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_work.empty() || !m_context)
+                return;
+            work = std::move(m_work.front());
+            m_work.pop_front();
+        }
+        work(*m_context);
+    }
+}
