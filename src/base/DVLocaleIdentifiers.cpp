@@ -72,11 +72,13 @@ using DisplayNames = std::unique_ptr<ULocaleDisplayNames, decltype(&uldn_close)>
 // Names in the current locale's language; English where the device has no preference.
 DisplayNames openDisplayNames()
 {
-    const DVLocale current = DVDevice::currentLocale();
-    const QByteArray language = current.isValid() ? current.identifier().toLatin1() : QByteArrayLiteral("en");
-    UDisplayContext contexts[] = {UDISPCTX_STANDARD_NAMES, UDISPCTX_NO_SUBSTITUTE};
+    const QString current = DVDevice::currentLocale().identifier();
+    const QByteArray locale =
+        dv_isSafeLocaleIdentifier(current) ? current.toLatin1() : QByteArrayLiteral("en");
+    std::array contexts{UDISPCTX_STANDARD_NAMES, UDISPCTX_NO_SUBSTITUTE};
     UErrorCode status = U_ZERO_ERROR;
-    return {uldn_openForContext(language.constData(), contexts, std::size(contexts), &status), uldn_close};
+    return {uldn_openForContext(locale.constData(), contexts.data(), int32_t(contexts.size()), &status),
+            uldn_close};
 }
 
 using NameQuery = int32_t (*)(const ULocaleDisplayNames *, const char *, UChar *, int32_t, UErrorCode *);
@@ -92,8 +94,7 @@ QString displayName(const DisplayNames &names, NameQuery query, const QString &c
         query(names.get(), code.toLatin1().constData(), buffer.data(), int32_t(buffer.size()), &status);
     if (U_FAILURE(status) || length <= 0 || length > int32_t(buffer.size()))
         return {};
-    const QString name(reinterpret_cast<const QChar *>(buffer.data()), length);
-    return name == code ? QString() : name;
+    return QString(reinterpret_cast<const QChar *>(buffer.data()), length);
 }
 
 } // namespace

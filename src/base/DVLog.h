@@ -9,11 +9,12 @@
 // settings hold "appetize-host"; otherwise an info message is written as "[DV] text" while
 // DVState::log is on, and a debug message while DVState::debug is on. Never with tokens or text that
 // a user typed. Thread-safe. Written through Qt's logging (category "dorvane", info), so the host's
-// message handler may run: do not call these while holding a lock.
+// message handler may run: do not call these while holding a lock. What that handler, or an observer
+// of "log", makes the library log in turn is dropped.
 void dv_logInfo(const QString &message);
 void dv_logDebug(const QString &message);
 
-// Whether a debug message would reach anybody: one relaxed load. Use it, or the form below, where
+// Whether a debug message would reach anybody: two relaxed loads. Use it, or the form below, where
 // making the text costs something.
 bool dv_wantsDebugLog();
 
