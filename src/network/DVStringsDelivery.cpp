@@ -91,6 +91,7 @@ DVStringsDelivery::Content DVStringsDelivery::decode(const QByteArray &body)
 
 DVErrorOr DVStringsDelivery::replace(const QString &path, const QByteArray &strings)
 {
+    const QMutexLocker lock(&dv_stringsFilesMutex());
     const QString previous = dv_previousFilePath(path);
     // One that is kept already was good; the present one has not been parsed yet.
     if (QFileInfo::exists(path) && !QFileInfo::exists(previous)) {
