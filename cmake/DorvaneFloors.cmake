@@ -67,6 +67,11 @@ function(dorvane_add_library)
     PUBLIC Qt6::Core
     PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2 PkgConfig::PLIST)
   target_link_options(Dorvane PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
+  if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
+    set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
+    target_link_options(Dorvane PRIVATE LINKER:--version-script=${exports})
+    set_target_properties(Dorvane PROPERTIES LINK_DEPENDS ${exports})
+  endif()
   set_target_properties(Dorvane PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} AUTOMOC OFF)
 endfunction()
