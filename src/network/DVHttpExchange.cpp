@@ -51,21 +51,24 @@ DVError networkError(QNetworkReply::NetworkError code, const QString &descriptio
     return {QStringLiteral("dorvane.network"), int(code), description};
 }
 
-// What the network stack makes of a status is no error of the connection.
+bool isRedirect(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+// What the network stack makes of a status is no error of the connection. Even when it is told to follow
+// no redirects, it tries to rewind the body for one.
 bool standsForStatus(QNetworkReply::NetworkError error, int status)
 {
     using Reply = QNetworkReply;
-    if (status < 400 || error == Reply::ContentReSendError)
+    if (error == Reply::ContentReSendError)
+        return isRedirect(status);
+    if (status < 400)
         return false;
     return error == Reply::ProxyAuthenticationRequiredError ||
            error == Reply::ProtocolInvalidOperationError ||
            (error >= Reply::ContentAccessDenied && error <= Reply::UnknownContentError) ||
            error >= Reply::InternalServerError;
-}
-
-bool isRedirect(int status)
-{
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
 bool sameOrigin(const QUrl &a, const QUrl &b)
