@@ -23,7 +23,7 @@ using DVStringTablePtr = std::shared_ptr<const DVStringTable>;
 class DVStringTable
 {
 public:
-    // Index of a key's entry, or notFound.
+    // Index of a key's entry, from 0 to size() - 1 in no particular order, or notFound.
     using Entry = quint32;
     static constexpr Entry notFound = ~Entry(0);
 
@@ -37,7 +37,7 @@ public:
     // Bytes held, without what was handed out.
     qsizetype memoryUsage() const;
 
-    Entry find(const char *utf8Key) const;             // zero-terminated
+    Entry find(const char *utf8Key) const; // zero-terminated
     Entry find(const char *utf8Key, qsizetype length) const;
     Entry find(QStringView key) const;
 
@@ -51,7 +51,8 @@ public:
     // The text of a category, falling back to "other", then to the first form there is.
     QString text(Entry entry, DVPluralCategory category) const;
     QString plainText(Entry entry, DVPluralCategory category) const;
-    // Whether plainText(entry) equals the entry's key: a base text that says nothing new.
+    // Whether plainText(entry) equals the entry's key, apart from percent signs that the reader made
+    // fullwidth: a base text that says nothing new.
     bool textEqualsKey(Entry entry) const;
 
     // The record of an entry, made when first asked for and then kept, so that identity holds.
@@ -67,8 +68,8 @@ public:
 
 private:
     friend class DVStringTableBuilder;
-    DVStringTable();
     struct Private;
+    explicit DVStringTable(std::unique_ptr<Private> built);
     std::unique_ptr<Private> d;
 };
 
@@ -101,6 +102,11 @@ public:
     void add(const Form &form);
 
     bool isEmpty() const;
+    // Whether an addition was refused because the pools, which 32-bit offsets address, or the memory
+    // that can be had would not have held it. Nothing is added from then on.
+    bool isFull() const;
+    // A smaller bound for each pool than the 4 GiB that there are.
+    void setMaximumPoolSize(quint32 bytes);
     // The table of everything added; the builder is empty afterwards.
     DVStringTablePtr build();
 
@@ -110,7 +116,7 @@ private:
 };
 
 // Reads an XLIFF document into one or two builders (`source` may be null), which begin another file.
-// On an error the builders hold what was read before it.
+// On an error the builders hold what was read before it. A full builder is an error of code 2.
 DVErrorOr dv_readXliffIntoTables(QByteArrayView document, quint32 stringStatus, DVStringTableBuilder &strings,
                                  DVStringTableBuilder *source, bool needCues,
                                  const std::atomic<bool> *cancelled = nullptr);

@@ -17,7 +17,7 @@ public:
 
     // `source` (may be null) receives the forms made from the source texts. Texts carry markers when
     // `needCues`. A group's status is set when a second form of its key is read.
-    static Strings parseXliffData(QByteArrayView data, Strings *source, quint32 stringStatus, DVErrorOr *error,
-                                  bool needCues);
+    static Strings parseXliffData(QByteArrayView data, Strings *source, quint32 stringStatus,
+                                  DVErrorOr *error, bool needCues);
     static Strings parseXliffData(QByteArrayView data, quint32 stringStatus, DVErrorOr *error, bool needCues);
 };

@@ -24,18 +24,24 @@ struct DVXliffUnit
     bool targetIsEmptyMarked = false;
 };
 
-// Feed the document in pieces cut anywhere; the result does not depend on the cuts. Linear in the
-// document whatever it holds. Document type declarations are refused, and with them every entity
+// Feed the document, UTF-8, in pieces cut anywhere; the result does not depend on the cuts. Linear in
+// the document whatever it holds. Document type declarations are refused, and with them every entity
 // but XML's own five and character references. Errors: domain "dorvane.SDK.xliff", code 1 syntax, 2 limit,
-// 3 document type declaration, 4 cancelled; the description ends in " (line L, column C)".
-// Units without resname are skipped. Reentrant.
+// 3 document type declaration, 4 cancelled; the description ends in " (line L, column C)", both
+// counted from 1, the column in characters. Units read before an error were handed out; an error may
+// show up to maximumMarkupLength bytes late, at the end at the latest.
+// Units without resname are skipped. Elements are known by their names as written. Reentrant.
 class DVXliffReader
 {
 public:
     // Limits. Beyond them: an error of code 2.
-    static constexpr qsizetype maximumMarkupLength = 64 * 1024; // one tag, in bytes: names and attributes
-    static constexpr qsizetype maximumTextLength = 1024 * 1024; // one source, target or note, in bytes
+    static constexpr qsizetype maximumMarkupLength = 64 * 1024; // one tag, comment or instruction, in bytes
+    static constexpr int maximumAttributes = 256;               // of one tag
+    static constexpr int maximumNamespaces = 1024;              // declared by the elements that are open
+    static constexpr int maximumNames = 16 * 1024;              // different names in a document, about
     static constexpr int maximumDepth = 256;
+    static constexpr qsizetype maximumTextLength =
+        1024 * 1024; // one source, target or note as read, in bytes
 
     using UnitHandler = std::function<void(const DVXliffUnit &)>;
 

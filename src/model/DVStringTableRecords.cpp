@@ -1,0 +1,138 @@
+// What DVStringTable makes of its block only when somebody asks: records and the reverse index.
+#include "DVCue.h"
+#include "DVStringTablePrivate.h"
+#include "DVUtf8.h"
+
+#include <algorithm>
+
+using Block = DVStringTableBlock;
+
+namespace {
+
+QString pluralFormOf(const Block::Form &form, const Block::Details &details)
+{
+    if (form.isNamed)
+        return dv_stringFromUtf8(details.categoryName);
+    const auto category = DVPluralCategory(form.category);
+    return category == DVPluralCategory::None ? QString() : dv_pluralCategoryName(category);
+}
+
+QString textOf(const Block &block, const Block::Form &form)
+{
+    return form.textLength == 0 ? QStringLiteral("")
+                                : QString(reinterpret_cast<const QChar *>(block.texts.data() + form.text),
+                                          qsizetype(form.textLength));
+}
+
+} // namespace
+
+DVStringGroupPtr DVStringTable::Private::makeGroup(const Block::Record &record) const
+{
+    const auto group = std::make_shared<DVStringGroup>();
+    group->key = dv_stringFromUtf8(Block::key(record));
+    for (const Block::Form &form : block.formsOf(record)) {
+        const Block::Details details = block.detailsOf(form);
+        const auto string = std::make_shared<DVString>();
+        string->key = group->key;
+        string->uid = dv_stringFromUtf8(details.uid);
+        string->pluralForm = pluralFormOf(form, details);
+        string->fromBase = block.fromBase;
+        string->note = dv_stringFromUtf8(details.note);
+        string->extractFormatFromString(textOf(block, form));
+        group->addStringForm(string);
+    }
+    group->hasPlurals = record.flags & Block::HasPlurals;
+    group->status = record.status;
+    return group;
+}
+
+DVStringGroupPtr DVStringTable::group(Entry entry) const
+{
+    const std::lock_guard lock(d->mutex);
+    return d->groupOf(d->block.slots[entry].record);
+}
+
+DVStringGroupPtr DVStringTable::Private::groupOf(uint32_t record)
+{
+    DVStringGroupPtr &group = groups[record];
+    if (!group)
+        group = makeGroup(block.record(record));
+    return group;
+}
+
+QString DVStringTable::Private::localizedHash(const Block::Form &form) const
+{
+    const QString text = textOf(block, form);
+    if (!text.contains(QChar(DVCueMarker::argumentStart)))
+        return dv_localizedHash(text, false);
+    DVString string;
+    string.extractFormatFromString(text);
+    return string.localizedHash;
+}
+
+uint64_t DVStringTable::Private::hashOf(const QString &text) const
+{
+    return block.hash(reinterpret_cast<const char *>(text.utf16()), std::size_t(text.size()) * sizeof(QChar));
+}
+
+void DVStringTable::Private::indexLocalizedHashes()
+{
+    hashedForms.reserve(block.slots.size() + block.forms.size());
+    for (std::size_t i = 0; i < block.slots.size(); ++i) {
+        const uint32_t record = block.slots[i].record;
+        uint32_t number = 0;
+        for (const Block::Form &form : block.formsOf(block.record(record)))
+            hashedForms.push_back({hashOf(localizedHash(form)), record, number++});
+    }
+    std::sort(hashedForms.begin(), hashedForms.end());
+}
+
+DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash) const
+{
+    const std::lock_guard lock(d->mutex);
+    if (!std::exchange(d->indexed, true))
+        d->indexLocalizedHashes();
+    const uint64_t wanted = d->hashOf(hash);
+    auto found =
+        std::lower_bound(d->hashedForms.begin(), d->hashedForms.end(), Private::HashedForm{wanted, 0, 0});
+    for (; found != d->hashedForms.end() && found->hash == wanted; ++found) {
+        const Block::Form &form = *(d->block.formsOf(d->block.record(found->record)).begin() + found->form);
+        if (d->localizedHash(form) != hash)
+            continue;
+        const QString name = form.category == uint8_t(DVPluralCategory::None)
+                                 ? dv_pluralCategoryName(DVPluralCategory::None)
+                                 : pluralFormOf(form, d->block.detailsOf(form));
+        return d->groupOf(found->record)->pluralForms.value(name);
+    }
+    return nullptr;
+}
+
+bool DVStringTable::hasSameContent(const DVStringTable &other) const
+{
+    if (size() != other.size())
+        return false;
+    for (Entry entry = 0; entry < Entry(size()); ++entry) {
+        const std::string_view key = Block::key(d->record(entry));
+        const Entry same = other.find(key.data(), qsizetype(key.size()));
+        if (same == notFound || !d->hasSameForms(d->record(entry), *other.d, other.d->record(same)))
+            return false;
+    }
+    return true;
+}
+
+bool DVStringTable::Private::hasSameForms(const Block::Record &record, const Private &other,
+                                          const Block::Record &otherRecord) const
+{
+    const auto contents = [](const Block &b, const Block::Record &of) {
+        std::vector<std::tuple<uint8_t, std::string_view, std::u16string_view>> result;
+        for (const Block::Form &form : b.formsOf(of)) {
+            const std::u16string_view text(b.texts.data() + form.text, form.textLength);
+            result.emplace_back(form.category, b.detailsOf(form).categoryName, text);
+        }
+        std::sort(result.begin(), result.end());
+        return result;
+    };
+    constexpr uint8_t plurals = Block::HasPlurals;
+    return (record.flags & plurals) == (otherRecord.flags & plurals) &&
+           contents(block, record) == contents(other.block, otherRecord);
+}
