@@ -45,18 +45,25 @@ constexpr int barrierCommand =
 
 // Gives the slot back when its thread ends. A reading after that (from another thread_local's
 // destructor) registers anew, and that slot is then never given back: a few bytes, no harm.
+constinit thread_local bool slotIsReturned = false;
+
 struct SlotReturn
 {
     Slot *slot = nullptr;
     ~SlotReturn()
     {
-        if (!slot)
-            return;
+        slotIsReturned = true;
         slotOfThread = nullptr;
         slot->inUse.store(false, std::memory_order_release);
     }
 };
-thread_local SlotReturn slotReturn;
+
+void returnAtThreadEnd(Slot *slot)
+{
+    if (slotIsReturned)
+        return;
+    static thread_local SlotReturn slotReturn{slot};
+}
 
 Slot *takeFreeSlot()
 {
@@ -72,7 +79,8 @@ Slot *addSlot()
 {
     auto *slot = new Slot; // owned by the list for the life of the process
     slot->next = slots.load(std::memory_order_relaxed);
-    while (!slots.compare_exchange_weak(slot->next, slot, std::memory_order_release, std::memory_order_relaxed)) {
+    while (!slots.compare_exchange_weak(slot->next, slot, std::memory_order_release,
+                                        std::memory_order_relaxed)) {
     }
     return slot;
 }
@@ -84,14 +92,15 @@ bool chooseBarrier()
     return registered;
 }
 
-// Orders every reader's announcement before our look at it.
-void barrierOnAllThreads()
+// Orders every reader's announcement before our look at it. False when the system refuses what it
+// granted before, as it does once a sandbox was entered.
+bool barrierOnAllThreads()
 {
     static const bool haveMembarrier = chooseBarrier();
     if (haveMembarrier)
-        membarrier(barrierCommand);
-    else
-        fence();
+        return membarrier(barrierCommand);
+    fence();
+    return true;
 }
 
 uint64_t oldestReading()
@@ -126,9 +135,10 @@ RetiredList &retiredList()
 
 std::vector<Retired> takeUnseen(RetiredList &list)
 {
-    barrierOnAllThreads();
-    const uint64_t oldest = oldestReading();
     std::vector<Retired> unseen;
+    if (!barrierOnAllThreads())
+        return unseen; // memory is kept rather than taken from a reader
+    const uint64_t oldest = oldestReading();
     std::erase_if(list.values, [&](Retired &retired) {
         if (retired.epoch > oldest)
             return false;
@@ -157,8 +167,8 @@ Slot *registerThread()
     if (!slot)
         slot = addSlot();
     slot->depth = 0;
-    slotReturn.slot = slot;
     slotOfThread = slot;
+    returnAtThreadEnd(slot);
     return slot;
 }
 

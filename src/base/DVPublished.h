@@ -65,11 +65,12 @@ void dv_retire(std::shared_ptr<const void> retired);
 // Destroys what no reader can see any more. Returns how many values wait on.
 int dv_reclaimRetired();
 
-template<typename T>
-class DVPublished
+template<typename T> class DVPublished
 {
 public:
     DVPublished() = default;
+    // A value that is being read lives on until it is no longer.
+    ~DVPublished() { publish(nullptr); }
     DVPublished(const DVPublished &) = delete;
     DVPublished &operator=(const DVPublished &) = delete;
 

@@ -14,9 +14,12 @@ const QString &nameOfSingleForm()
     return name;
 }
 
+// A file can name forms that are no category of CLDR; they come last.
 QList<QString> namesInOrderOfPresentation(const DVStringGroup &group)
 {
     QList<QString> names = group.sortedPluralFormNames();
+    if (group.pluralForms.contains(nameOfSingleForm()))
+        names.append(nameOfSingleForm());
     QList<QString> others;
     for (auto it = group.pluralForms.keyBegin(); it != group.pluralForms.keyEnd(); ++it) {
         if (!names.contains(*it))
@@ -103,7 +106,7 @@ DVStringPtr DVStringGroup::stringForPluralForm(const QString &name, bool strict)
 QString DVStringGroup::uid() const
 {
     const auto form = stringForPluralForm({}, false);
-    return form ? form->uid.section(u'[', 0, 0) : QString();
+    return form ? form->uid.left(form->uid.indexOf(u'[')) : QString();
 }
 
 QList<QString> DVStringGroup::sortedPluralFormNames() const

@@ -64,6 +64,7 @@ private Q_SLOTS:
 
     void readersSeeTheLatest();
     void valueLivesWhileItIsRead();
+    void valueOutlivesItsPublication();
     void laterReadingsDoNotKeepEarlierValues();
     void nestedReadingsCountAsOne();
     void readingWhileAThreadEnds();
@@ -107,6 +108,16 @@ void tst_Published::valueLivesWhileItIsRead()
     QCOMPARE(alive.load(), 1);
     published.publish(newValue(3)); // nobody reads: the old one goes at once
     QCOMPARE(alive.load(), 1);
+}
+
+void tst_Published::valueOutlivesItsPublication()
+{
+    auto published = std::make_unique<DVPublished<Value>>();
+    published->publish(newValue(1));
+    const DVReading reading;
+    const Value *value = published->read();
+    published.reset();
+    QVERIFY(value->isWhole());
 }
 
 void tst_Published::laterReadingsDoNotKeepEarlierValues()
@@ -170,7 +181,7 @@ void tst_Published::readingWhileAThreadEnds()
 
 void tst_Published::manyReadersOneWriter()
 {
-    constexpr int publications = 5000;
+    constexpr int publications = 2000;
     DVPublished<Value> published;
     published.publish(newValue(0));
     std::atomic<bool> stop = false;
