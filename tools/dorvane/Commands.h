@@ -1,0 +1,10 @@
+// The subcommands: each takes what stands after its name and returns the exit status.
+#pragma once
+
+#include <QStringList>
+
+int runServe(const QStringList &arguments);
+int runPack(const QStringList &arguments);
+int runUnpack(const QStringList &arguments);
+int runKeygen(const QStringList &arguments);
+int runTry(const QStringList &arguments);

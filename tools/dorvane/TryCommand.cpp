@@ -1,0 +1,98 @@
+#include "CommandLine.h"
+#include "Commands.h"
+#include "TryDriver.h"
+
+#include <DVFolders.h>
+
+#include <Dorvane/Dorvane.h>
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+namespace {
+
+const auto dataDir = QStringLiteral("data-dir");
+const auto bundle = QStringLiteral("bundle");
+const auto appVersion = QStringLiteral("app-version");
+const auto languages = QStringLiteral("languages");
+const auto currentLocale = QStringLiteral("locale");
+const auto systemVersion = QStringLiteral("system-version");
+
+void declareOptions(CommandLine &line)
+{
+    line.addOption({dataDir, QStringLiteral("Folder for what an application keeps between its starts."),
+                    QStringLiteral("DIR")});
+    line.addOption(
+        {bundle, QStringLiteral("Folder with the application's packaged strings."), QStringLiteral("DIR")});
+    line.addOption({appVersion, QStringLiteral("Version of the application."), QStringLiteral("V")});
+    line.addOption({languages,
+                    QStringLiteral("The user's languages, the preferred one first, such as fr-CA,en."),
+                    QStringLiteral("LIST")});
+    line.addOption({currentLocale, QStringLiteral("The device's current locale, such as fr_CA."),
+                    QStringLiteral("LOCALE")});
+    line.addOption(
+        {systemVersion, QStringLiteral("The system's version, such as 17.0."), QStringLiteral("V")});
+    line.addNote(QStringLiteral(
+        "One JSON object for each line on standard input, one reply for each on standard output, and\n"
+        "{\"event\": \"stringsUpdated\"} in between. Log messages go to standard error. For example:\n\n"
+        "  {\"do\": \"start\", \"projectId\": \"demo\", \"options\": {\"mode\": \"DVOTAServing\", "
+        "\"otaKey\": \"...\",\n"
+        "   \"servers\": {...}}}\n"
+        "  {\"do\": \"lookup\", \"key\": \"Hello\"}\n\n"
+        "Commands: start (projectId, options), lookup (key, value, table), tr (context, text, comment, n),\n"
+        "plural (key, number), locale, setLocale (id), strings (which: \"localized\" or \"base\"), "
+        "foreground,\n"
+        "deviceLocale (languages, locale), find (text), clock (advanceMs), wait (ms, or event and "
+        "timeoutMs).\n"
+        "projectLocales is not there yet: it always replies with an error."));
+}
+
+// Null when the folders can be used.
+QString folderProblem(const CommandLine &line)
+{
+    const QFileInfo data(line.value(dataDir));
+    if (line.isSet(dataDir) && data.exists() && !data.isDir())
+        return QStringLiteral("--data-dir is no folder: %1").arg(line.value(dataDir));
+    if (line.isSet(bundle) && !QFileInfo(line.value(bundle)).isDir())
+        return QStringLiteral("--bundle is no folder: %1").arg(line.value(bundle));
+    return {};
+}
+
+DVDevice::Override deviceFromOptions(const CommandLine &line)
+{
+    DVDevice::Override device;
+    if (line.isSet(languages))
+        device.languages = line.value(languages).split(u',', Qt::SkipEmptyParts);
+    if (line.isSet(currentLocale))
+        device.locale = line.value(currentLocale);
+    if (line.isSet(systemVersion))
+        device.systemVersion = line.value(systemVersion);
+    return device;
+}
+
+} // namespace
+
+int runTry(const QStringList &arguments)
+{
+    CommandLine line(
+        QStringLiteral("try"),
+        QStringLiteral("An application without windows that does what JSON lines tell it, to see what a\n"
+                       "project serves."));
+    declareOptions(line);
+    if (const auto status = line.parse(arguments))
+        return *status;
+    if (const QString problem = folderProblem(line); !problem.isEmpty())
+        return line.misused(problem);
+
+    if (line.isSet(dataDir))
+        DVFolders::setDocuments(QFileInfo(line.value(dataDir)).absoluteFilePath());
+    if (line.isSet(bundle))
+        Dorvane::setMainBundle(DVBundle(QFileInfo(line.value(bundle)).absoluteFilePath()));
+    QCoreApplication::setApplicationVersion(line.value(appVersion));
+    const DVDevice::Override device = deviceFromOptions(line);
+    DVDevice::setOverride(device);
+    const TryDriver driver(STDIN_FILENO, device);
+    return QCoreApplication::exec();
+}
