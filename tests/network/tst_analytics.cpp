@@ -9,6 +9,7 @@
 #include "DVState.h"
 #include "DVUserDefaults.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -152,6 +153,16 @@ int hangAfterSaving(QCoreApplication &, const QString &)
     return 1;
 }
 
+// Saves one event after the other until it is killed.
+int neverRest(QCoreApplication &, const QString &)
+{
+    print("ready");
+    for (int i = 0;; ++i) {
+        DVAnalytics::trackEvent(QString::number(i));
+        DVAnalytics::sharedInstance().drain();
+    }
+}
+
 // Saves events one by one while another process does, sending when it is due; ends with its input.
 int trackOneByOne(QCoreApplication &app, const QString &name)
 {
@@ -176,7 +187,8 @@ int trackOneByOne(QCoreApplication &app, const QString &name)
 int childMain(int argc, char **argv)
 {
     using Role = int (*)(QCoreApplication &, const QString &);
-    const QHash<QString, Role> roles{{u"hang"_qs, hangAfterSaving}, {u"one-by-one"_qs, trackOneByOne}};
+    const QHash<QString, Role> roles{
+        {u"hang"_qs, hangAfterSaving}, {u"never-rest"_qs, neverRest}, {u"one-by-one"_qs, trackOneByOne}};
     int status = 0;
     {
         QCoreApplication app(argc, argv);
@@ -216,6 +228,8 @@ private Q_SLOTS:
 
     void eventsSurviveARestart();
     void eventsSurviveAKill();
+    void aKillInTheMiddleOfASave_data();
+    void aKillInTheMiddleOfASave();
     void theDeviceKeepsItsIdentifier();
     void damagedFiles_data();
     void damagedFiles();
@@ -444,6 +458,32 @@ void TestAnalytics::eventsSurviveAKill()
     QCOMPARE(sent.constFirst(), u"child 0"_qs);
     QCOMPARE(sent.constLast(), u"mine"_qs);
     QTRY_COMPARE(savedEvents().size(), 0);
+}
+
+void TestAnalytics::aKillInTheMiddleOfASave_data()
+{
+    QTest::addColumn<int>("events");
+    for (const int events : {1, 2, 5, 9, 14, 20})
+        QTest::addRow("after event %d", events) << events;
+}
+
+// Wherever the kill falls: the file holds a run of events without a gap, and its lock is taken over.
+void TestAnalytics::aKillInTheMiddleOfASave()
+{
+    QFETCH(int, events);
+    Child child({u"never-rest"_qs, m_folder->path(), m_server.url()});
+    QVERIFY(child.waitForLine("ready"));
+    const QDeadlineTimer patience(30000);
+    while (savedEvents().size() < events)
+        QVERIFY(!patience.hasExpired());
+    child.process().kill();
+    QVERIFY(child.process().waitForFinished());
+    const QStringList saved = names(savedEvents());
+    QVERIFY(saved.size() >= events);
+    for (int i = 0; i < saved.size(); ++i)
+        QCOMPARE(saved.at(i), QString::number(i));
+    track(u"mine"_qs);
+    QCOMPARE(names(savedEvents()), saved + QStringList{u"mine"_qs});
 }
 
 void TestAnalytics::theDeviceKeepsItsIdentifier()
