@@ -18,8 +18,8 @@ namespace {
 
 std::atomic<bool> hostIsAppetize = false;
 
-// A message handler or observer of the host that looks a text up would otherwise log again, and
-// again, until the stack ends.
+// An observer of "log" that looks a text up would otherwise be called again for what that lookup logs,
+// and again, until the stack ends. Qt guards message handlers in the same way.
 class Writing
 {
 public:

@@ -269,6 +269,7 @@ void tst_Cues::pieces_data()
     row("the first start was cut off: it is put back", "lo]", {"0+4 level 1: [lo]"});
     row("cut off before a second piece", "lo] [B]", {"5+3 level 1: [B]", "0+4 level 1: [lo]"});
     row("cut off, and still out of order", "a]b]c]", {});
+    row("a text that begins with a start has lost none", "[a]b]", {});
     row("a start without its end", "[a] [b", {});
     row("an end without its start inside the text", "[a] b] c", {});
     row("a lone start", "[", {});
