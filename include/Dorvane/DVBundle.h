@@ -26,8 +26,13 @@ public:
     // The first that exists of: what setMainBundle set, ":/dorvane", the platform's resource folder
     // of the application, the application's folder. Chosen on first use after a QCoreApplication
     // exists; an empty bundle before.
+    // The platform's resource folder is, on Unix desktops, "../share/<application name>" beside the
+    // program's folder, then "<organization>/<application name>" in the system's data folders; on
+    // macOS "../Resources"; on Android "assets:/dorvane". It counts only when it holds Info.plist,
+    // an ".lproj" folder or an ".xlf" file, because it exists for other reasons, too.
     static DVBundle mainBundle();
-    // For hosts that keep their resources elsewhere, and for tests. Call it before the start.
+    // For hosts that keep their resources elsewhere, and for tests. Call it before the start. An
+    // invalid bundle restores the choice above.
     static void setMainBundle(const DVBundle &bundle);
 
     bool isValid() const;
@@ -37,7 +42,8 @@ public:
     QVariant objectForInfoDictionaryKey(const QString &key) const;
 
     // Path of a resource that exists, else a null string. With a localization, only
-    // "<localization>.lproj/" is searched, else only the top folder.
+    // "<localization>.lproj/" is searched, else only the top folder. A name with a separator, or a
+    // localization of other characters than ASCII letters, digits, "_" and "-", has no resource.
     QString pathForResource(const QString &name, const QString &type, const QString &localization = {}) const;
 
     // Localizations of the bundle (names of its ".lproj" folders).
@@ -47,10 +53,13 @@ public:
     // the class "DVBundle" (see DVRuntime.h). While the library serves, the answer comes from its
     // stores first. A null or empty table means "Localizable". A key that nobody knows gives
     // `value`, or the key itself when `value` is empty.
-    QString localizedStringForKey(const QString &key, const QString &value = {}, const QString &table = {}) const;
+    QString localizedStringForKey(const QString &key, const QString &value = {},
+                                  const QString &table = {}) const;
 
     // The bundle's own answer, without the library: the most preferred language of the device for
-    // which there is an ".lproj" folder, else the development region's.
+    // which there is an ".lproj" folder ("zh-TW" also finds "zh_Hant" and "zh"), else the development
+    // region's ("CFBundleDevelopmentRegion", else "en"), else the top folder's. The language is chosen
+    // when a table is first read.
     QString packagedStringForKey(const QString &key, const QString &value, const QString &table) const;
 
 private:
@@ -58,5 +67,6 @@ private:
 };
 
 // Signature of the implementation behind "localizedStringForKey:value:table:".
-using DVLocalizedStringForKeyImp = QString (*)(const DVBundle &bundle, const char *selector, const QString &key,
-                                               const QString &value, const QString &table);
+using DVLocalizedStringForKeyImp = QString (*)(const DVBundle &bundle, const char *selector,
+                                               const QString &key, const QString &value,
+                                               const QString &table);

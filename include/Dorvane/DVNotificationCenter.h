@@ -31,7 +31,8 @@ public:
     int addObserver(QObject *context, const QString &name, const void *sender, Observer observer);
     void removeObserver(int token);
 
-    void postNotification(const QString &name, const void *sender = nullptr, const QVariantMap &userInfo = {});
+    void postNotification(const QString &name, const void *sender = nullptr,
+                          const QVariantMap &userInfo = {});
 
     DVNotificationCenter();
     ~DVNotificationCenter();

@@ -6,10 +6,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QMutex>
 #include <QStandardPaths>
 
 #include <atomic>
+#include <mutex>
 
 namespace {
 
@@ -40,7 +40,7 @@ DVImp declareLookup()
 
 struct MainBundle
 {
-    QMutex mutex;
+    std::mutex mutex;
     DVBundle set;
     DVBundle chosen;
 };
@@ -102,7 +102,7 @@ DVBundle::DVBundle(const QString &path)
 DVBundle DVBundle::mainBundle()
 {
     auto &m = main();
-    const QMutexLocker lock(&m.mutex);
+    const std::lock_guard lock(m.mutex);
     if (m.set.isValid())
         return m.set;
     if (m.chosen.isValid() || !QCoreApplication::instance())
@@ -114,7 +114,7 @@ DVBundle DVBundle::mainBundle()
 void DVBundle::setMainBundle(const DVBundle &bundle)
 {
     auto &m = main();
-    const QMutexLocker lock(&m.mutex);
+    const std::lock_guard lock(m.mutex);
     m.set = bundle;
     m.chosen = DVBundle();
 }

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr qint64 resourceLimit = qint64(256) << 20;
+constexpr int emptyTableLimit = 64;
 constexpr QLatin1StringView lprojSuffix{".lproj"};
 
 // Names of resources come from the host, names of localizations may come from a server.
@@ -45,16 +46,38 @@ QString comparable(const QString &localization)
     return QString(localization).replace(u'_', u'-').toLower();
 }
 
-// The folder of a language, or of the nearest more general one: "zh-Hans-CN", "zh-Hans", "zh".
-QString folderForLanguage(const QStringList &folders, QString language)
+QString folderNamed(const QStringList &folders, const QString &language)
 {
-    while (!language.isEmpty()) {
-        const auto found = std::find_if(folders.begin(), folders.end(), [&](const QString &folder) {
-            return comparable(folder) == comparable(language);
+    const auto found =
+        std::find_if(folders.begin(), folders.end(), [wanted = comparable(language)](const QString &folder) {
+            return comparable(folder) == wanted;
         });
-        if (found != folders.end())
-            return *found;
-        language.truncate(std::max<qsizetype>(language.lastIndexOf(u'-'), 0));
+    return found == folders.end() ? QString() : *found;
+}
+
+// From the most particular to the most general: "zh-TW", "zh-Hant-TW", "zh-Hant", "zh".
+QStringList fallbacksOf(const QString &language)
+{
+    QStringList names{language};
+    for (QString name : {DVDevice::likelyLanguage(language), language}) {
+        for (qsizetype end = name.size(); end > 0; end = name.lastIndexOf(u'-')) {
+            name.truncate(end);
+            names.append(name);
+        }
+    }
+    // The language alone, in whatever script, comes last.
+    const QString bare = DVLocale(language).languageCode();
+    names.removeAll(bare);
+    names.append(bare);
+    return names;
+}
+
+QString folderForLanguage(const QStringList &folders, const QString &language)
+{
+    for (const QString &name : fallbacksOf(language)) {
+        const QString folder = folderNamed(folders, name);
+        if (!folder.isEmpty())
+            return folder;
     }
     return {};
 }
@@ -80,7 +103,7 @@ DVBundleData::~DVBundleData() = default;
 
 QVariantMap DVBundleData::info()
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     if (!m_infoRead) {
         m_infoRead = true;
         if (const auto content = contentOf(pathForResource(u"Info"_qs, u"plist"_qs, {})))
@@ -128,7 +151,12 @@ QString DVBundleData::packagedText(const QString &key, const QString &table)
     const Table *found = findTable(name);
     if (!found)
         found = readTable(name);
-    return found ? found->texts.value(key) : QString();
+    if (!found)
+        return {};
+    const auto text = found->texts.constFind(key);
+    if (text == found->texts.cend())
+        return {};
+    return text->isNull() ? u""_qs : *text; // null is what an unknown key gives
 }
 
 const DVBundleData::Table *DVBundleData::findTable(const QString &name) const
@@ -145,7 +173,8 @@ QStringList DVBundleData::searchedLocalizations()
     const QString region = info().value(u"CFBundleDevelopmentRegion"_qs).toString();
     const QStringList folders = localizations();
     QStringList searched{QString()}; // the top folder
-    const QString development = folderForLanguage(folders, comparable(region.isEmpty() ? u"en"_qs : region));
+    const QString development =
+        folderForLanguage(folders, QString(region.isEmpty() ? u"en"_qs : region).replace(u'_', u'-'));
     if (!development.isEmpty())
         searched.append(development);
     const QString preferred = preferredFolder(folders);
@@ -154,7 +183,6 @@ QStringList DVBundleData::searchedLocalizations()
     return searched;
 }
 
-// A table that no file has is kept, too: an empty one. Bounded, because a host may make up names.
 const DVBundleData::Table *DVBundleData::readTable(const QString &name)
 {
     if (!m_exists || !isSafeName(name))
@@ -166,14 +194,24 @@ const DVBundleData::Table *DVBundleData::readTable(const QString &name)
         if (entries)
             texts.insert(*entries);
     }
-    const QMutexLocker lock(&m_mutex);
+    return keepTable(name, std::move(texts));
+}
+
+// A table that no file has is kept, too, so that its files are not looked for again; but not for
+// ever more names, which a host may make up.
+const DVBundleData::Table *DVBundleData::keepTable(const QString &name, QHash<QString, QString> texts)
+{
+    const std::lock_guard lock(m_mutex);
     if (const Table *known = findTable(name)) // another thread was faster
         return known;
+    if (texts.isEmpty() && m_tableCount >= emptyTableLimit)
+        return nullptr;
     auto table = std::make_unique<Table>();
     table->name = name;
     table->texts = std::move(texts);
     table->next = std::move(m_tables);
     m_tables = std::move(table);
+    ++m_tableCount;
     m_firstTable.store(m_tables.get(), std::memory_order_release);
     return m_tables.get();
 }

@@ -2,18 +2,17 @@
 #pragma once
 
 #include <QHash>
-#include <QMutex>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 // Thread-safe. Everything is read on first use and then kept.
 struct DVBundleData
 {
-public:
     explicit DVBundleData(const QString &path);
     ~DVBundleData();
     Q_DISABLE_COPY_MOVE(DVBundleData)
@@ -36,13 +35,15 @@ private:
     };
     const Table *findTable(const QString &name) const;
     const Table *readTable(const QString &name);
+    const Table *keepTable(const QString &name, QHash<QString, QString> texts);
     QStringList searchedLocalizations();
 
     const QString m_path; // absolute; empty for no bundle
     const bool m_exists;
-    QMutex m_mutex; // recursive use: none; held while files are read
+    std::mutex m_mutex;
     bool m_infoRead = false;
     QVariantMap m_info;
     std::unique_ptr<const Table> m_tables;
+    int m_tableCount = 0;
     std::atomic<const Table *> m_firstTable = nullptr; // m_tables, for readers without the lock
 };

@@ -1,7 +1,6 @@
 #include "DVDevice.h"
 
 #include <QLocale>
-#include <QMutex>
 #include <QRegularExpression>
 #include <QSysInfo>
 
@@ -9,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 
 #if defined(Q_OS_UNIX)
 #include <sys/utsname.h>
@@ -18,7 +18,7 @@ namespace {
 
 struct Overriding
 {
-    QMutex mutex;
+    std::mutex mutex;
     DVDevice::Override value;
 };
 
@@ -31,7 +31,7 @@ Overriding &overriding()
 DVDevice::Override currentOverride()
 {
     auto &o = overriding();
-    const QMutexLocker lock(&o.mutex);
+    const std::lock_guard lock(o.mutex);
     return o.value;
 }
 
@@ -107,6 +107,12 @@ QStringList DVDevice::preferredLanguages()
     return languages;
 }
 
+QString DVDevice::likelyLanguage(const QString &language)
+{
+    const QString likely = likelyIdentifier(language);
+    return likely.isEmpty() ? language : QString(likely).replace(u'_', u'-');
+}
+
 DVLocale DVDevice::currentLocale()
 {
     const auto override = currentOverride();
@@ -143,6 +149,6 @@ QString DVDevice::deviceName()
 void DVDevice::setOverride(const Override &override)
 {
     auto &o = overriding();
-    const QMutexLocker lock(&o.mutex);
+    const std::lock_guard lock(o.mutex);
     o.value = override;
 }

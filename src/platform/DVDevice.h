@@ -15,6 +15,10 @@ namespace DVDevice {
 // subtags. "C" and "POSIX" are no preference and are left out, so the list may be empty.
 QStringList preferredLanguages();
 
+// The language with the script and region that it implies, by ICU's likely subtags, hyphen form:
+// "zh-TW" gives "zh-Hant-TW". One that ICU does not know comes back as it is.
+QString likelyLanguage(const QString &language);
+
 // The locale of formats, device form ("fr_CA"); invalid for "C" and "POSIX".
 DVLocale currentLocale();
 

@@ -2,15 +2,16 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QMutex>
 #include <QStandardPaths>
 #include <QStringList>
+
+#include <mutex>
 
 namespace {
 
 struct Replacement
 {
-    QMutex mutex;
+    std::mutex mutex;
     QString documents;
 };
 
@@ -23,7 +24,7 @@ Replacement &replacement()
 QString replacedDocuments()
 {
     auto &r = replacement();
-    const QMutexLocker lock(&r.mutex);
+    const std::lock_guard lock(r.mutex);
     return r.documents;
 }
 
@@ -65,7 +66,7 @@ QString DVFolders::dorvaneFiles()
 void DVFolders::setDocuments(const QString &path)
 {
     auto &r = replacement();
-    const QMutexLocker lock(&r.mutex);
+    const std::lock_guard lock(r.mutex);
     r.documents = path;
 }
 

@@ -4,13 +4,15 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QMutex>
 #include <QThread>
 #include <QTimer>
+#include <QTimerEvent>
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -18,14 +20,8 @@ namespace {
 
 using Work = std::function<void()>;
 
-struct WorkEvent final : QEvent
-{
-    explicit WorkEvent(Work w)
-        : QEvent(QEvent::User)
-        , work(std::move(w))
-    {}
-    Work work;
-};
+void runNext();
+void releaseWaiting();
 
 class Receiver final : public QObject
 {
@@ -34,26 +30,35 @@ protected:
     {
         if (event->type() != QEvent::User)
             return QObject::event(event);
-        static_cast<WorkEvent *>(event)->work();
+        runNext();
         return true;
+    }
+
+    // The first turn has passed.
+    void timerEvent(QTimerEvent *event) override
+    {
+        killTimer(event->timerId());
+        releaseWaiting();
     }
 };
 
 // The receiver lives as long as the application object. Events are posted to it under the mutex,
-// so that no other thread can post to one that has just gone.
+// so that no other thread can post to one that has just gone; each announces one piece of work.
 struct State
 {
-    QMutex mutex;
+    std::mutex mutex;
     std::unique_ptr<Receiver> receiver;
+    std::deque<Work> work;
     std::vector<Work> waitingForFirstTurn;
     bool firstTurnHasPassed = false;
     std::atomic<QThread *> mainThread = nullptr;
 
-    void postLocked(Work work)
+    void postLocked(Work next)
     {
-        if (receiver)
-            QCoreApplication::postEvent(receiver.get(),
-                                        new WorkEvent(std::move(work))); // the event queue owns it
+        if (!receiver || !next)
+            return;
+        work.push_back(std::move(next));
+        QCoreApplication::postEvent(receiver.get(), new QEvent(QEvent::User)); // the event queue owns it
     }
 };
 
@@ -63,30 +68,56 @@ State &state()
     return *instance;
 }
 
+void runNext()
+{
+    Work next;
+    {
+        auto &s = state();
+        const std::lock_guard lock(s.mutex);
+        if (s.work.empty())
+            return;
+        next = std::move(s.work.front());
+        s.work.pop_front();
+    }
+    next();
+}
+
 void releaseWaiting()
 {
     auto &s = state();
-    const QMutexLocker lock(&s.mutex);
+    const std::lock_guard lock(s.mutex);
     s.firstTurnHasPassed = true;
     for (Work &work : std::exchange(s.waitingForFirstTurn, {}))
         s.postLocked(std::move(work));
 }
 
-void startTimer(int milliseconds, Work work)
+// On the main thread, where the receiver stays while the application object does.
+Receiver *receiverHere()
 {
     auto &s = state();
-    QMutexLocker lock(&s.mutex);
-    Receiver *receiver = s.receiver.get();
-    lock.unlock(); // this is the main thread: the receiver stays
-    if (receiver)
+    const std::lock_guard lock(s.mutex);
+    return s.receiver.get();
+}
+
+// A timer event: QTimer::singleShot(0) is a posted event, which comes within the same turn.
+void startFirstTurnTimer()
+{
+    if (auto *receiver = receiverHere())
+        receiver->startTimer(0);
+}
+
+void startTimer(int milliseconds, Work work)
+{
+    if (auto *receiver = receiverHere())
         QTimer::singleShot(milliseconds, receiver, std::move(work));
 }
 
 void applicationEnds()
 {
     auto &s = state();
-    QMutexLocker lock(&s.mutex);
+    std::unique_lock lock(s.mutex);
     const auto receiver = std::move(s.receiver);
+    const auto work = std::exchange(s.work, {});
     const auto waiting = std::exchange(s.waitingForFirstTurn, {});
     s.firstTurnHasPassed = false;
     s.mainThread = nullptr;
@@ -98,7 +129,7 @@ void applicationStarts()
     auto *application = QCoreApplication::instance();
     auto &s = state();
     {
-        const QMutexLocker lock(&s.mutex);
+        const std::lock_guard lock(s.mutex);
         s.receiver = std::make_unique<Receiver>();
         s.receiver->moveToThread(application->thread());
         s.mainThread = application->thread();
@@ -118,14 +149,14 @@ bool DVMainQueue::isMainThread()
 void DVMainQueue::post(Work work)
 {
     auto &s = state();
-    const QMutexLocker lock(&s.mutex);
+    const std::lock_guard lock(s.mutex);
     s.postLocked(std::move(work));
 }
 
 void DVMainQueue::postAfterFirstTurn(Work work)
 {
     auto &s = state();
-    const QMutexLocker lock(&s.mutex);
+    const std::lock_guard lock(s.mutex);
     if (s.firstTurnHasPassed) {
         s.postLocked(std::move(work));
         return;
@@ -135,7 +166,7 @@ void DVMainQueue::postAfterFirstTurn(Work work)
     s.waitingForFirstTurn.push_back(std::move(work));
     // An event comes within the first turn; a timer that starts there fires in the second.
     if (s.waitingForFirstTurn.size() == 1)
-        s.postLocked([] { startTimer(0, releaseWaiting); });
+        s.postLocked(startFirstTurnTimer);
 }
 
 void DVMainQueue::postDelayed(int milliseconds, Work work)

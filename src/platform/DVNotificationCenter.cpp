@@ -1,10 +1,9 @@
 #include <Dorvane/DVNotificationCenter.h>
 
-#include <QMutex>
-
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -30,26 +29,26 @@ using Entries = std::vector<std::shared_ptr<Entry>>;
 // Shared with the connections to the contexts, which may outlive the centre.
 struct Registry
 {
-    QMutex mutex;
+    std::mutex mutex;
     Entries entries; // in the order in which they were added
     int lastToken = 0;
 
     int newToken()
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         return ++lastToken;
     }
 
     void add(std::shared_ptr<Entry> entry)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         entries.push_back(std::move(entry));
     }
 
     // The entry is returned so that what its observer holds is destroyed without the lock.
     std::shared_ptr<Entry> take(int token)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         const auto found = std::find_if(entries.begin(), entries.end(),
                                         [token](const auto &entry) { return entry->token == token; });
         if (found == entries.end())
@@ -62,7 +61,7 @@ struct Registry
 
     Entries matching(const DVNotification &notification)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         Entries result;
         for (const auto &entry : entries) {
             if (entry->wants(notification))
@@ -87,7 +86,7 @@ DVNotificationCenter::~DVNotificationCenter()
 {
     Entries entries;
     {
-        const QMutexLocker lock(&d->registry->mutex);
+        const std::lock_guard lock(d->registry->mutex);
         entries.swap(d->registry->entries);
     }
     for (const auto &entry : entries)

@@ -33,7 +33,24 @@ struct Worker
     bool ended = false;
     std::atomic<bool> finishing = false;
     std::string name;
+    const void *queue = nullptr; // which queue's; identity only
+
+    bool end(std::chrono::steady_clock::time_point deadline, bool mayWait);
 };
+
+// Drops what has not begun at the deadline. Returns whether the thread has ended.
+bool Worker::end(std::chrono::steady_clock::time_point deadline, bool mayWait)
+{
+    std::deque<Operation> dropped; // destroyed without the lock
+    std::unique_lock lock(mutex);
+    finishing = true;
+    ending = true;
+    wake.notify_one();
+    if (mayWait)
+        moved.wait_until(lock, deadline, [this] { return ended; });
+    dropped.swap(operations);
+    return ended;
+}
 
 thread_local const Worker *workerOfThisThread = nullptr;
 
@@ -68,6 +85,7 @@ void run(const std::shared_ptr<Worker> &worker)
     }
     worker->ended = true;
     worker->moved.notify_all();
+    workerOfThisThread = nullptr;
 }
 
 } // namespace
@@ -94,6 +112,7 @@ void DVSerialQueue::State::startWorker()
     if (!worker) {
         worker = std::make_shared<Worker>();
         worker->name = name;
+        worker->queue = this;
         finishing = false;
     }
     if (thread.joinable())
@@ -135,10 +154,9 @@ void DVSerialQueue::addOperation(std::function<void()> operation)
 
 bool DVSerialQueue::isFinishing() const
 {
-    // The thread that was left behind goes on seeing the end, also when the queue is in use again.
-    const auto worker = workerOfThisThread ? d->current() : nullptr;
-    if (workerOfThisThread && worker.get() != workerOfThisThread)
-        return true;
+    // A thread that was left behind goes on seeing the end, also when the queue is in use again.
+    if (workerOfThisThread && workerOfThisThread->queue == d.get())
+        return workerOfThisThread->finishing;
     return d->finishing;
 }
 
@@ -146,21 +164,17 @@ void DVSerialQueue::finish(int milliseconds)
 {
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
+    std::unique_lock stateLock(d->mutex);
     d->finishing = true;
-    const auto worker = d->current();
+    const auto worker = d->worker;
+    const bool mayEnd = d->thread.joinable() && worker.get() != workerOfThisThread;
+    stateLock.unlock();
     if (!worker)
         return;
-    std::deque<Operation> dropped; // destroyed without a lock
-    std::unique_lock lock(worker->mutex);
-    worker->ending = true;
-    worker->wake.notify_one();
-    worker->moved.wait_until(lock, deadline, [&] { return worker->ended; });
-    dropped.swap(worker->operations);
-    const bool ended = worker->ended;
-    lock.unlock();
+    const bool ended = worker->end(deadline, mayEnd);
 
-    std::unique_lock stateLock(d->mutex);
-    if (d->worker != worker)
+    stateLock.lock();
+    if (d->worker != worker) // another call was faster
         return;
     d->worker.reset();
     std::thread thread = std::move(d->thread);

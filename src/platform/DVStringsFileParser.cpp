@@ -173,8 +173,10 @@ private:
 std::optional<QString> decoded(const QByteArray &data)
 {
     const auto marked = QStringConverter::encodingForData(data);
-    QStringDecoder decoder(marked.value_or(QStringConverter::Utf8));
-    const QString text = decoder.decode(data);
+    QStringDecoder decoder(marked.value_or(QStringConverter::Utf8), QStringConverter::Flag::Stateless);
+    QString text = decoder.decode(data);
+    if (text.startsWith(QChar(QChar::ByteOrderMark)))
+        text.remove(0, 1);
     return decoder.hasError() ? std::nullopt : std::optional(text);
 }
 

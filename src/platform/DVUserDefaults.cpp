@@ -5,8 +5,9 @@
 
 #include <QCoreApplication>
 #include <QJsonDocument>
-#include <QMutex>
 #include <QSettings>
+
+#include <mutex>
 
 namespace {
 
@@ -37,8 +38,8 @@ QJsonObject readValues(const QString &path)
 // `mutex` only while the values are looked at. Taken in this order.
 struct DVUserDefaults::Private
 {
-    QMutex writing;
-    QMutex mutex;
+    std::mutex writing;
+    std::mutex mutex;
     QString path;
     QJsonObject values;
     bool loaded = false;
@@ -67,7 +68,7 @@ void DVUserDefaults::Private::load()
 
 QJsonValue DVUserDefaults::Private::value(const QString &key)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     load();
     return values.value(key);
 }
@@ -76,7 +77,7 @@ QJsonValue DVUserDefaults::Private::value(const QString &key)
 void DVUserDefaults::Private::change(const QString &key, const QJsonValue &value)
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         load();
         if (values.value(key) != value) {
             if (value.isUndefined())
@@ -94,8 +95,8 @@ void DVUserDefaults::Private::change(const QString &key, const QJsonValue &value
 // Does nothing when the file already holds the values; a write that failed is tried again by the next change.
 void DVUserDefaults::Private::write()
 {
-    const QMutexLocker writer(&writing);
-    QMutexLocker lock(&mutex);
+    const std::lock_guard writer(writing);
+    std::unique_lock lock(mutex);
     if (written == generation || path.isEmpty())
         return;
     const QJsonObject snapshot = values;
@@ -104,7 +105,7 @@ void DVUserDefaults::Private::write()
     lock.unlock();
     if (DVPrivateFile::write(target, QJsonDocument(snapshot).toJson()))
         return;
-    lock.relock();
+    lock.lock();
     if (target == path && written < snapshotGeneration)
         written = snapshotGeneration;
 }
@@ -182,15 +183,15 @@ void DVUserDefaults::removeKey(const QString &key)
 
 void DVUserDefaults::reload()
 {
-    const QMutexLocker writer(&d->writing);
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard writer(d->writing);
+    const std::lock_guard lock(d->mutex);
     d->loaded = false;
 }
 
 DVUserDefaults::Batch::Batch()
 {
     auto *d = standard().d;
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     ++d->batches;
 }
 
@@ -198,7 +199,7 @@ DVUserDefaults::Batch::~Batch()
 {
     auto *d = standard().d;
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         if (--d->batches > 0)
             return;
     }

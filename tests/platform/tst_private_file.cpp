@@ -1,0 +1,155 @@
+#include "DVFolders.h"
+#include "DVPrivateFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#if defined(Q_OS_UNIX)
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#endif
+
+#if defined(Q_OS_UNIX)
+// While it lives no file of this process may grow beyond `bytes`: a disk that is full.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t bytes)
+    {
+        m_oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_old);
+        rlimit now = m_old;
+        now.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    ~FullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_oldHandler);
+    }
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    rlimit m_old{};
+    void (*m_oldHandler)(int) = nullptr;
+};
+
+static mode_t modeOf(const QString &path)
+{
+    struct stat status = {};
+    return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+#endif
+
+class TestPrivateFile : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    static QByteArray contentOf(const QString &path)
+    {
+        QByteArray content;
+        return DVPrivateFile::read(path, &content) ? QByteArray("unreadable") : content;
+    }
+
+private Q_SLOTS:
+    void filesAndFoldersAreTheOwnersAlone()
+    {
+#if defined(Q_OS_UNIX)
+        const mode_t oldMask = umask(0);
+        const QString file = path(u"a/b/c/file"_qs);
+        QVERIFY(!DVPrivateFile::write(file, "content"));
+        umask(oldMask);
+        QCOMPARE(modeOf(file), mode_t(0600));
+        for (const auto &made : {u"a"_qs, u"a/b"_qs, u"a/b/c"_qs})
+            QCOMPARE(modeOf(path(made)), mode_t(0700));
+        QCOMPARE(contentOf(file), "content");
+#endif
+    }
+
+    void aFileThatOthersCouldReadBecomesPrivate()
+    {
+#if defined(Q_OS_UNIX)
+        const QString name = path(u"open"_qs);
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QCOMPARE(chmod(QFile::encodeName(name).constData(), 0666), 0);
+        QVERIFY(!DVPrivateFile::write(name, "new"));
+        QCOMPARE(modeOf(name), mode_t(0600));
+#endif
+    }
+
+    void aFailedWriteLeavesTheOldFileAndNothingElse_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::newRow("a small file, whose failure only shows when it is flushed") << 5000;
+        QTest::newRow("a large file, whose failure shows while it is written") << 5000000;
+    }
+    void aFailedWriteLeavesTheOldFileAndNothingElse()
+    {
+#if defined(Q_OS_UNIX)
+        QFETCH(int, size);
+        const QString file = path(u"disk/file"_qs);
+        QVERIFY(!DVPrivateFile::write(file, "old"));
+        DVErrorOr error;
+        {
+            const FullDisk full(1000);
+            error = DVPrivateFile::write(file, QByteArray(size, 'x'));
+        }
+        QVERIFY(error);
+        QCOMPARE(error->domain, u"dorvane.file"_qs);
+        QVERIFY(error->code != QFileDevice::NoError);
+        QVERIFY(!error->description.isEmpty());
+        QCOMPARE(contentOf(file), "old");
+        QCOMPARE(QDir(path(u"disk"_qs)).entryList(QDir::Files), QStringList{u"file"_qs});
+#endif
+    }
+
+    void whatIsInTheWayIsAnErrorAndStays()
+    {
+        QVERIFY(QDir().mkpath(path(u"way/file"_qs)));
+        QVERIFY(DVPrivateFile::write(path(u"way/file"_qs), "x")); // a folder where the file should be
+        QVERIFY(QFileInfo(path(u"way/file"_qs)).isDir());
+
+        QVERIFY(!DVPrivateFile::write(path(u"way/plain"_qs), "kept"));
+        QVERIFY(DVPrivateFile::write(path(u"way/plain/file"_qs), "x")); // a file where the folder should be
+        QVERIFY(!DVFolders::makePrivateFolder(path(u"way/plain"_qs)));
+        QCOMPARE(contentOf(path(u"way/plain"_qs)), "kept");
+
+        QVERIFY(DVPrivateFile::write(QString(), "x"));
+        QVERIFY(!DVFolders::makePrivateFolder(QString()));
+    }
+
+    void readsWholeFilesWithinTheLimit()
+    {
+        const QString file = path(u"sized"_qs);
+        QVERIFY(!DVPrivateFile::write(file, QByteArray(100, 'x')));
+        QByteArray content("left over");
+        QVERIFY(!DVPrivateFile::read(file, &content, 100));
+        QCOMPARE(content, QByteArray(100, 'x'));
+        QVERIFY(DVPrivateFile::read(file, &content, 99));
+        QVERIFY(content.isEmpty());
+        QVERIFY(DVPrivateFile::read(path(u"missing"_qs), &content));
+        QVERIFY(DVPrivateFile::read(m_folder.path(), &content));
+    }
+
+    void aPipeInTheFileSPlaceBlocksNobody()
+    {
+#if defined(Q_OS_UNIX)
+        const QString pipe = path(u"pipe"_qs);
+        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        QByteArray content;
+        QVERIFY(DVPrivateFile::read(pipe, &content));
+#endif
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPrivateFile)
+#include "tst_private_file.moc"

@@ -1,0 +1,192 @@
+#include "DVPropertyList.h"
+
+#include <QElapsedTimer>
+#include <QStringEncoder>
+#include <QTest>
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+
+using Texts = QHash<QString, QString>;
+Q_DECLARE_METATYPE(Texts)
+
+class TestStringsFile : public QObject
+{
+    Q_OBJECT
+
+private:
+    static QByteArray binaryList()
+    {
+        plist_t list = plist_new_dict();
+        plist_dict_set_item(list, "greeting", plist_new_string("Gr\xc3\xbc\xc3\x9f Gott"));
+        plist_dict_set_item(list, "count", plist_new_uint(7));
+        plist_t inner = plist_new_dict();
+        plist_dict_set_item(inner, "a", plist_new_bool(1));
+        plist_dict_set_item(list, "inner", inner);
+        char *bytes = nullptr;
+        uint32_t length = 0;
+        plist_to_bin(list, &bytes, &length);
+        const QByteArray data(bytes, qsizetype(length));
+        std::free(bytes);
+        plist_free(list);
+        return data;
+    }
+
+private Q_SLOTS:
+    void textForm_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<Texts>("texts");
+        const auto row = [](const char *title, const char *text, const Texts &texts) {
+            QTest::newRow(title) << QByteArray(text) << texts;
+        };
+        row("nothing", "", {});
+        row("only comments", "/* a */ // b", {});
+        row("entries", "\"a\" = \"1\";\n\"b\"=\"2\";", {{u"a"_qs, u"1"_qs}, {u"b"_qs, u"2"_qs}});
+        row("comments at every place", "/**/\"a\"/*=*/=//x\n\"1\"/* ; */;//", {{u"a"_qs, u"1"_qs}});
+        row("a comment sign inside a text", "\"a /* b\" = \"// 1\";", {{u"a /* b"_qs, u"// 1"_qs}});
+        row("escapes", "\"a\\n\\t\\r\\\"\\\\\" = \"\\U00e9\\'\";", {{u"a\n\t\r\"\\"_qs, u"\u00e9'"_qs}});
+        row("a pair of escapes for one character", "\"a\" = \"\\Ud83d\\ude00\";",
+            {{u"a"_qs, u"\U0001f600"_qs}});
+        row("a short escape", "\"a\" = \"\\U9|\";", {{u"a"_qs, u"\t|"_qs}});
+        row("an escape without digits", "\"a\" = \"\\Uxyz\";", {{u"a"_qs, u"Uxyz"_qs}});
+        row("words without quotes", "CFBundle.Name_1 = $a/b:c-d;", {{u"CFBundle.Name_1"_qs, u"$a/b:c-d"_qs}});
+        row("a value equal to its key", "\"a\"; b;", {{u"a"_qs, u"a"_qs}, {u"b"_qs, u"b"_qs}});
+        row("the later of two", "\"a\" = \"1\"; \"a\" = \"2\";", {{u"a"_qs, u"2"_qs}});
+        row("a line break inside a text", "\"a\" = \"1\n2\";", {{u"a"_qs, u"1\n2"_qs}});
+        row("a byte order mark", "\xEF\xBB\xBF\"a\" = \"\xC3\xA9\";", {{u"a"_qs, u"\u00e9"_qs}});
+        row("an empty value", "\"a\" = \"\";", {{u"a"_qs, QString()}});
+    }
+    void textForm()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(Texts, texts);
+        const auto read = dv_stringsFileFromData(text);
+        QVERIFY(read);
+        QCOMPARE(*read, texts);
+    }
+
+    void utf16_data()
+    {
+        QTest::addColumn<QStringConverter::Encoding>("encoding");
+        QTest::newRow("little endian") << QStringConverter::Utf16LE;
+        QTest::newRow("big endian") << QStringConverter::Utf16BE;
+    }
+    void utf16()
+    {
+        QFETCH(QStringConverter::Encoding, encoding);
+        QStringEncoder encoder(encoding, QStringConverter::Flag::WriteBom);
+        const QByteArray data = encoder.encode(u"\"k\u00e9y\" = \"\U0001f600\";");
+        const auto read = dv_stringsFileFromData(data);
+        QVERIFY(read);
+        QCOMPARE(*read, (Texts{{u"k\u00e9y"_qs, u"\U0001f600"_qs}}));
+        QVERIFY(!dv_stringsFileFromData(data.chopped(1)));
+        QVERIFY(!dv_stringsFileFromData(data + "x"));
+    }
+
+    void whatIsNotOfTheForm_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("no semicolon") << QByteArray("\"a\" = \"1\"");
+        QTest::newRow("no value") << QByteArray("\"a\" = ;");
+        QTest::newRow("no key") << QByteArray("= \"1\";");
+        QTest::newRow("a text without an end") << QByteArray("\"a\" = \"1;");
+        QTest::newRow("an escape without an end") << QByteArray("\"a\" = \"1\\");
+        QTest::newRow("a comment without an end") << QByteArray("\"a\" = \"1\"; /* b");
+        QTest::newRow("a comment that ends before it begins") << QByteArray("/*/");
+        QTest::newRow("bytes that are not UTF-8") << QByteArray("\"a\" = \"\xFF\";");
+        QTest::newRow("UTF-8 that is cut off") << QByteArray("\"a\" = \"1\"; \xC3");
+        QTest::newRow("zeroes") << QByteArray(100, '\0');
+        QTest::newRow("a page") << QByteArray("<html><body>Not found</body></html>");
+        QTest::newRow("an XML list that is cut off")
+            << QByteArray("<?xml version=\"1.0\"?><plist><dict><key>a</key><str");
+        QTest::newRow("an XML list whose top is a list") << QByteArray("<plist><array/></plist>");
+        QTest::newRow("a binary list's first bytes") << QByteArray("bplist00");
+    }
+    void whatIsNotOfTheForm()
+    {
+        QFETCH(QByteArray, text);
+        QVERIFY(!dv_stringsFileFromData(text));
+    }
+
+    void propertyListsInBothForms_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::newRow("binary") << binaryList();
+        QTest::newRow("XML") << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                                           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                                           "<plist version=\"1.0\"><dict>\n"
+                                           "<key>greeting</key><string>Grüß Gott</string>\n"
+                                           "<key>count</key><integer>7</integer>\n"
+                                           "<key>inner</key><dict><key>a</key><true/></dict>\n"
+                                           "</dict></plist>");
+    }
+    void propertyListsInBothForms()
+    {
+        QFETCH(QByteArray, data);
+        const auto texts = dv_stringsFileFromData(data);
+        QVERIFY(texts);
+        QCOMPARE(*texts, (Texts{{u"greeting"_qs, u"Gr\u00fc\u00df Gott"_qs}})); // only texts are texts
+        const auto map = dv_propertyListFromData(data);
+        QVERIFY(map);
+        QCOMPARE(map->value(u"count"_qs).toLongLong(), 7);
+        QCOMPARE(map->value(u"inner"_qs).toMap().value(u"a"_qs), QVariant(true));
+    }
+
+    void everyTypeOfAPropertyList()
+    {
+        const auto map = dv_propertyListFromData(
+            "<plist><dict>\n"
+            "<key>real</key><real>1.5</real><key>negative</key><integer>-3</integer><key>no</key><false/>\n"
+            "<key>data</key><data>AAEC</data><key>date</key><date>2001-01-02T00:00:00Z</date>\n"
+            "<key>list</key><array><string>x</string><integer>1</integer></array></dict></plist>");
+        QVERIFY(map);
+        QCOMPARE(map->value(u"real"_qs).toDouble(), 1.5);
+        QCOMPARE(map->value(u"negative"_qs).toLongLong(), -3);
+        QCOMPARE(map->value(u"no"_qs), QVariant(false));
+        QCOMPARE(map->value(u"data"_qs).toByteArray(), QByteArray("\0\1\2", 3));
+        QCOMPARE(map->value(u"date"_qs).toDateTime(), QDateTime(QDate(2001, 1, 2), QTime(0, 0), Qt::UTC));
+        QCOMPARE(map->value(u"list"_qs).toList(), (QVariantList{u"x"_qs, 1}));
+    }
+
+    // Whatever is cut off or changed: an answer or none, but no crash.
+    void damageIsSurvived()
+    {
+        const QByteArray binary = binaryList();
+        const QByteArray text = "/* c */ \"a\\U00e9\" = \"b\"; c = d;";
+        for (const QByteArray &whole : {binary, text}) {
+            for (qsizetype i = 0; i < whole.size(); ++i) {
+                (void)dv_stringsFileFromData(whole.first(i));
+                for (const char byte : {'\0', '\x7f', '\xff', '"', '\\'}) {
+                    QByteArray changed = whole;
+                    changed[i] = byte;
+                    (void)dv_stringsFileFromData(changed);
+                }
+            }
+        }
+    }
+
+    void timeGrowsWithTheLengthWhateverTheText_data()
+    {
+        QTest::addColumn<QByteArray>("unit");
+        QTest::newRow("quotes") << QByteArray("\"");
+        QTest::newRow("openings of comments") << QByteArray("/*");
+        QTest::newRow("short comments") << QByteArray("/**/");
+        QTest::newRow("backslashes") << QByteArray("\"\\");
+        QTest::newRow("entries") << QByteArray("a;");
+    }
+    void timeGrowsWithTheLengthWhateverTheText()
+    {
+        QFETCH(QByteArray, unit);
+        QElapsedTimer timer;
+        timer.start();
+        (void)dv_stringsFileFromData(unit.repeated(4 << 20 >> (unit.size() / 2)));
+        // A reader that looks back would take hours.
+        QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+    }
+};
+
+QTEST_APPLESS_MAIN(TestStringsFile)
+#include "tst_strings_file.moc"
