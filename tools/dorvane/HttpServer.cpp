@@ -9,12 +9,16 @@
 
 namespace {
 
+constexpr qsizetype longestLoggedPath = 300;
+
 QString logLine(const QHttpServerRequest &request, Answer::Status status)
 {
     const auto method = QMetaEnum::fromType<QHttpServerRequest::Method>().valueToKey(int(request.method()));
+    const QString path = request.url().path(QUrl::FullyEncoded);
+    const QString shown =
+        path.size() <= longestLoggedPath ? path : path.left(longestLoggedPath) + QStringLiteral("...");
     return QStringLiteral("%1 %2 %3")
-        .arg(QString::fromLatin1(method).toUpper(), request.url().path(QUrl::FullyEncoded),
-             QString::number(int(status)));
+        .arg(QString::fromLatin1(method).toUpper(), shown, QString::number(int(status)));
 }
 
 } // namespace

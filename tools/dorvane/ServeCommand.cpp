@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include <csignal>
+#include <functional>
 #include <optional>
 
 namespace {
@@ -95,14 +96,22 @@ QString serversOption(QString base)
     return QString::fromUtf8(QJsonDocument(option).toJson(QJsonDocument::Compact));
 }
 
-// Until a signal or, where asked for, the end of standard input.
-void runUntilStopped(bool exitWithInput)
+// The two lines that scripts wait for.
+void announce(const QString &url, const QString &publicUrl)
+{
+    printLine(QStringLiteral("Listening on %1").arg(url));
+    printLine(serversOption(publicUrl.isEmpty() ? url : publicUrl));
+}
+
+// Until a signal or, where asked for, the end of standard input. `ready` is called when both are heeded.
+void runUntilStopped(bool exitWithInput, const std::function<void()> &ready)
 {
     std::signal(SIGPIPE, SIG_IGN); // whoever read the log may be gone
     const StopSignals signals(&QCoreApplication::quit);
     std::optional<InputEnd> input;
     if (exitWithInput)
         input.emplace(&QCoreApplication::quit);
+    ready();
     QCoreApplication::exec();
 }
 
@@ -138,8 +147,6 @@ int runServe(const QStringList &arguments)
     printErrorLine(
         QStringLiteral("dorvane serve: a stand-in for development, project \"%1\". Stop it with Ctrl+C.")
             .arg(platform.project().projectId));
-    printLine(QStringLiteral("Listening on %1").arg(url));
-    printLine(serversOption(options->publicUrl.isEmpty() ? url : options->publicUrl));
-    runUntilStopped(options->exitWithInput);
+    runUntilStopped(options->exitWithInput, [&url, &options] { announce(url, options->publicUrl); });
     return Succeeded;
 }

@@ -1,0 +1,128 @@
+// ToolProcess: the built command-line tool as a child process.
+#pragma once
+
+#include <QByteArray>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTcpSocket>
+
+// What a run that ends by itself left behind.
+struct ToolRun
+{
+    int status = -1; // -1: it crashed or did not end in time
+    QByteArray output;
+    QByteArray errors;
+
+    static ToolRun program(const QString &program, const QStringList &arguments, const QByteArray &input = {})
+    {
+        QProcess process;
+        process.start(program, arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        const bool ended = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+        return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
+                process.readAllStandardError()};
+    }
+    static ToolRun tool(const QStringList &arguments, const QByteArray &input = {})
+    {
+        return program(QStringLiteral(DORVANE_TOOL), arguments, input);
+    }
+};
+
+struct HttpAnswer
+{
+    int status = 0; // 0: the connection ended, or time was up, before a whole answer
+    QByteArray head;
+    QByteArray body;
+
+    QByteArray header(const QByteArray &name) const
+    {
+        const QByteArray start = name.toLower() + ": ";
+        for (const QByteArray &line : head.split('\n'))
+            if (line.toLower().startsWith(start))
+                return line.mid(start.size()).trimmed();
+        return {};
+    }
+};
+
+// A running `dorvane serve`.
+class ServeProcess
+{
+public:
+    explicit ServeProcess(const QString &folder, const QStringList &options = {})
+    {
+        m_process.start(QStringLiteral(DORVANE_TOOL), QStringList{QStringLiteral("serve"), folder} + options);
+        while (m_ready.count('\n') < 2 && m_process.waitForReadyRead(10000))
+            m_ready += m_process.readAllStandardOutput();
+        m_process.setReadChannel(QProcess::StandardError);
+        m_port = quint16(m_ready.left(m_ready.indexOf('\n')).split(':').constLast().toUInt());
+    }
+    ~ServeProcess()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(ServeProcess)
+
+    // The two lines that it prints when it is ready.
+    QByteArray ready() const { return m_ready; }
+    QProcess &process() { return m_process; }
+    quint16 port() const { return m_port; }
+
+    // What it has logged since it began, once `part` stands in it.
+    QByteArray logWith(const QByteArray &part)
+    {
+        m_log += m_process.readAllStandardError();
+        while (!m_log.contains(part) && m_process.waitForReadyRead(5000))
+            m_log += m_process.readAllStandardError();
+        return m_log;
+    }
+
+    // The bytes as they stand, and the answer to them. Ends the connection.
+    HttpAnswer send(const QByteArray &bytes, bool withoutBody = false) const
+    {
+        QTcpSocket socket;
+        socket.connectToHost(QStringLiteral("127.0.0.1"), m_port);
+        if (!socket.waitForConnected(5000))
+            return {};
+        socket.write(bytes);
+        QByteArray received;
+        HttpAnswer answer;
+        while (!isWhole(received, withoutBody, &answer) && socket.waitForReadyRead(5000))
+            received += socket.readAll();
+        return answer;
+    }
+    HttpAnswer request(const QByteArray &method, const QByteArray &target, const QByteArray &headers = {},
+                       const QByteArray &body = {}) const
+    {
+        const QByteArray length =
+            body.isNull() ? QByteArray() : "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
+        return send(method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers + length + "\r\n" +
+                        body,
+                    method == "HEAD");
+    }
+    HttpAnswer get(const QByteArray &target, const QByteArray &headers = {}) const
+    {
+        return request("GET", target, headers);
+    }
+
+private:
+    static bool isWhole(const QByteArray &received, bool withoutBody, HttpAnswer *answer)
+    {
+        const qsizetype end = received.indexOf("\r\n\r\n");
+        if (end < 0)
+            return false;
+        HttpAnswer parsed{received.mid(9, 3).toInt(), received.left(end), received.mid(end + 4)};
+        const qsizetype expected = withoutBody ? 0 : parsed.header("Content-Length").toLongLong();
+        if (parsed.body.size() < expected)
+            return false;
+        *answer = parsed;
+        return true;
+    }
+
+    QProcess m_process;
+    QByteArray m_ready;
+    QByteArray m_log;
+    quint16 m_port = 0;
+};

@@ -1,0 +1,260 @@
+// Delivered files made and opened by the tool, held against openssl and gzip.
+#include "ToolProcess.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QByteArray xliff =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\"><file><body>\n"
+    "<trans-unit id=\"1\" resname=\"Hello\"><source>Hello</source><target>Bonjour \xC3\xA9t\xC3\xA9 "
+    "50%</target></trans-unit></body></file></xliff>\n";
+
+QByteArray keyOf(int bytes)
+{
+    return QByteArray("0123456789abcdefghijklmnopqrstuv").left(bytes);
+}
+
+QString base64(const QByteArray &key)
+{
+    return QString::fromLatin1(key.toBase64());
+}
+
+QStringList cipher(const QByteArray &key)
+{
+    return {u"enc"_qs, QStringLiteral("-aes-%1-ecb").arg(key.size() * 8), u"-K"_qs,
+            QString::fromLatin1(key.toHex())};
+}
+
+QByteArray encrypted(const QByteArray &content, const QByteArray &key)
+{
+    return ToolRun::program(u"openssl"_qs, cipher(key), content).output;
+}
+
+QByteArray compressed(const QByteArray &content)
+{
+    return ToolRun::program(u"gzip"_qs, {u"-c"_qs}, content).output;
+}
+
+} // namespace
+
+class tst_Pack : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_qs)); }
+
+    void packsWhatOpensslAndGzipOpen_data() { keyLengths(); }
+    void packsWhatOpensslAndGzipOpen();
+    void unpacksWhatOpensslAndGzipMade_data() { keyLengths(); }
+    void unpacksWhatOpensslAndGzipMade();
+    void unpacksADocumentThatIsNotCompressed();
+    void takesTheKeyFromAFile();
+    void packRefuses_data();
+    void packRefuses();
+    void unpackRefuses_data();
+    void unpackRefuses();
+    void keygenPrintsFreshKeys_data();
+    void keygenPrintsFreshKeys();
+    void commandsExplainThemselves_data();
+    void commandsExplainThemselves();
+
+private:
+    static void keyLengths()
+    {
+        QTest::addColumn<int>("bytes");
+        for (const int bytes : {16, 24, 32})
+            QTest::addRow("AES-%d", bytes * 8) << bytes;
+    }
+    QString path(const char *name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+    QString file(const char *name, const QByteArray &content) const
+    {
+        QFile written(path(name));
+        if (!written.open(QIODevice::WriteOnly) || written.write(content) != content.size())
+            qFatal("cannot write the test's own file");
+        return written.fileName();
+    }
+    static QByteArray content(const QString &path)
+    {
+        QFile read(path);
+        return read.open(QIODevice::ReadOnly) ? read.readAll() : QByteArray();
+    }
+
+    QTemporaryDir m_folder;
+};
+
+void tst_Pack::packsWhatOpensslAndGzipOpen()
+{
+    QFETCH(int, bytes);
+    const QByteArray key = keyOf(bytes);
+    const ToolRun run =
+        ToolRun::tool({u"pack"_qs, file("in.xlf", xliff), path("out.gz"), u"--key"_qs, base64(key)});
+    QVERIFY2(run.status == 0 && run.errors.isEmpty(), run.errors.constData());
+    const ToolRun opened = ToolRun::program(u"openssl"_qs, cipher(key) << u"-d"_qs, content(path("out.gz")));
+    QCOMPARE(opened.status, 0);
+    QVERIFY(opened.output.startsWith("\x1F\x8B"));
+    QCOMPARE(ToolRun::program(u"gzip"_qs, {u"-dc"_qs}, opened.output).output, xliff);
+}
+
+void tst_Pack::unpacksWhatOpensslAndGzipMade()
+{
+    QFETCH(int, bytes);
+    const QByteArray key = keyOf(bytes);
+    const QString packed = file("in.gz", encrypted(compressed(xliff), key));
+    const ToolRun run = ToolRun::tool({u"unpack"_qs, packed, path("out.xlf"), u"--key"_qs, base64(key)});
+    QVERIFY2(run.status == 0 && run.errors.isEmpty(), run.errors.constData());
+    QCOMPARE(content(path("out.xlf")), xliff);
+}
+
+void tst_Pack::unpacksADocumentThatIsNotCompressed()
+{
+    const QString packed = file("in.gz", encrypted(xliff, keyOf(16)));
+    QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("plain.xlf"), u"--key"_qs, base64(keyOf(16))}).status,
+             0);
+    QCOMPARE(content(path("plain.xlf")), xliff);
+}
+
+void tst_Pack::takesTheKeyFromAFile()
+{
+    const QString key = file("key", base64(keyOf(32)).toLatin1() + "\n");
+    QCOMPARE(ToolRun::tool({u"pack"_qs, file("in.xlf", xliff), path("k.gz"), u"--key-file"_qs, key}).status,
+             0);
+    QCOMPARE(
+        ToolRun::tool({u"unpack"_qs, path("k.gz"), path("k.xlf"), u"--key"_qs, base64(keyOf(32))}).status, 0);
+    QCOMPARE(content(path("k.xlf")), xliff);
+}
+
+void tst_Pack::packRefuses_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QStringList>("key");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("says"); // a regular expression
+
+    const QStringList good{u"--key"_qs, base64(keyOf(16))};
+    const auto keyRow = [](const char *name, const QStringList &key, const QString &says) {
+        QTest::newRow(name) << xliff << key << 2 << says;
+    };
+    const auto documentRow = [&good](const char *name, const QByteArray &document, const QString &says) {
+        QTest::newRow(name) << document << good << 1 << says;
+    };
+    keyRow("no key", {}, u"--key or --key-file"_qs);
+    keyRow("two keys", good + QStringList{u"--key-file"_qs, u"x"_qs}, u"either --key or --key-file"_qs);
+    keyRow("a key of 20 bytes", {u"--key"_qs, base64(keyOf(20))}, u"20 bytes; AES keys have 16, 24 or 32"_qs);
+    keyRow("a key that is no base64", {u"--key"_qs, u"***"_qs}, u"not base64"_qs);
+    keyRow("an empty key", {u"--key"_qs, u""_qs}, u"not base64"_qs);
+    keyRow("a key file that is not there", {u"--key-file"_qs, u"/nowhere/key"_qs},
+           u"cannot read the key file /nowhere/key"_qs);
+    documentRow("an empty document", "", u"in.xlf is not readable XLIFF: .*\\(line 1, column \\d+\\)"_qs);
+    documentRow("a tag that closes another", "<xliff>\n<file>\n</xliff>", u"\\(line 3, column \\d+\\)"_qs);
+    documentRow("a document that stops", xliff.left(150), u"\\(line 3, column \\d+\\)"_qs);
+    documentRow("a document type declaration", "<!DOCTYPE xliff>\n" + xliff,
+                u"\\(line [12], column \\d+\\)"_qs);
+    documentRow("another kind of document", "\n<html/>",
+                u"root element is <html>, not <xliff> \\(line 2, column \\d+\\)"_qs);
+    documentRow("XLIFF 2", "<xliff version=\"2.0\"/>", u"it is XLIFF 2.0; applications read XLIFF 1.2"_qs);
+}
+
+void tst_Pack::packRefuses()
+{
+    QFETCH(QByteArray, document);
+    QFETCH(QStringList, key);
+    QFETCH(QString, says);
+    const QString out = file("kept.gz", "what was there before");
+    const ToolRun run = ToolRun::tool(QStringList{u"pack"_qs, file("in.xlf", document), out} + key);
+    QTEST(run.status, "status");
+    QVERIFY2(QString::fromUtf8(run.errors).contains(QRegularExpression(says)), run.errors.constData());
+    QCOMPARE(content(out), QByteArray("what was there before"));
+}
+
+void tst_Pack::unpackRefuses_data()
+{
+    QTest::addColumn<QByteArray>("packed");
+    QTest::addColumn<QByteArray>("says");
+
+    const QByteArray gzip = compressed(xliff);
+    QByteArray flipped = gzip;
+    flipped[gzip.size() / 2] = char(flipped.at(gzip.size() / 2) ^ 0x10);
+    QTest::newRow("made with another key")
+        << encrypted(gzip, keyOf(24)) << QByteArray("the key does not open it");
+    QTest::newRow("cut short") << encrypted(gzip, keyOf(16)).chopped(5)
+                               << QByteArray("the key does not open it");
+    QTest::newRow("never packed") << xliff << QByteArray("the key does not open it");
+    QTest::newRow("empty") << QByteArray("") << QByteArray("the key does not open it");
+    QTest::newRow("neither gzip nor XLIFF inside")
+        << encrypted("hello", keyOf(16)) << QByteArray("the key does not open it");
+    QTest::newRow("a gzip stream with a wrong bit") << encrypted(flipped, keyOf(16)) << QByteArray("damaged");
+    QTest::newRow("a gzip stream that stops")
+        << encrypted(gzip.chopped(9), keyOf(16)) << QByteArray("damaged");
+}
+
+void tst_Pack::unpackRefuses()
+{
+    QFETCH(QByteArray, packed);
+    QFETCH(QByteArray, says);
+    const QString out = file("kept.xlf", "what was there before");
+    const ToolRun run =
+        ToolRun::tool({u"unpack"_qs, file("in.gz", packed), out, u"--key"_qs, base64(keyOf(16))});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains(says), run.errors.constData());
+    QCOMPARE(content(out), QByteArray("what was there before"));
+}
+
+void tst_Pack::keygenPrintsFreshKeys_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("bytes");
+    QTest::newRow("as it is") << QStringList{} << 32;
+    QTest::newRow("128 bits") << QStringList{u"--bits"_qs, u"128"_qs} << 16;
+    QTest::newRow("192 bits") << QStringList{u"--bits"_qs, u"192"_qs} << 24;
+}
+
+void tst_Pack::keygenPrintsFreshKeys()
+{
+    QFETCH(QStringList, options);
+    const QByteArray first = ToolRun::tool(QStringList{u"keygen"_qs} + options).output.trimmed();
+    const QByteArray second = ToolRun::tool(QStringList{u"keygen"_qs} + options).output.trimmed();
+    QTEST(int(QByteArray::fromBase64(first).size()), "bytes");
+    QVERIFY(first != second);
+}
+
+void tst_Pack::commandsExplainThemselves_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("says");
+
+    QTest::newRow("no command") << QStringList{} << 2 << QByteArray("Commands:");
+    QTest::newRow("an unknown command")
+        << QStringList{u"pak"_qs} << 2 << QByteArray("there is no command \"pak\"");
+    QTest::newRow("help") << QStringList{u"--help"_qs} << 0 << QByteArray("Commands:");
+    QTest::newRow("help for a command") << QStringList{u"help"_qs, u"pack"_qs} << 0
+                                        << QByteArray("Usage: dorvane pack [options] IN.xlf OUT.gz\n");
+    QTest::newRow("a command's help") << QStringList{u"unpack"_qs, u"-h"_qs} << 0
+                                      << QByteArray("Usage: dorvane unpack [options] IN.gz OUT.xlf\n");
+    QTest::newRow("a missing argument")
+        << QStringList{u"pack"_qs, u"in"_qs} << 2 << QByteArray("OUT.gz is missing");
+    QTest::newRow("a strange key length")
+        << QStringList{u"keygen"_qs, u"--bits"_qs, u"64"_qs} << 2 << QByteArray("--bits is 128");
+    QTest::newRow("a file that is not there")
+        << QStringList{u"pack"_qs, u"/nowhere/a"_qs, u"b"_qs, u"--key"_qs, base64(keyOf(16))} << 1
+        << QByteArray("cannot read /nowhere/a");
+}
+
+void tst_Pack::commandsExplainThemselves()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, says);
+    const ToolRun run = ToolRun::tool(arguments);
+    QTEST(run.status, "status");
+    QVERIFY2((run.status == 0 ? run.output : run.errors).contains(says), run.errors.constData());
+}
+
+QTEST_GUILESS_MAIN(tst_Pack)
+#include "tst_pack.moc"
