@@ -146,6 +146,8 @@ public:
         std::printf("%s\n%s, %u threads; median and best of %d interleaved rounds\n", title.c_str(),
                     procValue("/proc/cpuinfo", "model name").c_str(), std::thread::hardware_concurrency(),
                     m_rounds);
+        if (const double load = std::atof(procValue("/proc/loadavg", "").c_str()); load > 0.5)
+            std::printf("WARNING: the machine is busy (load average %.1f); these figures say little\n", load);
     }
 
     // Numbers of strings to measure with.
