@@ -201,20 +201,29 @@ void tst_Transport::deadlineHolds()
     DVFaultServer server;
     server.setHandler([&](const DVFaultServer::Request &) { return Answer::failing(fault); });
     for (const int milliseconds : {150, 700}) {
-        QElapsedTimer clock;
-        clock.start();
-        const DVErrorOr error =
-            DVHttpTransport::sendAndWait(get(server.url()), milliseconds / 1000.0, nullptr);
-        const qint64 elapsed = clock.elapsed();
-        // The body without end may hit the limit of its size first.
-        QVERIFY(codeOf(error) == QNetworkReply::TimeoutError ||
-                (fault == Fault::Endless && codeOf(error) == QNetworkReply::UnknownContentError));
-        if (codeOf(error) == QNetworkReply::TimeoutError)
-            QVERIFY2(elapsed >= milliseconds && elapsed <= milliseconds + 50,
-                     qPrintable(QString::number(elapsed)));
+        qint64 late = 0;
+        // A busy machine may be late once.
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            QElapsedTimer clock;
+            clock.start();
+            const DVErrorOr error =
+                DVHttpTransport::sendAndWait(get(server.url()), milliseconds / 1000.0, nullptr);
+            late = clock.elapsed() - milliseconds;
+            // The body without end may reach the limit of its size first.
+            if (fault == Fault::Endless && codeOf(error) == QNetworkReply::UnknownContentError)
+                break;
+            QCOMPARE(codeOf(error), int(QNetworkReply::TimeoutError));
+            QVERIFY(late >= 0);
+            if (late <= 50)
+                break;
+        }
+        QVERIFY2(late <= 50, qPrintable(QString::number(late)));
     }
-    // The connections do not outlive the deadline.
-    QVERIFY(server.waitForDisconnects(server.connectionCount()));
+    // Connections that carried a request do not outlive the deadline.
+    QSet<int> used;
+    for (const DVFaultServer::Request &request : server.requests())
+        used.insert(request.connection);
+    QVERIFY(server.waitForDisconnects(int(used.size())));
 }
 
 void tst_Transport::unusualTimes_data()
@@ -567,6 +576,9 @@ void tst_Transport::processEnds_data()
 // A process with requests under way to a silent, a dripping and a secure server.
 void tst_Transport::processEnds()
 {
+#if defined(DORVANE_THREAD_SANITIZER)
+    QSKIP("The sanitizer ends a process that starts threads after it has forked.");
+#endif
     QFETCH(QString, how);
     DVFaultServer server;
     server.setHandler([](const DVFaultServer::Request &request) {

@@ -222,6 +222,11 @@ public:
     {
         connect(this, &QTcpServer::newConnection, this, [this] { accept(); });
         listen(QHostAddress::LocalHost);
+    }
+
+    // From here on tests may use the server.
+    void announce()
+    {
         const std::lock_guard lock(m_state->mutex);
         m_state->port = serverPort();
         m_state->changed.notify_all();
@@ -266,6 +271,7 @@ struct DVFaultServer::Thread : QThread
     {
         Worker server(state);
         worker = &server;
+        server.announce();
         exec();
     }
 

@@ -1,0 +1,544 @@
+// Delivered strings files: what each answer leaves on the device, in both download modes.
+#include "DVAnalytics.h"
+#include "DVClock.h"
+#include "DVData.h"
+#include "DVFaultServer.h"
+#include "DVFolders.h"
+#include "DVNetwork.h"
+#include "DVServerUrl.h"
+#include "DVState.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+using Answer = DVFaultServer::Answer;
+using Fault = DVFaultServer::Fault;
+using Headers = DVFaultServer::Headers;
+
+namespace {
+
+const QByteArray key128 = QByteArray("0123456789abcdef").toBase64();
+const QByteArray key192 = QByteArray("0123456789abcdef01234567").toBase64();
+const QByteArray key256 = QByteArray("0123456789abcdef0123456789abcdef").toBase64();
+const QByteArray key20 = QByteArray("0123456789abcdef0123").toBase64();
+
+const QByteArray strings = "<xliff>new</xliff> with enough of text to be compressed, compressed, compressed";
+const QByteArray oldStrings = "<xliff>old</xliff>";
+
+QByteArray encrypted(const QByteArray &data, const QByteArray &key = key256)
+{
+    return dv_encryptAESWithKey(data, QString::fromLatin1(key));
+}
+
+QByteArray delivered(const QByteArray &data, const QByteArray &key = key256)
+{
+    return encrypted(dv_gzippedData(data), key);
+}
+
+// Qt's own writing of a date, so that ours is not its own witness.
+QByteArray httpDate(const QDateTime &date)
+{
+    return QLocale::c().toString(date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'")).toLatin1();
+}
+
+QDateTime aDate()
+{
+    return QDateTime(QDate(2024, 2, 29), QTime(12, 0), Qt::UTC);
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+void put(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(content);
+}
+
+struct Outcome
+{
+    DVErrorOr error;
+    QDateTime downloadDate;
+    QDateTime expirationDate;
+};
+
+QStringList logged;
+QtMessageHandler previousHandler = nullptr;
+
+void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (text.startsWith(u"[DV] \n-- Dorvane"))
+        logged.append(text);
+    else if (!text.startsWith(u"[DV] "))
+        previousHandler(type, context, text);
+}
+
+} // namespace
+
+class tst_Delivery : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void answers_data();
+    void answers();
+    void dates_data();
+    void dates();
+    void connectionFaults_data();
+    void connectionFaults();
+    void conditionalRequest_data();
+    void conditionalRequest();
+    void syncRequestIsNeverConditional();
+    void replacedFileIsKeptUntilTheNewOneHasProved();
+    void fileThatCannotBeKeptIsNotReplaced();
+    void lateAnswerWritesNothing();
+    void answerAfterTheEndWritesNothing();
+    void decodingCountsAgainstTheTime();
+    void killLeavesTheOldOrTheNewFile();
+    void dumps();
+    void downloadIsRecorded_data();
+    void downloadIsRecorded();
+
+private:
+    // Both modes, each with files of its own.
+    Outcome download(bool sync, const QDateTime &ifModifiedSince = {}, double timeout = 10);
+    QString path() const { return m_folder->filePath(QStringLiteral("Dorvane/strings.xlf")); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<DVFaultServer> m_server;
+};
+
+void tst_Delivery::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_server = std::make_unique<DVFaultServer>();
+    DVFolders::setDocuments(m_folder->path());
+    QDir(m_folder->path()).mkdir(QStringLiteral("Dorvane"));
+    DVState::shared().analyticsEnabled = false;
+    DVState::shared().debug = false;
+    DVState::shared().log = false;
+    DVState::shared().setAesKey(QString::fromLatin1(key256));
+}
+
+void tst_Delivery::cleanup()
+{
+    DVHttpTransport::shutDown(1000);
+    DVClock::reset();
+    DVServerUrl::setServers({});
+    DVFolders::setDocuments({});
+}
+
+Outcome tst_Delivery::download(bool sync, const QDateTime &ifModifiedSince, double timeout)
+{
+    Outcome outcome;
+    if (sync) {
+        outcome.error =
+            DVNetwork::syncDownloadProdUrl(m_server->url(QStringLiteral("/strings.gz/force")), timeout,
+                                           path(), &outcome.downloadDate, &outcome.expirationDate);
+        return outcome;
+    }
+    int calls = 0;
+    DVNetwork::downloadFileAtURL(m_server->url(QStringLiteral("/strings.gz")), path(), ifModifiedSince,
+                                 [&](const DVErrorOr &error, const DVHttpResponse &,
+                                     const QDateTime &expirationDate, const QDateTime &downloadDate) {
+                                     ++calls;
+                                     outcome = {error, downloadDate, expirationDate};
+                                 });
+    [&] {
+        QCOMPARE(calls, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(calls, 1, 20000);
+    }();
+    return outcome;
+}
+
+void tst_Delivery::answers_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("error");   // null: none
+    QTest::addColumn<QByteArray>("left"); // the file's content afterwards
+    QTest::addColumn<bool>("expires");    // an expiration date comes with it
+    QTest::addColumn<bool>("modified");   // a download date comes with it
+    const QString none;
+    const QString notFound = QStringLiteral("No strings found for this locale and version");
+    const QString disabled = QStringLiteral("MDN disabled for this project");
+    const QString tooLarge = QStringLiteral("Inflated data is too large");
+    const auto row = [](const char *name, const QByteArray &key, int status, const QByteArray &body,
+                        const QString &error, const QByteArray &left, bool expires, bool modified) {
+        QTest::newRow(name) << key << status << body << error << left << expires << modified;
+    };
+    row("a strings file", key256, 200, delivered(strings), none, strings, true, true);
+    row("with a key of 16 bytes", key128, 200, delivered(strings, key128), none, strings, true, true);
+    row("with a key of 24 bytes", key192, 200, delivered(strings, key192), none, strings, true, true);
+    row("that is not compressed", key256, 200, encrypted(strings), none, strings, true, true);
+    row("an empty body", key256, 200, {}, none, oldStrings, true, true);
+    row("another key", key128, 200, delivered(strings, key256), none, oldStrings, true, true);
+    row("a key of 20 bytes", key20, 200, delivered(strings), none, oldStrings, true, true);
+    row("no key", {}, 200, delivered(strings), none, oldStrings, true, true);
+    row("not a whole number of blocks", key256, 200, delivered(strings) + "x", none, oldStrings, true, true);
+    row("a page of a hotel's network", key256, 200, "<html>Welcome</html>", none, oldStrings, true, true);
+    row("a bomb", key256, 200, delivered(QByteArray(qsizetype(64) << 20, 'x')), tooLarge, oldStrings, true,
+        true);
+    row("created, not OK", key256, 201, delivered(strings), none, oldStrings, true, true);
+    row("a part", key256, 206, delivered(strings), none, oldStrings, true, true);
+    row("not modified", key256, 304, {}, none, oldStrings, true, false);
+    row("forbidden", key256, 403, "no", disabled, oldStrings, true, true);
+    row("not found", key256, 404, "no", notFound, oldStrings, true, true);
+    row("too many requests", key256, 429, "no", none, oldStrings, true, true);
+    row("server failure", key256, 500, delivered(strings), none, oldStrings, false, false);
+    row("unavailable", key256, 503, {}, none, oldStrings, false, false);
+}
+
+void tst_Delivery::answers()
+{
+    QFETCH(QByteArray, key);
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, error);
+    QFETCH(QByteArray, left);
+    QFETCH(bool, expires);
+    QFETCH(bool, modified);
+    DVState::shared().setAesKey(QString::fromLatin1(key));
+    const QDateTime now = DVClock::now();
+    const Answer answer = Answer::of(status, body,
+                                     {{"Date", httpDate(now)},
+                                      {"Expires", httpDate(now.addSecs(3600))},
+                                      {"Last-Modified", httpDate(aDate())}});
+    for (const bool sync : {true, false}) {
+        put(path(), oldStrings);
+        m_server->enqueue(answer);
+        const Outcome outcome = download(sync);
+        QCOMPARE(outcome.error ? outcome.error->description : QString(), error);
+        if (status == 403 || status == 404)
+            QCOMPARE(*outcome.error, (DVError{QStringLiteral("dorvane.API"), status, error}));
+        QCOMPARE(contentOf(path()), left);
+        QCOMPARE(outcome.expirationDate.isValid(), expires);
+        QCOMPARE(outcome.downloadDate, modified ? aDate() : QDateTime());
+    }
+}
+
+void tst_Delivery::dates_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<Headers>("headers");
+    QTest::addColumn<qint64>("expiresIn"); // seconds from now, on the device's clock; -1: no date
+    QTest::addColumn<bool>("modified");
+    const QDateTime now = DVClock::now();
+    const auto at = [now](qint64 seconds) { return httpDate(now.addSecs(seconds)); };
+    const QByteArray modified = httpDate(aDate());
+    const auto row = [](const char *name, const Headers &headers, qint64 expiresIn, bool isModified,
+                        int status = 200) {
+        QTest::newRow(name) << status << headers << expiresIn << isModified;
+    };
+    row("the device's clock is 10 s ahead", {{"Date", at(-10)}, {"Expires", at(3590)}}, 3600, false);
+    row("the device's clock is a day behind", {{"Date", at(86400)}, {"Expires", at(86400 + 60)}}, 60, false);
+    row("expired when it was sent", {{"Date", at(0)}, {"Expires", at(-100)}}, -100, false);
+    row("all three", {{"Date", at(0)}, {"Expires", at(5)}, {"Last-Modified", modified}}, 5, true);
+    row("no Date", {{"Expires", at(3600)}, {"Last-Modified", modified}, {"Cache-Control", "max-age=5"}}, -1,
+        false);
+    row("a Date that is none", {{"Date", "now"}, {"Expires", at(3600)}, {"Last-Modified", modified}}, -1,
+        false);
+    row("two Dates", {{"Date", at(0)}, {"Date", at(0)}, {"Expires", at(3600)}}, -1, false);
+    row("two equal Expires", {{"Date", at(0)}, {"Expires", at(60)}, {"Expires", at(60)}}, -1, false);
+    row("only a Date", {{"Date", at(0)}}, -1, false);
+    row("not modified", {{"Date", at(0)}, {"Expires", at(60)}, {"Last-Modified", modified}}, 60, false, 304);
+
+    row("max-age", {{"Date", at(-10)}, {"Cache-Control", "public, max-age=600"}}, 600, false);
+    row("max-age in capitals and quotes", {{"Date", at(0)}, {"Cache-Control", "MAX-AGE = \"60\""}}, 60,
+        false);
+    row("max-age beside an Expires", {{"Date", at(0)}, {"Expires", at(60)}, {"Cache-Control", "max-age=5"}},
+        60, false);
+    row("max-age beside Expires: 0", {{"Date", at(0)}, {"Expires", "0"}, {"Cache-Control", "max-age=5"}}, 5,
+        false);
+    row("max-age of an answer that a cache has kept",
+        {{"Date", at(-50)}, {"Cache-Control", "max-age=60"}, {"Age", "50"}}, 10, false);
+    row("max-age without a number", {{"Date", at(0)}, {"Cache-Control", "max-age=soon"}}, -1, false);
+    row("max-age below zero", {{"Date", at(0)}, {"Cache-Control", "max-age=-5"}}, -1, false);
+    row("max-age beyond every clock", {{"Date", at(0)}, {"Cache-Control", "max-age=99999999999999999999999"}},
+        qint64(1) << 31, false);
+    row("another directive that ends alike", {{"Date", at(0)}, {"Cache-Control", "s-max-age=5, x-max-age=6"}},
+        -1, false);
+}
+
+void tst_Delivery::dates()
+{
+    QFETCH(int, status);
+    QFETCH(Headers, headers);
+    QFETCH(qint64, expiresIn);
+    QFETCH(bool, modified);
+    for (const bool sync : {true, false}) {
+        m_server->enqueue(Answer::of(status, {}, headers));
+        const Outcome outcome = download(sync);
+        QVERIFY(!outcome.error);
+        QCOMPARE(outcome.downloadDate, modified ? aDate() : QDateTime());
+        QCOMPARE(outcome.expirationDate.isValid(), expiresIn != -1);
+        if (expiresIn == -1)
+            continue;
+        // The headers were made when the table was; they know whole seconds only.
+        const qint64 off = DVClock::now().addSecs(expiresIn).msecsTo(outcome.expirationDate);
+        QVERIFY2(qAbs(off) <= 5000, qPrintable(QString::number(off)));
+    }
+}
+
+void tst_Delivery::connectionFaults_data()
+{
+    QTest::addColumn<Answer>("answer");
+    QTest::addColumn<int>("code"); // 0: any of the connection's
+    const QByteArray body = delivered(strings);
+    QTest::newRow("silence") << Answer::failing(Fault::Silence, body) << int(QNetworkReply::TimeoutError);
+    QTest::newRow("a byte a second") << Answer::failing(Fault::Drip, body)
+                                     << int(QNetworkReply::TimeoutError);
+    QTest::newRow("closed") << Answer::failing(Fault::Close, body) << 0;
+    QTest::newRow("reset") << Answer::failing(Fault::Reset, body) << 0;
+    QTest::newRow("cut in the body") << Answer::failing(Fault::CutBody, body) << 0;
+    QTest::newRow("reset in the body") << Answer::failing(Fault::ResetInBody, body) << 0;
+    Answer garbage;
+    garbage.raw = "SSH-2.0-OpenSSH_9.2\r\n\r\n";
+    garbage.close = true;
+    QTest::newRow("another protocol") << garbage << 0;
+}
+
+void tst_Delivery::connectionFaults()
+{
+    QFETCH(Answer, answer);
+    QFETCH(int, code);
+    put(path(), oldStrings);
+    m_server->setHandler(
+        [&](const DVFaultServer::Request &) { return answer; }); // the network stack tries again
+    QElapsedTimer clock;
+    clock.start();
+    const Outcome outcome = download(true, {}, 1);
+    QVERIFY2(clock.elapsed() <= 1050, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(outcome.error);
+    QCOMPARE(outcome.error->domain, QStringLiteral("dorvane.network"));
+    if (code != 0)
+        QCOMPARE(outcome.error->code, code);
+    QVERIFY(!outcome.downloadDate.isValid());
+    QVERIFY(!outcome.expirationDate.isValid());
+    QCOMPARE(contentOf(path()), oldStrings);
+    QVERIFY(!QFile::exists(dv_previousFilePath(path())));
+}
+
+void tst_Delivery::conditionalRequest_data()
+{
+    QTest::addColumn<QDateTime>("date");
+    QTest::addColumn<bool>("fileExists");
+    QTest::addColumn<QByteArray>("header");
+    QTest::newRow("a date and a file") << aDate() << true << QByteArray("Thu, 29 Feb 2024 12:00:00 GMT");
+    QTest::newRow("a date, but no file") << aDate() << false << QByteArray();
+    QTest::newRow("a file, but no date") << QDateTime() << true << QByteArray();
+}
+
+void tst_Delivery::conditionalRequest()
+{
+    QFETCH(QDateTime, date);
+    QFETCH(bool, fileExists);
+    QFETCH(QByteArray, header);
+    if (fileExists)
+        put(path(), oldStrings);
+    m_server->enqueue(Answer::of(304));
+    QVERIFY(!download(false, date).error);
+    const DVFaultServer::Request request = m_server->requests().constFirst();
+    QCOMPARE(request.header("If-Modified-Since"), header);
+    QCOMPARE(request.header("Accept-Encoding"), QByteArray("gzip"));
+    QCOMPARE(request.header("User-Agent"), DVNetwork::userAgent().toUtf8());
+    QVERIFY(request.header("Authorization").isNull());
+}
+
+void tst_Delivery::syncRequestIsNeverConditional()
+{
+    put(path(), oldStrings);
+    m_server->enqueue(Answer::of(304));
+    QVERIFY(!download(true, aDate()).error);
+    const DVFaultServer::Request request = m_server->requests().constFirst();
+    QVERIFY(request.header("If-Modified-Since").isNull());
+    QCOMPARE(request.header("Accept-Encoding"), QByteArray("gzip"));
+    QCOMPARE(request.header("User-Agent"), DVNetwork::userAgent().toUtf8());
+}
+
+void tst_Delivery::replacedFileIsKeptUntilTheNewOneHasProved()
+{
+    const QString previous = dv_previousFilePath(path());
+    for (const char *content : {"first", "second", "third"})
+        m_server->enqueue(Answer::of(200, delivered(content)));
+    QVERIFY(!download(true).error);
+    QVERIFY(!QFile::exists(previous));
+    QVERIFY(!download(true).error);
+    QCOMPARE(contentOf(previous), QByteArray("first"));
+    // Nobody has parsed the second one; it must not push the first one out.
+    QVERIFY(!download(false).error);
+    QCOMPARE(contentOf(path()), QByteArray("third"));
+    QCOMPARE(contentOf(previous), QByteArray("first"));
+    for (const QString &file : {path(), previous})
+        QCOMPARE(int(QFile::permissions(file) & 0x0fff), 0x0600 & int(QFile::permissions(file)));
+}
+
+void tst_Delivery::fileThatCannotBeKeptIsNotReplaced()
+{
+    // A folder stands in the way of the strings file: nothing can be linked, copied or moved there.
+    QDir(m_folder->path()).mkpath(QStringLiteral("Dorvane/strings.xlf/inside"));
+    m_server->enqueue(Answer::of(200, delivered(strings)));
+    const Outcome outcome = download(true);
+    QVERIFY(outcome.error);
+    QCOMPARE(outcome.error->domain, QStringLiteral("dorvane.file"));
+    QVERIFY(QDir(path()).exists(QStringLiteral("inside")));
+}
+
+void tst_Delivery::lateAnswerWritesNothing()
+{
+    put(path(), oldStrings);
+    m_server->enqueue(Answer::of(200, delivered(strings)).delayed(300));
+    const Outcome outcome = download(true, {}, 0.1);
+    QCOMPARE(outcome.error->code, int(QNetworkReply::TimeoutError));
+    QVERIFY(m_server->waitForDisconnects(1));
+    m_server->enqueue(Answer::of(304));
+    QVERIFY(!download(true).error); // the network thread has passed the late one
+    QCOMPARE(contentOf(path()), oldStrings);
+}
+
+void tst_Delivery::answerAfterTheEndWritesNothing()
+{
+    put(path(), oldStrings);
+    m_server->enqueue(Answer::of(200, delivered(strings)).delayed(200));
+    DVNetwork::downloadFileAtURL(m_server->url(), path(), {},
+                                 [](const DVErrorOr &, const DVHttpResponse &, const QDateTime &,
+                                    const QDateTime &) { QFAIL("completed after the end"); });
+    QVERIFY(m_server->waitForRequests(1));
+    DVHttpTransport::shutDown(50);
+    QVERIFY(m_server->waitForDisconnects(1));
+    QCoreApplication::processEvents();
+    QCOMPARE(contentOf(path()), oldStrings);
+}
+
+// A file that arrives in time but takes longer to inflate must not hold the caller.
+void tst_Delivery::decodingCountsAgainstTheTime()
+{
+    QByteArray text(qsizetype(16) << 20, '\0');
+    QRandomGenerator generator(1);
+    for (char &c : text)
+        c = char('a' + (generator.generate() & 3)); // a ratio of about 4
+    const QByteArray body = encrypted(dv_gzippedDataWithCompressionLevel(text, 0.1f));
+    m_server->setHandler([&](const DVFaultServer::Request &) { return Answer::of(200, body); });
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!download(true).error);
+    const double whole = double(clock.elapsed()) / 1000;
+    int lost = 0;
+    for (const double part : {0.2, 0.4, 0.6, 0.8}) {
+        put(path(), oldStrings);
+        QFile::remove(dv_previousFilePath(path()));
+        const Outcome outcome = download(true, {}, whole * part);
+        lost += outcome.error ? 1 : 0;
+        QCOMPARE(contentOf(path()) == oldStrings, outcome.error.has_value());
+    }
+    QVERIFY(lost > 0);
+}
+
+void tst_Delivery::killLeavesTheOldOrTheNewFile()
+{
+#if defined(DORVANE_THREAD_SANITIZER)
+    QSKIP("The sanitizer ends a process that starts threads after it has forked.");
+#endif
+    const QByteArray a(300000, 'a');
+    const QByteArray b(400000, 'b');
+    put(path(), a);
+    QRandomGenerator generator(7);
+    for (int i = 0; i < 40; ++i) {
+        QProcess process;
+        process.start(QStringLiteral(DORVANE_SAVE_PROBE), {path()});
+        QVERIFY(process.waitForReadyRead(10000)); // it has begun to replace the file again and again
+        QTest::qWait(int(generator.bounded(8)));
+        process.kill();
+        QVERIFY(process.waitForFinished());
+        const QByteArray content = contentOf(path());
+        QVERIFY(content == a || content == b);
+        const QString previous = dv_previousFilePath(path());
+        if (QFile::exists(previous)) {
+            QVERIFY(contentOf(previous) == a || contentOf(previous) == b);
+            QFile::remove(previous);
+        }
+    }
+}
+
+void tst_Delivery::dumps()
+{
+    DVState::shared().debug = true;
+    m_server->enqueue(Answer::of(200, delivered(strings)));
+    m_server->enqueue(Answer::of(404));
+    previousHandler = qInstallMessageHandler(collect);
+    download(true);
+    download(false);
+    qInstallMessageHandler(previousHandler);
+
+    const QString headers =
+        QStringLiteral("{\"Accept-Encoding\":\"gzip\",\"User-Agent\":\"%1\"}").arg(DVNetwork::userAgent());
+    const QString sync =
+        QStringLiteral("[DV] \n-- Dorvane Sync Download Network Request --\nGET %1\n\n%2\n----\n"
+                       "Response [200]\nSaved at %3\n----");
+    const QString background =
+        QStringLiteral("[DV] \n-- Dorvane Download Network Request --\nGET %1\n\n%2\n----\n"
+                       "Response [404]\nError: No strings found for this locale and version\n"
+                       "----");
+    QCOMPARE(logged,
+             QStringList({sync.arg(m_server->url(QStringLiteral("/strings.gz/force")), headers, path()),
+                          background.arg(m_server->url(QStringLiteral("/strings.gz")), headers)}));
+}
+
+void tst_Delivery::downloadIsRecorded_data()
+{
+    QTest::addColumn<bool>("sync");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("success");
+    QTest::addColumn<QString>("error");
+    const QString notFound = QStringLiteral("No strings found for this locale and version");
+    QTest::newRow("at launch, good") << true << 200 << 1 << QString();
+    QTest::newRow("at launch, missing") << true << 404 << 0 << notFound;
+    QTest::newRow("in the background, good") << false << 304 << 1 << QString();
+    QTest::newRow("in the background, missing") << false << 404 << 0 << notFound;
+}
+
+void tst_Delivery::downloadIsRecorded()
+{
+    QFETCH(bool, sync);
+    QFETCH(int, status);
+    QFETCH(int, success);
+    QFETCH(QString, error);
+    DVFaultServer events; // answers 404, so the events stay in the file
+    DVServerUrl::setServers({{QStringLiteral("delivery"), events.url()}});
+    DVAnalytics::sharedInstance().forgetLoaded();
+    DVState::shared().analyticsEnabled = true;
+    m_server->enqueue(Answer::of(status));
+    download(sync);
+    DVAnalytics::sharedInstance().drain();
+    DVState::shared().analyticsEnabled = false;
+    const QJsonObject file =
+        QJsonDocument::fromJson(contentOf(DVAnalytics::sharedInstance().saveFilePath())).object();
+    const QJsonObject event = file.value(u"events").toArray().first().toObject();
+    QCOMPARE(event.value(u"event").toString(), QStringLiteral("Strings download"));
+    const QJsonObject properties = event.value(u"properties").toObject();
+    QCOMPARE(properties.value(u"Sync"), QJsonValue(sync));
+    QCOMPARE(properties.value(u"Success"), QJsonValue(success));
+    QCOMPARE(properties.value(u"Error").toString(), error);
+    QVERIFY(properties.value(u"duration").toDouble() > 0);
+}
+
+QTEST_GUILESS_MAIN(tst_Delivery)
+#include "tst_delivery.moc"
