@@ -34,9 +34,11 @@ bool DVMainController::launchTimeIsUp() const
     return elapsed > double(pullTimeout());
 }
 
+// Lookups see the store with its first load, never before it: nobody reads an empty locale in between.
 void DVMainController::serve(const std::shared_ptr<DVLocaleStrings> &strings)
 {
-    setLocaleStrings(strings);
+    m_localeStrings = strings;
+    DVState::shared().setCurrentLocaleIdentifier(locale().identifier());
 }
 
 bool DVMainController::loadServedStrings()
