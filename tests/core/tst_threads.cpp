@@ -35,8 +35,8 @@ struct Reader
     {
         ++lookups;
         const bool known = text == QString(u"fr" + form + key) || text == QString(u"de" + form + key);
-        if (!known)
-            ++wrong;
+        if (!known && ++wrong == 1)
+            qWarning("%s instead of %s%s", qPrintable(text), qPrintable(form), qPrintable(key));
     }
     void run()
     {

@@ -177,8 +177,9 @@ private:
     }
     static void endProcess()
     {
-        DVMainController::sharedInstance().applicationEnds();
+        // An end leaves behind what takes longer than it may; a test's folder must outlive it.
         DVAnalytics::sharedInstance().drain();
+        DVMainController::sharedInstance().applicationEnds();
         QCoreApplication::sendPostedEvents();
         auto &state = DVState::shared();
         state.log = state.debug = state.allowLocaleChange = state.uiTest = false;
