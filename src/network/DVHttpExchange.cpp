@@ -86,6 +86,17 @@ bool mayFollow(const QUrl &from, const QUrl &to)
     return to.scheme() == u"http" && from.scheme() == u"http" && toLoopback;
 }
 
+// A connection that is reset in the body sometimes counts as the body's end in the network stack.
+bool isCutShort(const DVHttpResponse &response)
+{
+    if (response.statusCode == 204 || response.statusCode == 304 ||
+        !response.header("Transfer-Encoding").isNull())
+        return false;
+    bool announced = false;
+    const qint64 length = response.header("Content-Length").toLongLong(&announced);
+    return announced && response.body.size() < length;
+}
+
 bool isCleanHeader(const QByteArray &text)
 {
     return std::none_of(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
@@ -206,6 +217,8 @@ void DVHttpExchange::replyFinished()
     m_response.statusCode = status;
     m_response.body += m_reply->readAll();
     m_response.headers = m_reply->rawHeaderPairs();
+    if (isCutShort(m_response))
+        return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("The answer was cut short."));
     finish(dv_decodeContent(&m_response));
 }
 
