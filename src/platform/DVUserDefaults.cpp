@@ -190,20 +190,20 @@ void DVUserDefaults::reload()
 
 DVUserDefaults::Batch::Batch()
 {
-    auto *d = standard().d;
-    const std::lock_guard lock(d->mutex);
-    ++d->batches;
+    auto &values = *standard().d;
+    const std::lock_guard lock(values.mutex);
+    ++values.batches;
 }
 
 DVUserDefaults::Batch::~Batch()
 {
-    auto *d = standard().d;
+    auto &values = *standard().d;
     {
-        const std::lock_guard lock(d->mutex);
-        if (--d->batches > 0)
+        const std::lock_guard lock(values.mutex);
+        if (--values.batches > 0)
             return;
     }
-    d->write();
+    values.write();
 }
 
 bool dv_hostSettingsContainAppetizeHost()

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -175,6 +176,23 @@ private Q_SLOTS:
         QCOMPARE(DVBundle::mainBundle().bundlePath(), m_path);
         DVBundle::setMainBundle(DVBundle(m_path + u"/missing"_qs));
         QCOMPARE(DVBundle::mainBundle().bundlePath(), QCoreApplication::applicationDirPath());
+    }
+
+    void aResourceFolderOfTheSystemCountsWhenItHoldsResources()
+    {
+#if !defined(Q_OS_UNIX) || defined(Q_OS_DARWIN)
+        QSKIP("other systems have their resources elsewhere");
+#endif
+        const QTemporaryDir share;
+        const QByteArray oldFolders = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(share.path()));
+        const auto restore = qScopeGuard([&] { qputenv("XDG_DATA_DIRS", oldFolders); });
+        const QString folder = share.filePath(QCoreApplication::applicationName());
+        put(folder + u"/icon.png"_qs, "");
+        QCOMPARE(DVBundle::mainBundle().bundlePath(), QCoreApplication::applicationDirPath());
+        put(folder + u"/fr.xlf"_qs, "<xliff/>");
+        DVBundle::setMainBundle({}); // choose anew
+        QCOMPARE(DVBundle::mainBundle().bundlePath(), folder);
     }
 
     void theLookupIsReplaceable()

@@ -168,6 +168,82 @@ private Q_SLOTS:
         }
     }
 
+    void nestingHasALimit_data()
+    {
+        QTest::addColumn<int>("levels");
+        QTest::addColumn<bool>("read");
+        QTest::newRow("as deep as anybody nests") << 60 << true;
+        QTest::newRow("too deep") << 80 << false;
+        QTest::newRow("deeper than the stack") << 300000 << false;
+    }
+    void nestingHasALimit()
+    {
+        QFETCH(int, levels);
+        QFETCH(bool, read);
+        const QByteArray open = QByteArray("<array>").repeated(levels);
+        const QByteArray close = QByteArray("</array>").repeated(levels);
+        const QByteArray list = "<plist><dict><key>k</key>" + open + close + "</dict></plist>";
+        QCOMPARE(dv_propertyListFromData(list).has_value(), read);
+    }
+
+    void declaredEntitiesAreRefused()
+    {
+        const QByteArray list =
+            "<!DOCTYPE plist [<!ENTITY a \"aaaa\">]><plist><dict><key>&a;</key><true/></dict></plist>";
+        QVERIFY(!dv_propertyListFromData(list));
+        QVERIFY(!dv_propertyListFromData("<plist><dict><key>&a;</key><true/></dict></plist>"));
+    }
+
+private:
+    // Objects laid out by hand: each of `objects`, then their offsets, then the trailer.
+    static QByteArray binaryList(const QList<QByteArray> &objects)
+    {
+        QByteArray list = "bplist00";
+        QByteArray offsets;
+        for (const QByteArray &object : objects) {
+            offsets.append(char(list.size() >> 8)).append(char(list.size() & 0xff));
+            list += object;
+        }
+        QByteArray trailer(32, '\0');
+        trailer[6] = 2; // bytes of an offset
+        trailer[7] = 1; // bytes of a reference
+        trailer[15] = char(objects.size());
+        trailer[30] = char(list.size() >> 8);
+        trailer[31] = char(list.size() & 0xff);
+        return list + offsets + trailer;
+    }
+
+private Q_SLOTS:
+    void binaryListsThatReferInAnUnsoundWay_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("objects");
+        QTest::addColumn<bool>("read");
+        const QByteArray key("\x51k");
+        const QByteArray top("\xD1\x01\x02", 3); // {object 1: object 2}
+        QTest::newRow("sound") << QList<QByteArray>{top, key, key} << true;
+        QTest::newRow("a dictionary that holds itself")
+            << QList<QByteArray>{QByteArray("\xD1\x01\x00", 3), key} << false;
+        QTest::newRow("a reference to no object")
+            << QList<QByteArray>{QByteArray("\xD1\x01\x09", 3), key} << false;
+        QTest::newRow("a key that is no text")
+            << QList<QByteArray>{top, QByteArray("\x10\x01"), key} << false;
+        QTest::newRow("a length beyond the end")
+            << QList<QByteArray>{top, key, QByteArray("\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF")} << false;
+        QTest::newRow("a count whose product wraps around")
+            << QList<QByteArray>{top, key, QByteArray("\xDF\x13\x80\0\0\0\0\0\0\0", 10)} << false;
+        QList<QByteArray> doubling{top, key}; // 2^50 members, if each were read again
+        for (char i = 3; i < 53; ++i)
+            doubling.append(QByteArray("\xA2").append(i).append(i));
+        doubling.append(key);
+        QTest::newRow("lists that share their members") << doubling << true;
+    }
+    void binaryListsThatReferInAnUnsoundWay()
+    {
+        QFETCH(QList<QByteArray>, objects);
+        QFETCH(bool, read);
+        QCOMPARE(dv_propertyListFromData(binaryList(objects)).has_value(), read);
+    }
+
     void timeGrowsWithTheLengthWhateverTheText_data()
     {
         QTest::addColumn<QByteArray>("unit");
