@@ -1,6 +1,7 @@
 // The project folder of the widgets example against the application itself: what lupdate finds in
 // its sources must be in every language, complete and well-formed.
 #include "DVPluralForm.h"
+#include "DVXliffParser.h"
 
 #include <QDir>
 #include <QFile>
@@ -102,6 +103,8 @@ private Q_SLOTS:
     void initTestCase();
     void languageFiles_data();
     void languageFiles();
+    void libraryReadsWhatStandsThere_data();
+    void libraryReadsWhatStandsThere();
     void newPublicationDiffers();
 
 private:
@@ -231,6 +234,32 @@ void ExampleProjectTest::checkScript(const QString &language, const Unit &unit)
     QString text = unit.target;
     text.remove(placeholder()).remove(QRegularExpression(QStringLiteral("\\(&[A-Z]\\)|\\bml\\b")));
     QVERIFY2(!text.contains(QRegularExpression(QStringLiteral("[A-Za-z]"))), qPrintable(unit.target));
+}
+
+void ExampleProjectTest::libraryReadsWhatStandsThere_data()
+{
+    languageFiles_data();
+}
+
+// Mnemonics, quotes and placeholders included: the keys must be what tr() asks for.
+void ExampleProjectTest::libraryReadsWhatStandsThere()
+{
+    QFETCH(QString, path);
+    QList<Unit> units;
+    readFile(QStringLiteral(DORVANE_SOURCE_DIR "/") + path, &units);
+    QFile file(QStringLiteral(DORVANE_SOURCE_DIR "/") + path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    DVErrorOr error;
+    const auto strings = DVXliffParser::parseXliffData(file.readAll(), 1, &error, false);
+    QVERIFY2(!error, qPrintable(error ? error->description : QString()));
+    QCOMPARE(strings.size(), m_texts.size());
+    for (const Unit &unit : std::as_const(units)) {
+        const DVStringGroupPtr group = strings.value(unit.key);
+        QVERIFY2(group, qPrintable(unit.key));
+        const DVStringPtr form = group->stringForPluralForm(unit.category, true);
+        QVERIFY2(form, qPrintable(unit.key + u" [" + unit.category + u"]"));
+        QCOMPARE(form->localizedFormat, unit.target);
+    }
 }
 
 void ExampleProjectTest::newPublicationDiffers()
