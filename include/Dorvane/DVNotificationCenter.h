@@ -27,7 +27,8 @@ public:
 
     // Calls `observer` for each notification with this name (an empty name: every one), from this
     // sender (null: any). `context` guards the call: after its destruction the observer is not
-    // called again. Returns a token for removeObserver.
+    // called again; null guards nothing. A context must not be destroyed on one thread while another
+    // posts what it observes. Returns a token for removeObserver.
     int addObserver(QObject *context, const QString &name, const void *sender, Observer observer);
     void removeObserver(int token);
 
