@@ -3,7 +3,6 @@
 
 #include <QtGlobal>
 
-#include <cmath>
 #include <concepts>
 #include <limits>
 
@@ -15,31 +14,41 @@ public:
     constexpr DVNumber(Integer value)
         : m_integer(saturated(value))
         , m_float(float(value))
-    {
-    }
+    {}
     template<std::floating_point Real>
     constexpr DVNumber(Real value)
         : m_integer(truncated(double(value)))
-        , m_float(value != value ? 0.0f : float(value))
-    {
-    }
+        , m_float(inSinglePrecision(double(value)))
+    {}
 
     // Truncated towards zero.
     constexpr qint64 integerValue() const { return m_integer; }
     constexpr float floatValue() const { return m_float; }
 
 private:
-    template<std::integral Integer>
-    static constexpr qint64 saturated(Integer value)
+    template<std::integral Integer> static constexpr qint64 saturated(Integer value)
     {
         if constexpr (std::unsigned_integral<Integer> && sizeof(Integer) >= sizeof(qint64))
-            return value > quint64(std::numeric_limits<qint64>::max()) ? std::numeric_limits<qint64>::max() : qint64(value);
+            return value > quint64(std::numeric_limits<qint64>::max()) ? std::numeric_limits<qint64>::max()
+                                                                       : qint64(value);
         else
             return qint64(value);
     }
+    static constexpr bool isNumber(double value) { return value <= std::numeric_limits<double>::infinity(); }
+    static constexpr float inSinglePrecision(double value)
+    {
+        using Float = std::numeric_limits<float>;
+        if (!isNumber(value))
+            return 0;
+        if (value > double(Float::max()))
+            return Float::infinity();
+        if (value < double(Float::lowest()))
+            return -Float::infinity();
+        return float(value);
+    }
     static constexpr qint64 truncated(double value)
     {
-        if (value != value)
+        if (!isNumber(value))
             return 0;
         if (value >= 9223372036854775807.0)
             return std::numeric_limits<qint64>::max();

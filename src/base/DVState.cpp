@@ -7,7 +7,7 @@ union Storage {
     constexpr Storage()
         : state()
     {}
-    ~Storage() {}
+    ~Storage() {} // NOLINT(modernize-use-equals-default): a default one would be deleted
 
     DVState state;
 };

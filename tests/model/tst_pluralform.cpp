@@ -14,6 +14,13 @@ namespace {
 
 using Predicate = bool (*)(int n);
 
+// Numbers are values, usable where the compiler computes.
+static_assert(DVNumber(1e300).integerValue() == std::numeric_limits<qint64>::max());
+static_assert(DVNumber(-1e300).floatValue() == -std::numeric_limits<float>::infinity());
+static_assert(DVNumber(~quint64(0)).integerValue() == std::numeric_limits<qint64>::max());
+static_assert(DVNumber(-1.9).integerValue() == -1);
+static_assert(DVNumber(std::numeric_limits<double>::quiet_NaN()).floatValue() == 0);
+
 // Where the table and CLDR disagree, for whole numbers from 0 to 200, each read off CLDR's text of
 // the rule. The test fails when a language or a number is missing here, and when one is too many.
 // docs/plural-rules.md says the same for people.
