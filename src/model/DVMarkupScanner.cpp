@@ -2,50 +2,17 @@
 
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <bit>
-#include <emmintrin.h>
-#endif
-
 namespace {
 
 using std::size_t;
 using std::string_view;
 constexpr size_t npos = string_view::npos;
 
-constexpr bool endsTagOrOpensValue(char c)
-{
-    return c == '>' || c == '"' || c == '\'';
-}
-
-size_t findTagEndOrQuote(string_view window, size_t from)
-{
-#if defined(__SSE2__)
-    const __m128i greater = _mm_set1_epi8('>');
-    const __m128i quote = _mm_set1_epi8('"');
-    const __m128i apostrophe = _mm_set1_epi8('\'');
-    for (; from + 16 <= window.size(); from += 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(window.data() + from));
-        const __m128i found =
-            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, greater), _mm_cmpeq_epi8(bytes, quote)),
-                         _mm_cmpeq_epi8(bytes, apostrophe));
-        if (const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found)))
-            return from + static_cast<size_t>(std::countr_zero(mask));
-    }
-#endif
-    for (; from < window.size(); ++from) {
-        if (endsTagOrOpensValue(window[from]))
-            return from;
-    }
-    return npos;
-}
-
 class Scanner
 {
 public:
-    Scanner(string_view window, int maximumAttributes)
+    explicit Scanner(string_view window)
         : m_window(window)
-        , m_maximumAttributes(maximumAttributes)
     {}
 
     DVMarkupScan scan(bool insideCData, DVWindow kind)
@@ -105,17 +72,12 @@ private:
 
     bool skipTag(size_t from)
     {
-        int attributes = 0;
         for (;;) {
-            const size_t found = findTagEndOrQuote(m_window, from);
+            const size_t found = m_window.find_first_of(">\"'", from);
             if (found == npos)
                 return false;
             if (m_window[found] == '>') {
                 m_position = found + 1;
-                return true;
-            }
-            if (++attributes > m_maximumAttributes) {
-                m_result.problem = DVMarkupScan::TooManyAttributes;
                 return true;
             }
             const size_t closing = m_window.find(m_window[found], found + 1);
@@ -183,7 +145,6 @@ private:
     }
 
     const string_view m_window;
-    const int m_maximumAttributes;
     size_t m_position = 0; // behind the last markup
     size_t m_boundary = 0;
     bool m_openMarkup = false;
@@ -191,9 +152,28 @@ private:
     DVMarkupScan m_result;
 };
 
+// Comments, instructions, CDATA sections and declarations may hold any of the characters that mean
+// something in a tag.
+bool holdsMoreThanTags(string_view window)
+{
+    for (const char mark : {'!', '?'}) {
+        for (size_t found = window.find(mark, 1); found != npos; found = window.find(mark, found + 1)) {
+            if (window[found - 1] == '<')
+                return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-DVMarkupScan dv_scanMarkup(std::string_view window, bool insideCData, DVWindow kind, int maximumAttributes)
+DVMarkupScan dv_scanMarkup(string_view window, bool insideCData, DVWindow kind)
 {
-    return Scanner(window, maximumAttributes).scan(insideCData, kind);
+    if (!insideCData && !holdsMoreThanTags(window)) {
+        // No tag holds a "<", and so nothing is cut in two in front of one.
+        const size_t last = kind == DVWindow::Full ? window.rfind('<') : window.size();
+        if (last != npos && (last > 0 || kind == DVWindow::Last))
+            return {DVMarkupScan::None, last, false};
+    }
+    return Scanner(window).scan(insideCData, kind);
 }

@@ -4,13 +4,12 @@
 #include <cstddef>
 #include <string_view>
 
-// XML parsers that are fed in pieces look for the end of a markup again with every piece, and compare
-// each attribute of a tag with every other. The scanner walks over the bytes once, before the parser,
-// so that the parser only ever sees whole markups of bounded size. It judges nothing else: malformed
-// markup is passed on for the parser to refuse.
+// XML parsers that are fed in pieces look for the end of a markup again with every piece. The scanner
+// looks before the parser, so that the parser only ever sees whole markups of bounded size. It judges
+// nothing else: malformed markup is passed on for the parser to refuse.
 struct DVMarkupScan
 {
-    enum Problem { None, DocumentType, MarkupTooLong, TooManyAttributes };
+    enum Problem { None, DocumentType, MarkupTooLong };
 
     Problem problem = None;
     // What stands before may be handed to the parser: it ends between markups, or inside a text or a
@@ -23,4 +22,4 @@ struct DVMarkupScan
 // Last: the document ends with the window.
 enum class DVWindow { Full, Last };
 // `window` begins where the last scan ended, with the state that it left.
-DVMarkupScan dv_scanMarkup(std::string_view window, bool insideCData, DVWindow kind, int maximumAttributes);
+DVMarkupScan dv_scanMarkup(std::string_view window, bool insideCData, DVWindow kind);

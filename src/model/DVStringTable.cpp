@@ -119,11 +119,11 @@ DVStringTable::Entry DVStringTable::find(const char *utf8Key, qsizetype length) 
     const auto size = std::size_t(length);
     const uint32_t hash = Block::shortHash(block.hash(utf8Key, size));
     const uint32_t *bucket = block.buckets.data() + (hash >> block.bucketShift);
+    d->texts.prefetch(bucket[0]); // on its way while the slots and the record are
     for (uint32_t i = bucket[0]; i < bucket[1]; ++i) {
         const Block::Slot &slot = block.slots[i];
         if (slot.hash != hash)
             continue;
-        d->texts.prefetch(i);
         const Block::Record &record = block.record(slot.record);
         if (record.keyLength == size && std::memcmp(Block::keyBytes(record), utf8Key, size) == 0)
             return i;
@@ -146,44 +146,46 @@ QString DVStringTable::key(Entry entry) const
 
 bool DVStringTable::hasPlurals(Entry entry) const
 {
-    return d->record(entry).flags & Block::HasPlurals;
+    return d->record(entry).has(Block::HasPlurals);
 }
 
 bool DVStringTable::textEqualsKey(Entry entry) const
 {
-    return d->record(entry).flags & Block::TextEqualsKey;
+    return d->record(entry).has(Block::TextEqualsKey);
 }
 
 QString DVStringTable::text(Entry entry) const
 {
-    const Block::Form &form = d->record(entry).form;
-    return d->texts.text(entry, d->block.texts.data() + form.text, form.textLength);
+    const Block::Record &record = d->record(entry);
+    return d->texts.text(entry, d->block.texts.data() + record.text, record.textLength);
 }
 
 QString DVStringTable::plainText(Entry entry) const
 {
     if (!d->block.marked)
         return text(entry);
-    const Block::Form &form = d->record(entry).form;
-    return d->plainTexts.text(entry, d->block.texts.data() + form.text, form.textLength);
+    const Block::Record &record = d->record(entry);
+    return d->plainTexts.text(entry, d->block.texts.data() + record.text, record.textLength);
 }
 
-// Index of the form to give for a category.
+// Index of the form to give for a category, of a key with several.
 uint32_t DVStringTable::Private::formOf(const Block::Record &record, DVPluralCategory category) const
 {
     // The fallback, and then the known categories before the others.
-    const uint32_t known = std::min<uint32_t>(record.formCount, DVPluralCategoryCount + 1);
-    for (uint32_t i = 0; i < known; ++i) {
-        if (block.forms[record.firstForm + i].category == uint8_t(category))
-            return record.firstForm + i;
+    constexpr uint32_t mostKnown = DVPluralCategoryCount + 1;
+    for (uint32_t i = record.form; i < record.form + mostKnown; ++i) {
+        if (block.forms[i].category == uint8_t(category))
+            return i;
+        if (block.forms[i].isLast)
+            break;
     }
-    return record.firstForm;
+    return record.form;
 }
 
 QString DVStringTable::text(Entry entry, DVPluralCategory category) const
 {
     const Block::Record &record = d->record(entry);
-    if (record.formCount == 1)
+    if (!record.has(Block::HasSeveralForms))
         return text(entry);
     const uint32_t index = d->formOf(record, category);
     const Block::Form &form = d->block.forms[index];
@@ -193,7 +195,7 @@ QString DVStringTable::text(Entry entry, DVPluralCategory category) const
 QString DVStringTable::plainText(Entry entry, DVPluralCategory category) const
 {
     const Block::Record &record = d->record(entry);
-    if (!d->block.marked || record.formCount == 1)
+    if (!d->block.marked || !record.has(Block::HasSeveralForms))
         return d->block.marked ? plainText(entry) : text(entry, category);
     const uint32_t index = d->formOf(record, category);
     const Block::Form &form = d->block.forms[index];

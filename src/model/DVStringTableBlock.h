@@ -6,7 +6,7 @@
 //   buckets   for each leading bits of a hash, the first of its slots; one more closes the last
 //   slots     hash and record of each key, ordered by bucket; an entry is the index of a slot
 //   records   for each key in the order of first reading a Record and the key's bytes
-//   forms     of keys with several forms, together, the fallback first
+//   forms     of keys with several forms, those of a key together, the fallback first
 //   texts     UTF-16
 //   details   for each form its uid, note and, of an unknown category, its name
 #pragma once
@@ -98,21 +98,24 @@ struct DVStringTableBlock
         uint32_t textLength = 0; // UTF-16 units
         uint32_t details = 0;
         uint8_t category = 0;
-        bool isNamed = false; // the details hold the category's name
-        uint8_t reserved[2] = {};
+        uint8_t isNamed = 0; // the details hold the category's name
+        uint8_t isLast = 0;  // of the key's forms
+        uint8_t reserved = 0;
     };
 
-    enum RecordFlag : uint8_t { HasPlurals = 1, TextEqualsKey = 2 };
+    enum RecordFlag : uint8_t { HasPlurals = 1, TextEqualsKey = 2, IsNamed = 4, HasSeveralForms = 8 };
 
+    // The key follows.
     struct Record
     {
-        uint32_t keyLength = 0; // the key follows the record
-        Form form;              // that a lookup without a category gives
-        uint32_t firstForm = 0; // with several forms, which include that one
-        uint32_t formCount = 1;
-        uint32_t status = 0;
+        uint32_t keyLength = 0;
+        uint32_t text = 0; // that a lookup without a category gives
+        uint32_t textLength = 0;
+        uint32_t form = 0;    // of one form, its details; of several, the first in the section
+        uint8_t category = 0; // of one form
         uint8_t flags = 0;
-        uint8_t reserved[3] = {};
+        uint16_t status = 0;
+        bool has(RecordFlag flag) const { return flags & flag; }
     };
     static constexpr std::size_t recordUnit = 4;
     static_assert(sizeof(Record) % recordUnit == 0 && alignof(Record) <= recordUnit);
@@ -145,18 +148,26 @@ struct DVStringTableBlock
         return uint32_t((sizeof(Record) + keyLength + recordUnit - 1) / recordUnit);
     }
 
-    // The forms of a key: one, or several with the fallback first.
-    struct Forms
+    // The only form of a key with one.
+    static Form onlyForm(const Record &record)
     {
-        const Form *first;
-        uint32_t count;
-        const Form *begin() const { return first; }
-        const Form *end() const { return first + count; }
-    };
-    Forms formsOf(const Record &record) const
+        return {record.text, record.textLength, record.form, record.category, record.has(IsNamed), true};
+    }
+    // Calls visit(form, number) for each form of a key, the fallback first.
+    template<typename Visit> void forEachForm(const Record &record, const Visit &visit) const
     {
-        return record.formCount == 1 ? Forms{&record.form, 1}
-                                     : Forms{&forms[record.firstForm], record.formCount};
+        if (!record.has(HasSeveralForms))
+            return visit(onlyForm(record), 0u);
+        for (uint32_t number = 0;; ++number) {
+            const Form &form = forms[record.form + number];
+            visit(form, number);
+            if (form.isLast)
+                return;
+        }
+    }
+    Form formAt(const Record &record, uint32_t number) const
+    {
+        return record.has(HasSeveralForms) ? forms[record.form + number] : onlyForm(record);
     }
 
     // What only records need. Views of nothing where there was nothing.

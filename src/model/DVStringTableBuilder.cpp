@@ -24,6 +24,21 @@ uint8_t categoryOf(string_view name)
     return uint8_t(std::find(categoryNames.begin(), categoryNames.end(), name) - categoryNames.begin());
 }
 
+void setFlag(Block::Record &record, Block::RecordFlag flag, bool on)
+{
+    record.flags = uint8_t(on ? record.flags | flag : record.flags & ~flag);
+}
+
+void setOnlyForm(Block::Record &record, const Block::Form &form)
+{
+    record.text = form.text;
+    record.textLength = form.textLength;
+    record.form = form.details;
+    record.category = form.category;
+    setFlag(record, Block::IsNamed, form.isNamed);
+    setFlag(record, Block::HasSeveralForms, false);
+}
+
 bool isCue(char16_t c)
 {
     using namespace DVCueMarker;
@@ -55,12 +70,11 @@ struct DVStringTableBuilder::Private
 
     void add(const Form &form);
     bool hasRoomFor(const Form &form) const;
-    uint32_t findOrAddRecord(string_view key, bool *isNew);
+    uint32_t findOrAddRecord(string_view key);
     void growIndex();
-    void startForms(Block::Record &record, const Form &form);
     void addForm(Block::Record &record, const Form &form);
     Block::Form *draftFor(uint32_t key, uint8_t category, string_view name);
-    Block::Form makeForm(const Form &form, const Block::Form *replaced);
+    Block::Form makeForm(const Form &form, const Block::Form &replaced);
 
     void finish();
     void layOutForms(Block::Record &record);
@@ -69,11 +83,10 @@ struct DVStringTableBuilder::Private
     void fillSlots();
 
     Block block;
-    // Open addressing; while the table is built records count their file in formCount, and firstForm
-    // is an index of `several`, or none.
+    // Open addressing. While the table is built, the form of a key with several is an index of `several`.
     DVPool<Block::Slot> index;
     uint32_t keyCount = 0;
-    uint32_t file = 1;
+    std::vector<bool> seen; // keys of this file, by the smallest record's size
     DVPool<Draft> drafts;
     DVPool<SeveralForms> several;
     QHash<std::pair<uint32_t, QByteArray>, uint32_t> named; // (several, name) to its draft
@@ -100,19 +113,24 @@ bool DVStringTableBuilder::Private::hasRoomFor(const Form &form) const
 
 void DVStringTableBuilder::Private::add(const Form &form)
 {
-    bool isNew = false;
-    const uint32_t offset = findOrAddRecord(form.key, &isNew);
+    const uint32_t offset = findOrAddRecord(form.key);
     Block::Record &record = block.record(offset);
-    if (isNew || record.formCount != file) {
-        startForms(record, form);
+    const auto status = uint16_t(std::min<quint32>(form.status, std::numeric_limits<uint16_t>::max()));
+    const std::size_t number = offset / Block::unitsOf(0);
+    if (number >= seen.size())
+        seen.resize(number + number / 2 + 64);
+    if (!seen[number]) {
+        seen[number] = true;
+        record.status = form.statusAlways ? status : 0;
+        setOnlyForm(record, makeForm(form, Block::onlyForm(record)));
     } else {
-        record.status = form.status;
+        record.status = status;
         addForm(record, form);
     }
-    record.flags = form.pluralForm.data() ? Block::HasPlurals : 0;
+    setFlag(record, Block::HasPlurals, form.pluralForm.data());
 }
 
-uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key, bool *isNew)
+uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key)
 {
     if (keyCount * std::size_t(4) >= index.size() * 3)
         growIndex();
@@ -124,7 +142,6 @@ uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key, bool *i
         if (slot.hash == hash && Block::key(block.record(slot.record)) == key)
             return slot.record;
     }
-    *isNew = true;
     ++keyCount;
     const auto offset = uint32_t(block.recordUnits());
     const std::size_t size = Block::unitsOf(key.size()) * Block::recordUnit;
@@ -157,32 +174,21 @@ void DVStringTableBuilder::Private::growIndex()
     index = std::move(larger);
 }
 
-// The first form of a key in a file: what earlier files gave for the key goes.
-void DVStringTableBuilder::Private::startForms(Block::Record &record, const Form &form)
-{
-    const bool hadOne = record.form.textLength > 0 && record.firstForm == none;
-    record.status = form.statusAlways ? form.status : 0;
-    record.form = makeForm(form, hadOne ? &record.form : nullptr);
-    record.firstForm = none;
-    record.formCount = file;
-}
-
 void DVStringTableBuilder::Private::addForm(Block::Record &record, const Form &form)
 {
     const uint8_t category = categoryOf(form.pluralForm);
-    const bool isKnown = category != Block::namedCategory;
-    if (record.firstForm == none && record.form.category == category && isKnown) {
-        record.form = makeForm(form, &record.form);
-        return;
-    }
-    if (record.firstForm == none) {
-        record.firstForm = uint32_t(several.size());
+    if (!record.has(Block::HasSeveralForms)) {
+        const Block::Form only = Block::onlyForm(record);
+        if (category == only.category && category != Block::namedCategory)
+            return setOnlyForm(record, makeForm(form, only));
+        const auto key = uint32_t(several.size());
         several.append({});
-        const string_view name = block.detailsOf(record.form).categoryName;
-        *draftFor(record.firstForm, record.form.category, name) = record.form;
+        *draftFor(key, only.category, block.detailsOf(only).categoryName) = only;
+        setFlag(record, Block::HasSeveralForms, true);
+        record.form = key;
     }
-    Block::Form *draft = draftFor(record.firstForm, category, form.pluralForm);
-    *draft = makeForm(form, draft);
+    Block::Form *draft = draftFor(record.form, category, form.pluralForm);
+    *draft = makeForm(form, *draft);
 }
 
 // The place of a category among the forms of a key; an empty form when there was none.
@@ -208,7 +214,7 @@ Block::Form *DVStringTableBuilder::Private::draftFor(uint32_t key, uint8_t categ
 }
 
 // The text takes the place of the one it replaces where it fits: overlaid files mostly say the same.
-Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Block::Form *replaced)
+Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Block::Form &replaced)
 {
     Block::Form result;
     auto *const out = reinterpret_cast<QChar *>(
@@ -216,8 +222,8 @@ Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Bloc
     const QChar *end =
         decoder.appendToBuffer(out, QByteArrayView(form.text.data(), qsizetype(form.text.size())));
     result.textLength = uint32_t(end - out);
-    if (replaced && result.textLength <= replaced->textLength) {
-        result.text = replaced->text;
+    if (result.textLength <= replaced.textLength) {
+        result.text = replaced.text;
         std::copy_n(block.texts.data() + block.texts.size(), result.textLength,
                     block.texts.data() + result.text);
     } else {
@@ -225,7 +231,7 @@ Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Bloc
         block.texts.grow(result.textLength);
     }
     result.category = categoryOf(form.pluralForm);
-    result.isNamed = form.pluralForm.data() && (result.category >= noneCategory);
+    result.isNamed = form.pluralForm.data() && result.category >= noneCategory;
     result.details = block.addDetails({form.uid, form.note, form.pluralForm}, result.isNamed);
     return result;
 }
@@ -234,12 +240,9 @@ void DVStringTableBuilder::Private::finish()
 {
     for (std::size_t offset = 0; offset < block.recordUnits();) {
         Block::Record &record = block.record(uint32_t(offset));
-        if (record.firstForm == none)
-            record.formCount = 1;
-        else
+        if (record.has(Block::HasSeveralForms))
             layOutForms(record);
-        if (textEqualsKey(record))
-            record.flags |= Block::TextEqualsKey;
+        setFlag(record, Block::TextEqualsKey, textEqualsKey(record));
         offset += Block::unitsOf(record.keyLength);
     }
     fillSlots();
@@ -252,15 +255,18 @@ void DVStringTableBuilder::Private::finish()
 // As DVStringGroup::stringForPluralForm() chooses, not strict.
 void DVStringTableBuilder::Private::layOutForms(Block::Record &record)
 {
-    const auto forms = orderedForms(several[record.firstForm]);
-    const bool hasPlurals = record.flags & Block::HasPlurals;
+    auto forms = orderedForms(several[record.form]);
     const auto single = std::find_if(forms.begin(), forms.end(),
                                      [](const Block::Form &form) { return form.category == noneCategory; });
-    record.form = hasPlurals || single == forms.end() ? forms.front() : *single;
-    record.firstForm = uint32_t(block.forms.size());
-    record.formCount = uint32_t(forms.size());
-    if (forms.size() > 1)
-        block.forms.append(forms.data(), forms.size());
+    const Block::Form given =
+        record.has(Block::HasPlurals) || single == forms.end() ? forms.front() : *single;
+    if (forms.size() == 1)
+        return setOnlyForm(record, given);
+    record.text = given.text;
+    record.textLength = given.textLength;
+    record.form = uint32_t(block.forms.size());
+    forms.back().isLast = true;
+    block.forms.append(forms.data(), forms.size());
 }
 
 // The fallback first: "other", or the first in the order of presentation, or the first by name. Then
@@ -296,9 +302,9 @@ std::vector<Block::Form> DVStringTableBuilder::Private::orderedForms(const Sever
 bool DVStringTableBuilder::Private::textEqualsKey(const Block::Record &record)
 {
     constexpr char16_t fullwidthPercent = 0xFF05;
-    const char16_t *const text = block.texts.data() + record.form.text;
+    const char16_t *const text = block.texts.data() + record.text;
     plain.clear();
-    for (const char16_t c : std::u16string_view(text, record.form.textLength)) {
+    for (const char16_t c : std::u16string_view(text, record.textLength)) {
         if (!block.marked || !isCue(c))
             plain.push_back(c == fullwidthPercent ? u'%' : c);
         // Most texts differ from their key at once.
@@ -353,7 +359,7 @@ DVStringTableBuilder::~DVStringTableBuilder() = default;
 
 void DVStringTableBuilder::beginFile()
 {
-    ++d->file;
+    d->seen.assign(d->seen.size(), false);
 }
 
 void DVStringTableBuilder::add(const Form &form)

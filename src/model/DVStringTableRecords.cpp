@@ -30,7 +30,7 @@ DVStringGroupPtr DVStringTable::Private::makeGroup(const Block::Record &record) 
 {
     const auto group = std::make_shared<DVStringGroup>();
     group->key = dv_stringFromUtf8(Block::key(record));
-    for (const Block::Form &form : block.formsOf(record)) {
+    block.forEachForm(record, [&](const Block::Form &form, uint32_t) {
         const Block::Details details = block.detailsOf(form);
         const auto string = std::make_shared<DVString>();
         string->key = group->key;
@@ -40,8 +40,8 @@ DVStringGroupPtr DVStringTable::Private::makeGroup(const Block::Record &record) 
         string->note = dv_stringFromUtf8(details.note);
         string->extractFormatFromString(textOf(block, form));
         group->addStringForm(string);
-    }
-    group->hasPlurals = record.flags & Block::HasPlurals;
+    });
+    group->hasPlurals = record.has(Block::HasPlurals);
     group->status = record.status;
     return group;
 }
@@ -80,9 +80,9 @@ void DVStringTable::Private::indexLocalizedHashes()
     hashedForms.reserve(block.slots.size() + block.forms.size());
     for (std::size_t i = 0; i < block.slots.size(); ++i) {
         const uint32_t record = block.slots[i].record;
-        uint32_t number = 0;
-        for (const Block::Form &form : block.formsOf(block.record(record)))
-            hashedForms.push_back({hashOf(localizedHash(form)), record, number++});
+        block.forEachForm(block.record(record), [&](const Block::Form &form, uint32_t number) {
+            hashedForms.push_back({hashOf(localizedHash(form)), record, number});
+        });
     }
     std::sort(hashedForms.begin(), hashedForms.end());
 }
@@ -96,7 +96,7 @@ DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash) const
     auto found =
         std::lower_bound(d->hashedForms.begin(), d->hashedForms.end(), Private::HashedForm{wanted, 0, 0});
     for (; found != d->hashedForms.end() && found->hash == wanted; ++found) {
-        const Block::Form &form = *(d->block.formsOf(d->block.record(found->record)).begin() + found->form);
+        const Block::Form form = d->block.formAt(d->block.record(found->record), found->form);
         if (d->localizedHash(form) != hash)
             continue;
         const QString name = form.category == uint8_t(DVPluralCategory::None)
@@ -125,10 +125,10 @@ bool DVStringTable::Private::hasSameForms(const Block::Record &record, const Pri
 {
     const auto contents = [](const Block &b, const Block::Record &of) {
         std::vector<std::tuple<uint8_t, std::string_view, std::u16string_view>> result;
-        for (const Block::Form &form : b.formsOf(of)) {
+        b.forEachForm(of, [&](const Block::Form &form, uint32_t) {
             const std::u16string_view text(b.texts.data() + form.text, form.textLength);
             result.emplace_back(form.category, b.detailsOf(form).categoryName, text);
-        }
+        });
         std::sort(result.begin(), result.end());
         return result;
     };

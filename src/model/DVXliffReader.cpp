@@ -180,8 +180,9 @@ DVXliffReader::Private::Private(bool needCues, UnitHandler handler)
         error = errorAt(Limit, QStringLiteral("Out of memory"), {});
         return;
     }
-    // Sets every option of this parser, whatever defaults the host has chosen.
-    xmlCtxtUseOptions(parser, XML_PARSE_NONET | XML_PARSE_IGNORE_ENC);
+    // Sets every option of this parser, whatever defaults the host has chosen. Without NOENT an "&amp;"
+    // in an attribute arrives as "&#38;"; other entities than XML's five cannot be declared here.
+    xmlCtxtUseOptions(parser, XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_IGNORE_ENC);
     const auto intern = [this](const char *name) {
         return xmlDictLookup(parser->dict, reinterpret_cast<const xmlChar *>(name), -1);
     };
@@ -208,7 +209,7 @@ size_t DVXliffReader::Private::readWindow(string_view window, DVWindow kind)
         error = errorAt(Syntax, QStringLiteral("The document is not UTF-8"), {});
         return 0;
     }
-    const DVMarkupScan scan = dv_scanMarkup(window, insideCData, kind, maximumAttributes);
+    const DVMarkupScan scan = dv_scanMarkup(window, insideCData, kind);
     insideCData = scan.insideCData;
     parse(window.substr(0, scan.end), kind == DVWindow::Last && scan.problem == DVMarkupScan::None);
     if (error)
@@ -221,9 +222,6 @@ size_t DVXliffReader::Private::readWindow(string_view window, DVWindow kind)
         break;
     case DVMarkupScan::MarkupTooLong:
         fail(Limit, QStringLiteral("Markup is longer than %1 bytes").arg(maximumMarkupLength));
-        break;
-    case DVMarkupScan::TooManyAttributes:
-        fail(Limit, QStringLiteral("A tag has more than %1 attributes").arg(maximumAttributes));
         break;
     }
     return scan.end;
@@ -295,6 +293,10 @@ void DVXliffReader::Private::onStart(void *self, const xmlChar *name, const xmlC
     d->namespacesInScope += namespaceCount;
     if (d->namespacesInScope > maximumNamespaces)
         return d->stop(Limit, QStringLiteral("More than %1 namespaces").arg(maximumNamespaces));
+
+    // Attributes are compared with each other, namespaces with each name.
+    if (attributeCount > maximumAttributes)
+        return d->stop(Limit, QStringLiteral("A tag has more than %1 attributes").arg(maximumAttributes));
 
     const DVXliffUnitStates::Element element = d->elementOf(name, prefix);
     std::optional<string_view> id;
