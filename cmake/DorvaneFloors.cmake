@@ -65,7 +65,7 @@ function(dorvane_add_library)
   target_include_directories(Dorvane PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
   target_link_libraries(Dorvane
     PUBLIC Qt6::Core
-    PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2 PkgConfig::PLIST)
+    PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2)
   target_link_options(Dorvane PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
   if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
     set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
