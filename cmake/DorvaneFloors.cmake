@@ -62,6 +62,7 @@ function(dorvane_add_library)
   foreach(floor IN LISTS DORVANE_FLOORS)
     target_sources(Dorvane PRIVATE $<TARGET_OBJECTS:dorvane_${floor}>)
   endforeach()
+  target_compile_features(Dorvane PUBLIC cxx_std_20) # the public headers; also in a host that says 17
   target_include_directories(Dorvane PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
   target_link_libraries(Dorvane
     PUBLIC Qt6::Core
