@@ -1,10 +1,12 @@
 #include "DVHttpExchange.h"
 
 #include "DVData.h"
+#include "DVNameLookup.h"
+#include "DVNetworkThread.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
-#include <QSslSocket>
+#include <QNetworkProxyFactory>
 #include <QtEndian>
 
 #include <algorithm>
@@ -122,6 +124,15 @@ QNetworkRequest preparedRequest(const QNetworkRequest &request)
     return prepared;
 }
 
+// The host whose addresses are needed: the server's, or its proxy's. None for a URL that names none.
+QString hostToFind(const QNetworkAccessManager &manager, const QUrl &url)
+{
+    const QList<QNetworkProxy> proxies = manager.proxyFactory()->queryProxy(QNetworkProxyQuery(url));
+    if (!proxies.isEmpty() && !proxies.constFirst().hostName().isEmpty())
+        return proxies.constFirst().hostName();
+    return url.host(QUrl::FullyEncoded);
+}
+
 int millisecondsUntil(DVHttpExchange::Deadline deadline)
 {
     using namespace std::chrono;
@@ -131,10 +142,9 @@ int millisecondsUntil(DVHttpExchange::Deadline deadline)
 
 } // namespace
 
-DVHttpExchange::DVHttpExchange(QNetworkAccessManager &manager, DVHttpRequest request, Finished finished,
-                               QObject *parent)
-    : QObject(parent)
-    , m_manager(manager)
+DVHttpExchange::DVHttpExchange(DVNetworkContext &context, DVHttpRequest request, Finished finished)
+    : QObject(&context.exchanges)
+    , m_context(context)
     , m_request(std::move(request))
     , m_finished(std::move(finished))
 {
@@ -156,7 +166,19 @@ void DVHttpExchange::start(Deadline deadline, int inactivityMs)
     m_deadline.start(millisecondsUntil(deadline));
     if (inactivityMs > 0)
         m_inactivity.setInterval(inactivityMs);
-    send();
+    find();
+}
+
+void DVHttpExchange::find()
+{
+    restartInactivity();
+    const QString host = hostToFind(m_context.manager, m_request.request.url());
+    m_context.names.find(host, this, [this, host](bool found) {
+        if (found && m_finished)
+            send();
+        else if (m_finished)
+            fail(QNetworkReply::HostNotFoundError, u"Host " % host % u" not found");
+    });
 }
 
 void DVHttpExchange::send()
@@ -165,12 +187,12 @@ void DVHttpExchange::send()
     m_response = {};
     const QNetworkRequest request = preparedRequest(m_request.request);
     if (m_request.method == "GET") {
-        m_reply = m_manager.get(request);
+        m_reply = m_context.manager.get(request);
     } else {
         auto body = std::make_unique<BodySentOnce>(m_request.body);
         m_reply = m_request.method == "POST"
-                      ? m_manager.post(request, body.get())
-                      : m_manager.sendCustomRequest(request, m_request.method, body.get());
+                      ? m_context.manager.post(request, body.get())
+                      : m_context.manager.sendCustomRequest(request, m_request.method, body.get());
         body.release()->setParent(m_reply);
     }
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &DVHttpExchange::readHeaders);
@@ -242,7 +264,7 @@ void DVHttpExchange::follow(const QUrl &target)
         m_request.request.setRawHeader("Content-Type", {});
     }
     dropReply();
-    send();
+    find();
 }
 
 void DVHttpExchange::fail(QNetworkReply::NetworkError code, const QString &description)

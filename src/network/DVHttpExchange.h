@@ -10,7 +10,7 @@
 #include <chrono>
 #include <functional>
 
-class QNetworkAccessManager;
+struct DVNetworkContext;
 
 // Deletes itself after `finished`, which is called once unless the exchange is destroyed before.
 class DVHttpExchange : public QObject
@@ -21,13 +21,15 @@ public:
 
     static constexpr int maximumRedirects = 10;
 
-    DVHttpExchange(QNetworkAccessManager &manager, DVHttpRequest request, Finished finished, QObject *parent);
+    // A child of the context's exchanges.
+    DVHttpExchange(DVNetworkContext &context, DVHttpRequest request, Finished finished);
     ~DVHttpExchange() override;
 
     // Given up at `deadline`, and after `inactivityMs` (0: never) in which nothing arrived or left.
     void start(Deadline deadline, int inactivityMs);
 
 private:
+    void find();
     void send();
     void restartInactivity();
     void readHeaders();
@@ -39,7 +41,7 @@ private:
     void dropReply();
     int statusCode() const;
 
-    QNetworkAccessManager &m_manager;
+    DVNetworkContext &m_context;
     DVHttpRequest m_request;
     Finished m_finished;
     QPointer<QNetworkReply> m_reply;

@@ -6,6 +6,7 @@
 #include "DVMainQueue.h"
 
 #include <QCoreApplication>
+#include <QSslSocket>
 
 #include <atomic>
 #include <chrono>
@@ -28,7 +29,6 @@ struct Threads
     std::mutex mutex;
     std::unique_ptr<DVNetworkThread> thread;
     std::atomic<int> generation = 0; // counts ends, so that completions posted before one are dropped
-    bool endsAtExit = false;
 };
 
 Threads &threads()
@@ -55,9 +55,6 @@ bool postToThread(DVNetworkThread::Work work)
         all.thread = std::make_unique<DVNetworkThread>();
         all.thread->start();
         qAddPostRoutine(endWithApplication);
-        // For hosts that leave by exit() without destroying their application object.
-        if (!std::exchange(all.endsAtExit, true))
-            std::atexit(endWithApplication);
     }
     all.thread->post(std::move(work));
     return true;
@@ -114,12 +111,27 @@ struct Promise
     const std::shared_ptr<Meeting> meeting;
 };
 
+// At exit() the handlers that were registered last run first. The network stack and the TLS library register
+// theirs when they are first used; the thread has to end before they run.
+void endBeforeLibraries(bool secure)
+{
+    static std::once_flag plainUsed;
+    static std::once_flag tlsUsed;
+    std::call_once(plainUsed, [] { std::atexit(endWithApplication); });
+    if (secure)
+        std::call_once(tlsUsed, [] {
+            QSslSocket::supportsSsl();
+            std::atexit(endWithApplication);
+        });
+}
+
 void startExchange(DVNetworkContext &context, const DVHttpRequest &request, steady_clock::time_point deadline,
                    int inactivityMs, DVHttpExchange::Finished finished)
 {
     // Owned by the context, and by itself once it has finished.
-    auto *exchange = new DVHttpExchange(context.manager, request, std::move(finished), &context.exchanges);
+    auto *exchange = new DVHttpExchange(context, request, std::move(finished));
     exchange->start(deadline, inactivityMs);
+    endBeforeLibraries(request.request.url().scheme() == u"https");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "DVNetworkThread.h"
 
+#include "DVNameLookup.h"
+
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QNetworkAccessManager>
@@ -93,8 +95,9 @@ void DVNetworkThread::run()
     threadOfOurs = this;
     auto manager = std::make_unique<QNetworkAccessManager>();
     manager->setProxyFactory(new ProxiesBeyondLoopback); // the manager owns it
+    auto names = std::make_unique<DVNameLookup>(*this);
     auto exchanges = std::make_unique<QObject>();
-    DVNetworkContext context{*manager, *exchanges};
+    DVNetworkContext context{*manager, *names, *exchanges};
     m_context = &context;
     if (!isEnding())
         exec();
@@ -104,6 +107,7 @@ void DVNetworkThread::run()
         m_changed.wait(lock, [this] { return !m_leftBehind; });
     }
     exchanges.reset();
+    names.reset();
     manager.reset();
     const std::lock_guard lock(m_mutex);
     m_ended = true;

@@ -10,13 +10,14 @@
 #include <memory>
 #include <mutex>
 
-class DVHttpExchange;
+class DVNameLookup;
 class QNetworkAccessManager;
 
 // What work finds on the thread.
 struct DVNetworkContext
 {
     QNetworkAccessManager &manager;
+    DVNameLookup &names;
     QObject &exchanges; // parent of those under way; they end with it
 };
 

@@ -1,8 +1,10 @@
 // A host application that ends while requests are under way: transport_end_probe URL HOW.
+// With HOW "names", the name server that never answers is also here, on 127.0.0.9.
 #include "DVHttpTransport.h"
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <QUdpSocket>
 
 #include <cstdio>
 #include <cstdlib>
@@ -27,6 +29,9 @@ void say()
 void runApplication(int &argc, char **argv, const QString &url, const QString &how)
 {
     QCoreApplication application(argc, argv);
+    QUdpSocket nameServer;
+    if (how == u"names" && !nameServer.bind(QHostAddress(QStringLiteral("127.0.0.9")), 53))
+        std::exit(2);
     for (const char *path : {"/silent", "/drip", "/silent", "/drip"})
         begin(url + QString::fromLatin1(path));
     // To a server that speaks no TLS: the handshake hangs.

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QNetworkReply>
 #include <QProcess>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -12,6 +13,7 @@
 #include <limits>
 #include <thread>
 
+#include <unistd.h>
 #include <zlib.h>
 
 using Answer = DVFaultServer::Answer;
@@ -110,6 +112,7 @@ private Q_SLOTS:
     void shutDownFreesAWaitingThread();
     void processEnds_data();
     void processEnds();
+    void processEndsWhileTheNameServerIsSilent();
 };
 
 void tst_Transport::answersArriveInBothWays_data()
@@ -596,6 +599,37 @@ void tst_Transport::processEnds()
         QCOMPARE(process.exitCode(), 0);
         QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
     }
+}
+
+// In namespaces of its own, where the only name server takes questions and says nothing.
+void tst_Transport::processEndsWhileTheNameServerIsSilent()
+{
+#if defined(DORVANE_THREAD_SANITIZER)
+    QSKIP("The sanitizer ends a process that starts threads after it has forked.");
+#endif
+    const QStringList apart =
+        geteuid() == 0 ? QStringList{u"-n"_qs, u"-m"_qs} : QStringList{u"-r"_qs, u"-n"_qs, u"-m"_qs};
+    QTemporaryFile resolver;
+    QVERIFY(resolver.open());
+    resolver.write("nameserver 127.0.0.9\n");
+    resolver.flush();
+    const auto inside = [&](const QString &command) {
+        const QString script = u"mount --bind \"$0\" /etc/resolv.conf && "_qs + command;
+        return apart + QStringList{u"sh"_qs, u"-c"_qs, script, resolver.fileName()};
+    };
+    if (QProcess::execute(u"unshare"_qs, inside(u"ip link set lo up"_qs)) != 0)
+        QSKIP("Namespaces are not allowed here.");
+
+    QProcess process;
+    process.start(u"unshare"_qs, inside(u"ip link set lo up && exec \"%1\" http://strings.test names"_qs.arg(
+                                     QStringLiteral(DORVANE_END_PROBE))));
+    QVERIFY(process.waitForReadyRead(20000));
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(tst_Transport)
