@@ -832,6 +832,15 @@ void TestAnalytics::withoutAnApplication()
     QCOMPARE(m_server.requests().size(), 0);
 }
 
+#if defined(DORVANE_THREAD_SANITIZER)
+// The sanitizer would end a process that starts threads after QProcess has forked from it.
+extern "C" Q_DECL_EXPORT const char *__tsan_default_options();
+const char *__tsan_default_options()
+{
+    return "die_after_fork=0";
+}
+#endif
+
 int main(int argc, char **argv)
 {
     if (argc > 1 && qstrcmp(argv[1], "--child") == 0)
