@@ -56,6 +56,8 @@ private Q_SLOTS:
     void unpacksWhatOpensslAndGzipMade();
     void unpacksADocumentThatIsNotCompressed();
     void takesTheKeyFromAFile();
+    void putsPlaceholdersIntoElements_data();
+    void putsPlaceholdersIntoElements();
     void packRefuses_data();
     void packRefuses();
     void unpackRefuses_data();
@@ -128,6 +130,53 @@ void tst_Pack::takesTheKeyFromAFile()
     QCOMPARE(
         ToolRun::tool({u"unpack"_qs, path("k.gz"), path("k.xlf"), u"--key"_qs, base64(keyOf(32))}).status, 0);
     QCOMPARE(content(path("k.xlf")), xliff);
+}
+
+void tst_Pack::putsPlaceholdersIntoElements_data()
+{
+    QTest::addColumn<QByteArray>("unit");
+    QTest::addColumn<QByteArray>("packed"); // null: the same
+
+    const auto row = [](const char *name, const QByteArray &unit, const QByteArray &packed = {}) {
+        QTest::newRow(name) << unit << packed;
+    };
+    row("in a source and in a target", "<source>%1!</source><target>a %1</target>",
+        "<source><ph id=\"q1\">%1</ph>!</source><target>a <ph id=\"q1\">%1</ph></target>");
+    row("several, counted in their text", "<target>%2 of %1</target>",
+        "<target><ph id=\"q1\">%2</ph> of <ph id=\"q2\">%1</ph></target>");
+    row("counts and local numbers", "<target>%n%Ln%L12</target>",
+        "<target><ph id=\"q1\">%n</ph><ph id=\"q2\">%Ln</ph><ph id=\"q3\">%L12</ph></target>");
+    row("two digits at most", "<target>%100</target>", "<target><ph id=\"q1\">%10</ph>0</target>");
+    row("inside other inline elements", "<target>a<g id='1'>%1</g></target>",
+        "<target>a<g id='1'><ph id=\"q1\">%1</ph></g></target>");
+    row("in a CDATA section", "<target><![CDATA[<%1>]]></target>",
+        "<target><![CDATA[<]]><ph id=\"q1\">%1</ph><![CDATA[>]]></target>");
+    row("in an element of its own already", "<target><ph id=\"1\">%1</ph> <ph>%n</ph></target>");
+    row("behind an empty element", "<target><ph id=\"1\"/>%1</target>",
+        "<target><ph id=\"1\"/><ph id=\"q1\">%1</ph></target>");
+    row("percent signs and other formats", "<target>100% of 5 % %@ %d %0 %L %% 50 %</target>");
+    row("in a note", "<source>a</source><note>%1 is a name</note>");
+    row("in an attribute that holds a tag's end", "<target><g id=\"a>%1\">b</g></target>");
+    row("in a comment and in an instruction", "<target><!-- > %1 --><?x > %1 ?></target>");
+}
+
+void tst_Pack::putsPlaceholdersIntoElements()
+{
+    QFETCH(QByteArray, unit);
+    QFETCH(QByteArray, packed);
+    const auto whole = [](const QByteArray &content) {
+        return QByteArray("<xliff version=\"1.2\"><file><body>\n<trans-unit id=\"1\" resname=\"%1\">" +
+                          content + "</trans-unit>\n</body></file></xliff>");
+    };
+    const QString key = base64(keyOf(16));
+    const auto packedAndUnpacked = [&](const QStringList &options) {
+        const QString in = file("in.xlf", whole(unit));
+        ToolRun::tool(QStringList{u"pack"_qs, in, path("p.gz"), u"--key"_qs, key} + options);
+        ToolRun::tool({u"unpack"_qs, path("p.gz"), path("p.xlf"), u"--key"_qs, key});
+        return content(path("p.xlf"));
+    };
+    QCOMPARE(packedAndUnpacked({}), whole(packed.isNull() ? unit : packed));
+    QCOMPARE(packedAndUnpacked({u"--as-is"_qs}), whole(unit));
 }
 
 void tst_Pack::packRefuses_data()

@@ -1,9 +1,8 @@
 // The stand-in for the platform, as a process, by the bytes on its connections.
+#include "TestProject.h"
 #include "ToolProcess.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,23 +17,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray keyBytes = "0123456789abcdef";
 const QByteArray frenchPath = "/projects/garden/1.0/fr-CA/strings.gz";
-
-QByteArray document(const QByteArray &target)
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\"><file><body>\n"
-           "<trans-unit id=\"1\" resname=\"Hello\"><source>Hello</source><target>" +
-           target + "</target></trans-unit>\n</body></file></xliff>\n";
-}
 
 // Independent of the tool: openssl undoes the encryption, gzip the compression.
 QByteArray opened(const QByteArray &delivered)
 {
-    const ToolRun decrypted = ToolRun::program(
-        u"openssl"_qs,
-        {u"enc"_qs, u"-d"_qs, u"-aes-128-ecb"_qs, u"-K"_qs, QString::fromLatin1(keyBytes.toHex())},
-        delivered);
+    const ToolRun decrypted = ToolRun::program(u"openssl"_qs,
+                                               {u"enc"_qs, u"-d"_qs, u"-aes-128-ecb"_qs, u"-K"_qs,
+                                                QString::fromLatin1(TestProject::keyBytes().toHex())},
+                                               delivered);
     return decrypted.status == 0 ? ToolRun::program(u"gzip"_qs, {u"-dc"_qs}, decrypted.output).output
                                  : QByteArray();
 }
@@ -51,61 +42,6 @@ QDateTime fromHttpDate(const QByteArray &text)
     date.setTimeSpec(Qt::UTC);
     return date;
 }
-
-class ProjectFolder
-{
-public:
-    ProjectFolder()
-    {
-        setProject({});
-        publish("Bonjour", lastWeek());
-    }
-
-    static QDateTime lastWeek()
-    {
-        static const QDateTime date = QDateTime::currentDateTimeUtc().addDays(-7);
-        return date;
-    }
-
-    QString path() const { return m_folder.path() + u"/project"_qs; }
-    QString frenchFile() const { return path() + u"/fr-CA.xlf"_qs; }
-
-    void write(const QString &name, const QByteArray &content) const
-    {
-        QDir().mkpath(path());
-        QFile file(QDir(path()).absoluteFilePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
-    void setProject(const QJsonObject &changes) const
-    {
-        QJsonObject project{{u"projectId"_qs, u"garden"_qs},
-                            {u"targetLocales"_qs, QJsonArray{u"fr-CA"_qs, u"pl"_qs}},
-                            {u"versions"_qs, QJsonArray{u"1.0"_qs, u"2 0"_qs}},
-                            {u"deliveryKey"_qs, QString::fromLatin1(keyBytes.toBase64())}};
-        for (auto change = changes.begin(); change != changes.end(); ++change)
-            project.insert(change.key(), change.value());
-        write(u"project.json"_qs, QJsonDocument(project).toJson());
-    }
-    void publish(const QByteArray &target, const QDateTime &modified = {}) const
-    {
-        write(u"fr-CA.xlf"_qs, document(target));
-        setModified(modified);
-    }
-    void setModified(const QDateTime &modified) const
-    {
-        QFile file(frenchFile());
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime));
-    }
-    QByteArray received() const
-    {
-        QFile file(path() + u"/received/events.jsonl"_qs);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-private:
-    QTemporaryDir m_folder;
-};
 
 } // namespace
 
@@ -148,7 +84,7 @@ private Q_SLOTS:
 
 void tst_Serve::saysWhereItListens()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     QVERIFY(server.port() != 0);
     const QByteArray base = "http://127.0.0.1:" + QByteArray::number(server.port());
@@ -169,14 +105,14 @@ void tst_Serve::saysWhereItListens()
 
 void tst_Serve::deliversThePackedDocument()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     folder.setProject({{u"expiresSeconds"_qs, 90}});
     const ServeProcess server(folder.path());
     const HttpAnswer answer = server.get(frenchPath);
     QCOMPARE(answer.status, 200);
-    QCOMPARE(opened(answer.body), document("Bonjour"));
+    QCOMPARE(opened(answer.body), TestProject::document("Bonjour"));
     QCOMPARE(answer.header("Content-Type"), QByteArray("application/octet-stream"));
-    QCOMPARE(answer.header("Last-Modified"), httpDate(ProjectFolder::lastWeek()));
+    QCOMPARE(answer.header("Last-Modified"), httpDate(TestProject::lastWeek()));
     const QDateTime date = fromHttpDate(answer.header("Date"));
     QVERIFY2(qAbs(date.secsTo(QDateTime::currentDateTimeUtc())) <= 5, answer.header("Date").constData());
     QCOMPARE(date.secsTo(fromHttpDate(answer.header("Expires"))), 90);
@@ -219,7 +155,7 @@ void tst_Serve::statuses()
 {
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, target);
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const HttpAnswer answer = server.request(method, target);
     QTEST(answer.status, "status");
@@ -253,13 +189,13 @@ void tst_Serve::namesNeverBecomePaths_data()
 void tst_Serve::namesNeverBecomePaths()
 {
     QFETCH(QByteArray, target);
-    const ProjectFolder folder;
-    folder.write(u"../secret.xlf"_qs, document("secret"));
-    folder.write(u"secret.xlf"_qs, document("secret"));
+    const TestProject folder;
+    folder.write(u"../secret.xlf"_qs, TestProject::document("secret"));
+    folder.write(u"secret.xlf"_qs, TestProject::document("secret"));
     const ServeProcess server(folder.path());
     const HttpAnswer answer = server.get(target);
     QCOMPARE(answer.status, 404);
-    QVERIFY(!answer.body.contains(keyBytes.toBase64()));
+    QVERIFY(!answer.body.contains(TestProject::keyBytes().toBase64()));
     QCOMPARE(server.get(frenchPath).status, 200);
 }
 
@@ -269,7 +205,7 @@ void tst_Serve::conditionalRequests_data()
     QTest::addColumn<QByteArray>("since");
     QTest::addColumn<int>("status");
 
-    const QDateTime published = ProjectFolder::lastWeek();
+    const QDateTime published = TestProject::lastWeek();
     QTest::newRow("the publication's own date") << frenchPath << httpDate(published) << 304;
     QTest::newRow("a later date") << frenchPath << httpDate(published.addDays(1)) << 304;
     QTest::newRow("a second before") << frenchPath << httpDate(published.addSecs(-1)) << 200;
@@ -282,7 +218,7 @@ void tst_Serve::conditionalRequests()
 {
     QFETCH(QByteArray, target);
     QFETCH(QByteArray, since);
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const HttpAnswer answer = server.get(target, "If-Modified-Since: " + since + "\r\n");
     QTEST(answer.status, "status");
@@ -293,7 +229,7 @@ void tst_Serve::conditionalRequests()
 
 void tst_Serve::headHasNoBody()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const HttpAnswer head = server.request("HEAD", frenchPath);
     QCOMPARE(head.status, 200);
@@ -303,32 +239,32 @@ void tst_Serve::headHasNoBody()
 
 void tst_Serve::aChangedFileIsAPublication()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const QByteArray before = server.get(frenchPath).header("Last-Modified");
-    folder.publish("Salut", ProjectFolder::lastWeek().addDays(1));
+    folder.publish("Salut", TestProject::lastWeek().addDays(1));
     const HttpAnswer after = server.get(frenchPath, "If-Modified-Since: " + before + "\r\n");
     QCOMPARE(after.status, 200);
-    QCOMPARE(opened(after.body), document("Salut"));
-    QCOMPARE(after.header("Last-Modified"), httpDate(ProjectFolder::lastWeek().addDays(1)));
+    QCOMPARE(opened(after.body), TestProject::document("Salut"));
+    QCOMPARE(after.header("Last-Modified"), httpDate(TestProject::lastWeek().addDays(1)));
 
     QVERIFY(QFile::remove(folder.frenchFile()));
     QCOMPARE(server.get(frenchPath).status, 404);
     folder.publish("Bonsoir");
-    QCOMPARE(opened(server.get(frenchPath).body), document("Bonsoir"));
+    QCOMPARE(opened(server.get(frenchPath).body), TestProject::document("Bonsoir"));
 }
 
 // Whoever holds the first of them must not be told that it is current.
 void tst_Serve::publicationsWithinOneSecondDiffer()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     for (const QByteArray &target : {QByteArray("un"), QByteArray("deux"), QByteArray("trois")}) {
         const QByteArray before = server.get(frenchPath).header("Last-Modified");
-        folder.publish(target, ProjectFolder::lastWeek());
+        folder.publish(target, TestProject::lastWeek());
         const HttpAnswer answer = server.get(frenchPath, "If-Modified-Since: " + before + "\r\n");
         QCOMPARE(answer.status, 200);
-        QCOMPARE(opened(answer.body), document(target));
+        QCOMPARE(opened(answer.body), TestProject::document(target));
         const QByteArray current = "If-Modified-Since: " + answer.header("Last-Modified") + "\r\n";
         QCOMPARE(server.get(frenchPath, current).status, 304);
     }
@@ -336,24 +272,24 @@ void tst_Serve::publicationsWithinOneSecondDiffer()
 
 void tst_Serve::aRestoredOldFileIsAPublication()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const QByteArray before = server.get(frenchPath).header("Last-Modified");
-    folder.publish("Ancien", ProjectFolder::lastWeek().addDays(-30));
+    folder.publish("Ancien", TestProject::lastWeek().addDays(-30));
     const HttpAnswer answer = server.get(frenchPath, "If-Modified-Since: " + before + "\r\n");
     QCOMPARE(answer.status, 200);
-    QCOMPARE(opened(answer.body), document("Ancien"));
+    QCOMPARE(opened(answer.body), TestProject::document("Ancien"));
 }
 
 void tst_Serve::aBrokenDocumentIsNotPublished()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     ServeProcess server(folder.path());
     QCOMPARE(server.get(frenchPath).status, 200);
     folder.write(u"fr-CA.xlf"_qs, "<xliff>\n  <file></body>\n</xliff>");
-    QCOMPARE(opened(server.get(frenchPath).body), document("Bonjour"));
+    QCOMPARE(opened(server.get(frenchPath).body), TestProject::document("Bonjour"));
     QCOMPARE(
-        server.get(frenchPath, "If-Modified-Since: " + httpDate(ProjectFolder::lastWeek()) + "\r\n").status,
+        server.get(frenchPath, "If-Modified-Since: " + httpDate(TestProject::lastWeek()) + "\r\n").status,
         304);
     const QByteArray log = server.logWith("304\n");
     QVERIFY2(log.contains("fr-CA.xlf cannot be published") && log.contains("(line 2, column "),
@@ -361,12 +297,12 @@ void tst_Serve::aBrokenDocumentIsNotPublished()
     QCOMPARE(log.count("cannot be published"), 1);
 
     folder.publish("Salut");
-    QCOMPARE(opened(server.get(frenchPath).body), document("Salut"));
+    QCOMPARE(opened(server.get(frenchPath).body), TestProject::document("Salut"));
 }
 
 void tst_Serve::aDocumentThatNeverWasGoodIsAnError()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     folder.write(u"fr-CA.xlf"_qs, "<html></html>");
     const ServeProcess server(folder.path());
     QCOMPARE(server.get(frenchPath).status, 500);
@@ -376,7 +312,7 @@ void tst_Serve::aDocumentThatNeverWasGoodIsAnError()
 
 void tst_Serve::aMissingVersionListServesEveryVersion()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     folder.setProject({{u"versions"_qs, QJsonValue::Null}});
     const ServeProcess server(folder.path());
     QCOMPARE(server.get("/projects/garden/9.9%2Fx/fr-CA/strings.gz").status, 200);
@@ -385,7 +321,7 @@ void tst_Serve::aMissingVersionListServesEveryVersion()
 
 void tst_Serve::theProjectIsReadAgain()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     ServeProcess server(folder.path());
     folder.setProject({{u"deliveryEnabled"_qs, false}});
     QCOMPARE(server.get(frenchPath).status, 403);
@@ -402,7 +338,7 @@ void tst_Serve::theProjectIsReadAgain()
 
 void tst_Serve::trackKeepsEvents()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const QByteArray form = "Content-Type: application/x-www-form-urlencoded\r\n";
     const QByteArray events = "[{\"event\":\"Launch\",\"properties\":{\"n\":1}},{\"event\":\"\xC3\xA9\\n\"}]";
@@ -435,7 +371,7 @@ void tst_Serve::trackRefusesWhatItCannotRead_data()
 void tst_Serve::trackRefusesWhatItCannotRead()
 {
     QFETCH(QByteArray, body);
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     const HttpAnswer answer = server.request("POST", "/track", {}, body);
     QCOMPARE(answer.status, 400);
@@ -445,7 +381,7 @@ void tst_Serve::trackRefusesWhatItCannotRead()
 
 void tst_Serve::bigRequestsEnd()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     QCOMPARE(server.request("POST", "/track", {}, "data=" + QByteArray(20 << 20, 'A')).status, 413);
     QCOMPARE(server.get(frenchPath).status, 200);
@@ -453,7 +389,7 @@ void tst_Serve::bigRequestsEnd()
 
 void tst_Serve::garbageEndsTheConnection()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     const ServeProcess server(folder.path());
     QTcpSocket socket;
     socket.connectToHost(u"127.0.0.1"_qs, server.port());
@@ -464,7 +400,7 @@ void tst_Serve::garbageEndsTheConnection()
 
 void tst_Serve::quietLogsNoRequests()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     ServeProcess loud(folder.path());
     loud.get(frenchPath);
     const QByteArray line = "GET " + frenchPath + " 200\n";
@@ -487,7 +423,7 @@ void tst_Serve::signalsEndIt_data()
 void tst_Serve::signalsEndIt()
 {
     QFETCH(int, signal);
-    const ProjectFolder folder;
+    const TestProject folder;
     ServeProcess server(folder.path());
     QTcpSocket open; // a connection that says nothing holds nobody up
     open.connectToHost(u"127.0.0.1"_qs, server.port());
@@ -500,7 +436,7 @@ void tst_Serve::signalsEndIt()
 
 void tst_Serve::endsWithItsInput()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     ServeProcess server(folder.path(), {u"--exit-with-stdin"_qs});
     server.process().write("this is read and ignored\n");
     QCOMPARE(server.get(frenchPath).status, 200);
@@ -516,7 +452,8 @@ void tst_Serve::refusesToStart_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("says");
 
-    const QByteArray good = "{\"projectId\":\"p\",\"deliveryKey\":\"" + keyBytes.toBase64() + "\"}";
+    const QByteArray good =
+        "{\"projectId\":\"p\",\"deliveryKey\":\"" + TestProject::keyBytes().toBase64() + "\"}";
     const auto without = [&good](const char *what, const char *instead) {
         return QByteArray(good).replace(what, instead);
     };
@@ -568,7 +505,7 @@ void tst_Serve::refusesToStart()
 
 void tst_Serve::refusesAPortInUse()
 {
-    const ProjectFolder folder;
+    const TestProject folder;
     QTcpServer other;
     QVERIFY(other.listen(QHostAddress::LocalHost));
     const ToolRun run =

@@ -1,0 +1,137 @@
+// Killed at any moment of a download or a save: the next start serves the old strings or the new ones,
+// never none, never a mixture. strace kills the process at its Nth system call of a kind.
+#include "StaticSite.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Everything that changes what is on the disk.
+const char *const changes[] = {
+    "openat",          "write",         "link,linkat", "rename,renameat,renameat2", "unlink,unlinkat",
+    "fsync,fdatasync", "mkdir,mkdirat", "ftruncate",   "chmod,fchmod,fchmodat"};
+
+QStringList edition(const char *name)
+{
+    return {QString(u"bonjour "_qs + QLatin1StringView(name)),
+            QString(u"adieu "_qs + QLatin1StringView(name))};
+}
+
+bool straceWorks()
+{
+    return ToolRun::program(u"strace"_qs, {u"-o"_qs, u"/dev/null"_qs, u"true"_qs}).status == 0;
+}
+
+} // namespace
+
+class tst_Kill : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void whileStringsAreReplaced_data();
+    void whileStringsAreReplaced();
+    void whileStringsArriveFirst();
+
+private:
+    // Runs the commands on the device, killed at the Nth call; whether the kill came before the end.
+    static bool killedAt(const TryDevice &device, const QByteArray &commands, const char *calls, int nth);
+    // Puts the files of a good device back.
+    static void restore(const TryDevice &device, const QString &saved);
+};
+
+void tst_Kill::initTestCase()
+{
+    if (!straceWorks())
+        QSKIP("strace may not trace here: nothing is killed");
+}
+
+bool tst_Kill::killedAt(const TryDevice &device, const QByteArray &commands, const char *calls, int nth)
+{
+    const QString set = QString::fromLatin1(calls);
+    const QStringList arguments{u"-f"_qs,
+                                u"-qq"_qs,
+                                u"-o"_qs,
+                                u"/dev/null"_qs,
+                                u"-e"_qs,
+                                QString(u"trace="_qs + set),
+                                u"-e"_qs,
+                                QStringLiteral("inject=%1:signal=SIGKILL:when=%2").arg(set).arg(nth),
+                                QStringLiteral(DORVANE_TOOL)};
+    return ToolRun::program(u"strace"_qs, arguments + device.arguments(), commands).status != 0;
+}
+
+void tst_Kill::restore(const TryDevice &device, const QString &saved)
+{
+    QDir(device.dataPath()).removeRecursively();
+    QCOMPARE(ToolRun::program(u"cp"_qs, {u"-a"_qs, saved, device.dataPath()}).status, 0);
+}
+
+void tst_Kill::whileStringsAreReplaced_data()
+{
+    QTest::addColumn<bool>("damaged");
+    QTest::newRow("by a good publication") << false;
+    QTest::newRow("by a damaged publication, which is taken back") << true;
+}
+
+void tst_Kill::whileStringsAreReplaced()
+{
+    QFETCH(bool, damaged);
+    StaticSite site;
+    TryDevice device;
+    site.publish("one", 60);
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QTemporaryDir folder;
+    const QString saved = folder.filePath(u"saved"_qs);
+    QCOMPARE(ToolRun::program(u"cp"_qs, {u"-a"_qs, device.dataPath(), saved}).status, 0);
+    site.publishBytes(StaticSite::document("two"), 30, damaged ? 30 : 0);
+
+    const QByteArray refresh = "{\"do\":\"clock\",\"advanceMs\":7200000}\n" +
+                               site.startCommand({{u"logging"_qs, u"DVLoggingInfo"_qs}}) +
+                               "{\"do\":\"wait\",\"event\":\"stringsUpdated\",\"timeoutMs\":5000}\n";
+    int kills = 0;
+    for (const char *calls : changes) {
+        // The first calls belong to the loading of the program; far beyond the last nothing is killed.
+        int withoutKill = 0;
+        for (int nth = 1; nth < 400 && withoutKill < 1; nth += nth < 40 ? 1 : 23) {
+            restore(device, saved);
+            if (!killedAt(device, refresh, calls, nth)) {
+                ++withoutKill;
+                continue;
+            }
+            ++kills;
+            const QStringList texts = device.texts(site.startCommand() + lookupCommands());
+            QVERIFY2(texts == edition("one") || (!damaged && texts == edition("two")),
+                     qPrintable(QStringLiteral("%1 %2: %3")
+                                    .arg(QString::fromLatin1(calls))
+                                    .arg(nth)
+                                    .arg(texts.join(u", "_qs))));
+        }
+    }
+    QVERIFY2(kills > 20, qPrintable(QString::number(kills)));
+}
+
+void tst_Kill::whileStringsArriveFirst()
+{
+    StaticSite site;
+    TryDevice device;
+    site.publish("one", 60);
+    const QByteArray start = site.startCommand({{u"logging"_qs, u"DVLoggingInfo"_qs}});
+    int kills = 0;
+    for (const char *calls : changes) {
+        if (qstrcmp(calls, "openat") == 0)
+            continue;
+        for (int nth = 1; nth < 100; ++nth) {
+            QDir(device.dataPath()).removeRecursively();
+            if (!killedAt(device, start, calls, nth))
+                break;
+            ++kills;
+            QCOMPARE(device.texts(start + lookupCommands()), edition("one"));
+        }
+    }
+    QVERIFY(kills > 3);
+}
+
+QTEST_GUILESS_MAIN(tst_Kill)
+#include "tst_kill.moc"
