@@ -1,5 +1,7 @@
 #include "DeliveredFile.h"
 
+#include "PlaceholderElements.h"
+
 #include <DVData.h>
 #include <DVXliffReader.h>
 
@@ -55,15 +57,21 @@ QString xliffProblem(const QByteArray &document)
     return rootProblem(document);
 }
 
-QByteArray deliveredFileFromXliff(const QByteArray &document, const QString &key, QString *error)
+std::optional<PackedDocument> packedDocument(const QByteArray &document, const QString &key,
+                                             LoosePlaceholders placeholders, QString *error)
 {
     *error = xliffProblem(document);
     if (!error->isEmpty())
         return {};
-    const QByteArray file = dv_encryptAESWithKey(dv_gzippedData(document), key);
-    if (file.isNull())
-        *error = QStringLiteral("it cannot be encrypted with this key");
-    return file;
+    PackedDocument packed;
+    const bool rewrite = placeholders == LoosePlaceholders::PutIntoElements;
+    const QByteArray content =
+        rewrite ? withPlaceholderElements(document, &packed.newPlaceholderElements) : document;
+    packed.file = dv_encryptAESWithKey(dv_gzippedData(content), key);
+    if (!packed.file.isNull())
+        return packed;
+    *error = QStringLiteral("it cannot be encrypted with this key");
+    return {};
 }
 
 QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key, QString *error)

@@ -4,14 +4,25 @@
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
+
 // Applications read no larger document.
 inline constexpr qint64 maximumDocumentSize = qint64(256) << 20;
 
 // Null when applications can read the document; else why they cannot, with line and column.
 QString xliffProblem(const QByteArray &document);
 
-// Both return null after `error` was set.
-QByteArray deliveredFileFromXliff(const QByteArray &document, const QString &key, QString *error);
+struct PackedDocument
+{
+    QByteArray file;
+    int newPlaceholderElements = 0;
+};
+// What to do with Qt's placeholders that stand outside <ph> elements (see PlaceholderElements.h).
+enum class LoosePlaceholders { Leave, PutIntoElements };
+
+// Nothing, or null, after `error` was set.
+std::optional<PackedDocument> packedDocument(const QByteArray &document, const QString &key,
+                                             LoosePlaceholders placeholders, QString *error);
 QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key, QString *error);
 
 // Whole files. Null, or false, after `error` was set; a failed write leaves the old file as it was.

@@ -9,10 +9,16 @@ int runPack(const QStringList &arguments)
         QStringLiteral("pack"),
         QStringLiteral("Makes the file that applications download: the XLIFF document, gzip-compressed,\n"
                        "then AES-encrypted with the delivery key. The document is read first as an\n"
-                       "application would read it; what it could not read is refused."));
+                       "application would read it; what it could not read is refused. Qt's placeholders\n"
+                       "(%1, %L1, %n) in source and target texts are put into <ph> elements where they\n"
+                       "are not yet: elsewhere an application shows a percent sign as it stands."));
     line.addArgument(QStringLiteral("IN.xlf"), QStringLiteral("XLIFF 1.2 document."));
     line.addArgument(QStringLiteral("OUT.gz"), QStringLiteral("File to write."));
     addDeliveryKeyOptions(line);
+    line.addOption(
+        {QStringLiteral("as-is"),
+         QStringLiteral("Leave placeholders such as %1 and %n that stand outside <ph> elements where they "
+                        "are; applications will show them instead of the arguments.")});
     if (const auto status = line.parse(arguments))
         return *status;
 
@@ -23,8 +29,13 @@ int runPack(const QStringList &arguments)
     const QByteArray document = readWholeFile(line.argument(0), &error);
     if (!error.isEmpty())
         return line.fail(error);
-    const QByteArray file = deliveredFileFromXliff(document, key, &error);
-    if (!error.isEmpty())
+    const auto placeholders =
+        line.isSet(QStringLiteral("as-is")) ? LoosePlaceholders::Leave : LoosePlaceholders::PutIntoElements;
+    const auto packed = packedDocument(document, key, placeholders, &error);
+    if (!packed)
         return line.fail(QStringLiteral("%1 is not readable XLIFF: %2").arg(line.argument(0), error));
-    return writeWholeFile(line.argument(1), file, &error) ? Succeeded : line.fail(error);
+    if (packed->newPlaceholderElements > 0)
+        line.warn(
+            QStringLiteral("placeholders put into <ph> elements: %1").arg(packed->newPlaceholderElements));
+    return writeWholeFile(line.argument(1), packed->file, &error) ? Succeeded : line.fail(error);
 }

@@ -82,15 +82,19 @@ void ProjectFolder::readLocale(const QString &path, const FileStamp &stamp, Entr
     entry.stamp = stamp;
     QString error;
     const QByteArray document = readWholeFile(path, &error);
-    const QByteArray file =
-        error.isEmpty() ? deliveredFileFromXliff(document, m_project.deliveryKey, &error) : QByteArray();
-    if (!error.isEmpty()) {
+    std::optional<PackedDocument> packed;
+    if (error.isEmpty())
+        packed = packedDocument(document, m_project.deliveryKey, LoosePlaceholders::PutIntoElements, &error);
+    if (!packed) {
         m_log(QStringLiteral("%1 cannot be published: %2%3")
                   .arg(path, error,
                        entry.good ? QStringLiteral("; going on with the last good version") : QString()));
         return;
     }
-    entry.current = {file, publicationTime(stamp.modified, entry.current.modified)};
+    entry.current = {packed->file, publicationTime(stamp.modified, entry.current.modified)};
     entry.good = true;
     m_log(QStringLiteral("published %1").arg(path));
+    if (packed->newPlaceholderElements > 0)
+        m_log(QStringLiteral("placeholders in it put into <ph> elements: %1")
+                  .arg(packed->newPlaceholderElements));
 }
