@@ -2,7 +2,7 @@
 # dependencies.sh LIBRARY: what a shipped application takes in with the library. Of Qt only Core and
 # Network, and no other library than these.
 set -euo pipefail
-allowed='^(libQt6(Core|Network)|libicu(uc|i18n|data)|libcrypto|libz|libxml2|libexpat|libplist-2\.0|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so(\.|$)'
+allowed='^(libQt6(Core|Network)|libicu(uc|i18n|data)|libcrypto|libz|libxml2|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so(\.|$)'
 
 needed=$(readelf --dynamic --wide "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 [ -n "$needed" ] || {
