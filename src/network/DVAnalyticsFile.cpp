@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr int emptyLockFileAgeMs = 500;
+
 // Beyond this a double no longer counts one by one.
 constexpr qint64 maximumCount = qint64(1) << 53;
 
@@ -125,32 +127,46 @@ DVAnalyticsFile::~DVAnalyticsFile() = default;
 bool DVAnalyticsFile::begin(const QString &path, const std::function<bool(qint64)> &mayWait)
 {
     m_path = path;
-    const bool hasFolder = !path.isEmpty() && DVFolders::makePrivateFolder(QFileInfo(path).path());
-    m_lock = hasFolder ? std::make_unique<QLockFile>(path + QStringLiteral(".lock")) : nullptr;
-    QElapsedTimer waiting;
-    waiting.start();
-    while (m_lock && !m_lock->tryLock(0)) {
-        if (m_lock->error() != QLockFile::LockFailedError) {
-            m_lock.reset();
-        } else if (!mayWait(waiting.elapsed())) {
-            m_lock.reset();
-            return false;
-        } else {
-            QThread::msleep(2);
-        }
-    }
-    if (m_lock) {
-        QFile::setPermissions(m_lock->fileName(), QFile::ReadOwner | QFile::WriteOwner);
-        QByteArray bytes;
-        if (DVPrivateFile::read(path, &bytes, maximumFileSize))
-            bytes.clear();
-        if (bytes != m_fileBytes) {
-            m_file = DVAnalyticsRecord::fromJson(bytes);
-            m_fileBytes = bytes;
-        }
-    }
+    if (!takeLock(mayWait))
+        return false;
+    if (m_lock)
+        read();
     apply();
     return true;
+}
+
+bool DVAnalyticsFile::takeLock(const std::function<bool(qint64)> &mayWait)
+{
+    m_lock.reset();
+    if (m_path.isEmpty() || !DVFolders::makePrivateFolder(QFileInfo(m_path).path()))
+        return true;
+    auto lock = std::make_unique<QLockFile>(m_path + QStringLiteral(".lock"));
+    // A kill between the making of a lock file and the writing into it leaves one that names nobody;
+    // only its age tells then. A process that lives keeps its lock: the system's own lock guards it.
+    lock->setStaleLockTime(emptyLockFileAgeMs);
+    QElapsedTimer waiting;
+    waiting.start();
+    while (!lock->tryLock(0)) {
+        if (lock->error() != QLockFile::LockFailedError)
+            return true;
+        if (!mayWait(waiting.elapsed()))
+            return false;
+        QThread::msleep(2);
+    }
+    QFile::setPermissions(lock->fileName(), QFile::ReadOwner | QFile::WriteOwner);
+    m_lock = std::move(lock);
+    return true;
+}
+
+void DVAnalyticsFile::read()
+{
+    QByteArray bytes;
+    if (DVPrivateFile::read(m_path, &bytes, maximumFileSize))
+        bytes.clear();
+    if (bytes == m_fileBytes)
+        return;
+    m_file = DVAnalyticsRecord::fromJson(bytes);
+    m_fileBytes = bytes;
 }
 
 bool DVAnalyticsFile::end()

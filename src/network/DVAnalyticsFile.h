@@ -72,6 +72,9 @@ private:
         std::optional<double> lastSent;
         bool operator==(const Changes &) const = default;
     };
+    // False: another process kept it. True without m_lock: there is none to be had.
+    bool takeLock(const std::function<bool(qint64 waited)> &mayWait);
+    void read();
     void apply();
     bool write();
 

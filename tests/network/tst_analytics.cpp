@@ -243,6 +243,7 @@ private Q_SLOTS:
     void aTooLargeFileIsUnreadable();
     void noFolderKeepsEventsInMemory();
     void aLockHeldElsewhereDelaysOnly();
+    void aLockOfNobodyIsTakenOver();
 
     void theOldestGoBeyondTheCount();
     void theOldestGoBeyondTheBytes();
@@ -595,6 +596,17 @@ void TestAnalytics::aLockHeldElsewhereDelaysOnly()
     lock.unlock();
     DVAnalytics::sharedInstance().finish(5000);
     QVERIFY(names(savedEvents()).contains(u"two"_qs));
+}
+
+// What a process leaves that is killed just after making its lock file.
+void TestAnalytics::aLockOfNobodyIsTakenOver()
+{
+    QFile lock(filePath() + u".lock"_qs);
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.close();
+    track(u"one"_qs);
+    QCOMPARE(names(savedEvents()), QStringList{u"one"_qs});
+    QVERIFY(!lock.exists());
 }
 
 void TestAnalytics::theOldestGoBeyondTheCount()
