@@ -322,7 +322,7 @@ void tst_Delivery::connectionFaults()
     QFETCH(int, code);
     put(path(), oldStrings);
     m_server->setHandler(
-        [&](const DVFaultServer::Request &) { return answer; }); // the network stack tries again
+        [answer](const DVFaultServer::Request &) { return answer; }); // the network stack tries again
     QElapsedTimer clock;
     clock.start();
     const Outcome outcome = download(true, {}, 1);
@@ -436,7 +436,7 @@ void tst_Delivery::decodingCountsAgainstTheTime()
     for (char &c : text)
         c = char('a' + (generator.generate() & 3)); // a ratio of about 4
     const QByteArray body = encrypted(dv_gzippedDataWithCompressionLevel(text, 0.1f));
-    m_server->setHandler([&](const DVFaultServer::Request &) { return Answer::of(200, body); });
+    m_server->setHandler([body](const DVFaultServer::Request &) { return Answer::of(200, body); });
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!download(true).error);

@@ -244,19 +244,21 @@ private:
     void accept()
     {
         while (QTcpSocket *socket = nextPendingConnection()) {
-            connect(socket, &QTcpSocket::disconnected, socket, [this, socket] { ended(socket); });
+            // The server may be half destroyed by then: only what it shares is touched.
+            connect(socket, &QTcpSocket::disconnected, socket,
+                    [state = m_state, socket] { ended(*state, socket); });
             const std::lock_guard lock(m_state->mutex);
             new Connection(socket, ++m_state->connections, // the socket owns it
                            [state = m_state](const Request &request) { return state->answerTo(request); });
         }
     }
 
-    void ended(QTcpSocket *socket)
+    static void ended(State &state, QTcpSocket *socket)
     {
         socket->deleteLater();
-        const std::lock_guard lock(m_state->mutex);
-        ++m_state->disconnects;
-        m_state->changed.notify_all();
+        const std::lock_guard lock(state.mutex);
+        ++state.disconnects;
+        state.changed.notify_all();
     }
 
     const std::shared_ptr<State> m_state;
