@@ -28,6 +28,7 @@ struct Threads
 {
     std::mutex mutex;
     std::unique_ptr<DVNetworkThread> thread;
+    bool endsWithApplication = false;
     std::atomic<int> generation = 0; // counts ends, so that completions posted before one are dropped
 };
 
@@ -41,6 +42,8 @@ Threads &threads()
 void endWithApplication()
 {
     DVHttpTransport::shutDown(50);
+    const std::lock_guard lock(threads().mutex);
+    threads().endsWithApplication = false;
 }
 
 // Posts to the thread, which is started when there is none. False without an application object,
@@ -54,7 +57,8 @@ bool postToThread(DVNetworkThread::Work work)
     if (!all.thread) {
         all.thread = std::make_unique<DVNetworkThread>();
         all.thread->start();
-        qAddPostRoutine(endWithApplication);
+        if (!std::exchange(all.endsWithApplication, true))
+            qAddPostRoutine(endWithApplication);
     }
     all.thread->post(std::move(work));
     return true;

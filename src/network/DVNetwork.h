@@ -56,8 +56,10 @@ public:
     static void downloadFileAtURL(const QString &url, const QString &localPath,
                                   const QDateTime &ifModifiedSince, DVDownloadCompletion withCompletion);
 
-    // Blocks the caller, without an event loop, for at most `timeout` seconds. Dates that the answer
-    // does not give are left alone.
+    // Blocks the caller, without an event loop, for at most `timeout` seconds, in which the answer must
+    // have been decrypted and inflated too; later nothing is written. Dates that the answer does not
+    // give are left alone, but an answer other than 304 with a "Date" and no "Last-Modified" makes the
+    // download date invalid.
     static DVErrorOr syncDownloadProdUrl(const QString &url, double timeout, const QString &toFile,
                                          QDateTime *downloadDate, QDateTime *expirationDate);
 

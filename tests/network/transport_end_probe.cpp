@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <QUdpSocket>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -34,6 +35,16 @@ void runApplication(int &argc, char **argv, const QString &url, const QString &h
         std::exit(2);
     for (const char *path : {"/silent", "/drip", "/silent", "/drip"})
         begin(url + QString::fromLatin1(path));
+    if (how == u"stuck") {
+        DVHttpRequest request;
+        request.request.setUrl(QUrl(QString(url + QStringLiteral("/answer"))));
+        DVHttpTransport::send(
+            request,
+            [](const DVErrorOr &, const DVHttpResponse &) {
+                std::this_thread::sleep_for(std::chrono::seconds(5));
+            },
+            [](const DVErrorOr &, const DVHttpResponse &) { std::abort(); });
+    }
     // To a server that speaks no TLS: the handshake hangs.
     begin(QString(url).replace(QStringLiteral("http:"), QStringLiteral("https:")));
     QTimer::singleShot(150, &application, [&application, how] {

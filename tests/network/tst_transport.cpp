@@ -573,6 +573,7 @@ void tst_Transport::processEnds_data()
     QTest::newRow("exit() from the event loop") << QStringLiteral("exit");
     QTest::newRow("a second application object, then return") << QStringLiteral("twice");
     QTest::newRow("requests after the application object") << QStringLiteral("after");
+    QTest::newRow("work of ours takes long on the network thread") << QStringLiteral("stuck");
     QTest::newRow("exit() on another thread") << QStringLiteral("thread");
 }
 
@@ -585,6 +586,8 @@ void tst_Transport::processEnds()
     QFETCH(QString, how);
     DVFaultServer server;
     server.setHandler([](const DVFaultServer::Request &request) {
+        if (request.target == "/answer")
+            return Answer::of(200);
         return Answer::failing(request.target == "/drip" ? Fault::Drip : Fault::Silence);
     });
     for (int i = 0; i < 5; ++i) {
