@@ -28,7 +28,7 @@ private:
     // Until the window ends or something is found that must not pass.
     void walk()
     {
-        while (m_result.problem == DVMarkupScan::None) {
+        for (;;) {
             const size_t open = m_window.find('<', m_position);
             if (open == npos)
                 return;
@@ -37,6 +37,8 @@ private:
                 m_openMarkup = true;
                 return;
             }
+            if (m_result.problem != DVMarkupScan::None)
+                return;
             m_boundary = m_position;
         }
     }

@@ -66,6 +66,7 @@ struct DVStringTableBuilder::Private
     {
         block.marked = marked;
         block.fromBase = fromBase;
+        block.addDetails({}, false); // of a form that nobody filled
     }
 
     void add(const Form &form);
@@ -142,7 +143,6 @@ uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key)
         if (slot.hash == hash && Block::key(block.record(slot.record)) == key)
             return slot.record;
     }
-    ++keyCount;
     const auto offset = uint32_t(block.recordUnits());
     const std::size_t size = Block::unitsOf(key.size()) * Block::recordUnit;
     char *const room = block.records.reserve(size);
@@ -153,6 +153,7 @@ uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key)
         std::memcpy(record + 1, key.data(), key.size());
     block.records.grow(size);
     index[place] = {hash, offset};
+    ++keyCount;
     return offset;
 }
 
@@ -265,7 +266,8 @@ void DVStringTableBuilder::Private::layOutForms(Block::Record &record)
     record.text = given.text;
     record.textLength = given.textLength;
     record.form = uint32_t(block.forms.size());
-    forms.back().isLast = true;
+    for (Block::Form &form : forms)
+        form.isLast = &form == &forms.back();
     block.forms.append(forms.data(), forms.size());
 }
 
@@ -281,19 +283,14 @@ std::vector<Block::Form> DVStringTableBuilder::Private::orderedForms(const Sever
     for (uint32_t i = key.firstNamed; i != none; i = drafts[i].next)
         forms.push_back(drafts[i].form);
 
-    const auto nameOf = [this](const Block::Form &form) {
-        return form.category == noneCategory ? QStringLiteral("none")
-                                             : dv_stringFromUtf8(block.detailsOf(form).categoryName);
-    };
     const auto rank = [](const Block::Form &form) {
-        if (form.category == uint8_t(DVPluralCategory::Other))
-            return -1;
-        return std::min<int>(form.category, noneCategory);
+        return form.category == uint8_t(DVPluralCategory::Other) ? -1 : form.category;
     };
     const auto fallback = std::min_element(forms.begin(), forms.end(), [&](const auto &a, const auto &b) {
-        if (rank(a) != rank(b) || rank(a) < noneCategory)
+        if (rank(a) != rank(b))
             return rank(a) < rank(b);
-        return nameOf(a) < nameOf(b);
+        return dv_stringFromUtf8(block.detailsOf(a).categoryName) <
+               dv_stringFromUtf8(block.detailsOf(b).categoryName);
     });
     std::rotate(forms.begin(), fallback, fallback + 1);
     return forms;

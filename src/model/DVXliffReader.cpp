@@ -2,14 +2,14 @@
 
 #include "DVMarkupScanner.h"
 #include "DVXliffUnitStates.h"
+#include "DVXmlEncoding.h"
+#include "DVXmlLastError.h"
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
-#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
 
 namespace {
@@ -44,69 +44,6 @@ DVError errorAt(ErrorCode code, QString text, Position position)
             QStringLiteral("%1 (line %2, column %3)").arg(text).arg(position.line).arg(position.column)};
 }
 
-// The parser leaves a copy of its last error in a variable of the thread that the host may look at.
-class HostsLastError
-{
-public:
-    HostsLastError()
-    {
-        if (const xmlError *error = xmlGetLastError())
-            m_had = xmlCopyError(const_cast<xmlError *>(error), &m_error) == 0;
-    }
-    ~HostsLastError()
-    {
-        if (m_had)
-            xmlCopyError(&m_error, xmlGetLastErrorToWrite());
-        else
-            xmlResetLastError();
-        xmlResetError(&m_error);
-    }
-    HostsLastError(const HostsLastError &) = delete;
-    HostsLastError &operator=(const HostsLastError &) = delete;
-
-private:
-    static xmlError *xmlGetLastErrorToWrite() { return &xmlLastError; }
-
-    xmlError m_error{};
-    bool m_had = false;
-};
-
-// The value of the pseudo-attribute "encoding" of an XML declaration, or nothing.
-string_view declaredEncoding(string_view document)
-{
-    if (!document.starts_with("<?xml"))
-        return {};
-    const string_view declaration = document.substr(0, document.find("?>"));
-    const size_t name = declaration.find("encoding");
-    const size_t open = name == string_view::npos ? name : declaration.find_first_of("\"'", name);
-    if (open == string_view::npos)
-        return {};
-    return declaration.substr(open + 1, declaration.find(declaration[open], open + 1) - open - 1);
-}
-
-bool equalsIgnoringCase(string_view text, string_view lower)
-{
-    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                      [](char a, char b) { return (a >= 'A' && a <= 'Z' ? char(a | 0x20) : a) == b; });
-}
-
-// UTF-16, UTF-32 and EBCDIC show within the first bytes. A declaration of anything that is no subset
-// of UTF-8 is refused too: the parser would convert with tables that the host can replace.
-bool isUtf8(string_view documentStart)
-{
-    constexpr string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (documentStart.starts_with(byteOrderMark))
-        documentStart.remove_prefix(byteOrderMark.size());
-    const string_view first = documentStart.substr(0, 4);
-    if (first.find('\0') != string_view::npos || first.starts_with("\xFE\xFF") ||
-        first.starts_with("\xFF\xFE") || first == "\x4C\x6F\xA7\x94")
-        return false;
-    const string_view encoding = declaredEncoding(documentStart);
-    return encoding.empty() || equalsIgnoringCase(encoding, "utf-8") ||
-           equalsIgnoringCase(encoding, "utf8") || equalsIgnoringCase(encoding, "us-ascii") ||
-           equalsIgnoringCase(encoding, "ascii");
-}
-
 } // namespace
 
 struct DVXliffReader::Private
@@ -117,10 +54,15 @@ struct DVXliffReader::Private
     Private &operator=(const Private &) = delete;
 
     size_t readWindow(string_view window, DVWindow kind);
-    void parse(string_view piece, bool isLast);
+    void parse(string_view bytes);
+    void parseCData(bool staysOpen);
+    void parseEnd();
+    void endPiece();
     void fail(ErrorCode code, const QString &text);
     void stop(ErrorCode code, const QString &text);
+    void refuse(DVMarkupScan::Problem problem);
     Position position() const;
+    Position positionAt(size_t offset) const;
     DVXliffUnitStates::Element elementOf(const xmlChar *name, const xmlChar *prefix) const;
 
     static const xmlSAXHandler &handlers();
@@ -129,6 +71,7 @@ struct DVXliffReader::Private
                         int defaultedCount, const xmlChar **attributes);
     static void onEnd(void *self, const xmlChar *name, const xmlChar *prefix, const xmlChar *uri);
     static void onCharacters(void *self, const xmlChar *text, int length);
+    static void onCData(void *self, const xmlChar *text, int length);
     static void onDocumentType(void *self, const xmlChar *name, const xmlChar *externalId,
                                const xmlChar *systemId);
     static void onError(void *self, xmlError *error);
@@ -150,8 +93,10 @@ struct DVXliffReader::Private
     std::array<quint16, maximumDepth> namespacesOfElement{};
     int namespacesInScope = 0;
 
-    string_view piece; // what the parser is reading
-    qint64 pieceOffset = 0;
+    string_view piece;      // of the document, that the parser is reading
+    size_t bytesAdded = 0;  // by us in front of it
+    qint64 pieceOffset = 0; // in what the parser was given
+    qint64 bytesParsed = 0;
     qint64 columnsBeforePiece = 0; // characters of the line that the piece begins in
 };
 
@@ -165,7 +110,7 @@ const xmlSAXHandler &DVXliffReader::Private::handlers()
         h.endElementNs = onEnd;
         h.characters = onCharacters;
         h.ignorableWhitespace = onCharacters;
-        h.cdataBlock = onCharacters;
+        h.cdataBlock = onCData;
         h.serror = onError;
         return h;
     }();
@@ -205,55 +150,106 @@ size_t DVXliffReader::Private::readWindow(string_view window, DVWindow kind)
         fail(Cancelled, QStringLiteral("Cancelled"));
         return 0;
     }
-    if (!std::exchange(begun, true) && !isUtf8(window)) {
+    if (!std::exchange(begun, true) && !dv_isUtf8Document(window)) {
         error = errorAt(Syntax, QStringLiteral("The document is not UTF-8"), {});
         return 0;
     }
     const DVMarkupScan scan = dv_scanMarkup(window, insideCData, kind);
+    piece = window.substr(0, scan.end);
+    if (insideCData || scan.insideCData)
+        parseCData(scan.insideCData);
+    else
+        parse(piece);
     insideCData = scan.insideCData;
-    parse(window.substr(0, scan.end), kind == DVWindow::Last && scan.problem == DVMarkupScan::None);
-    if (error)
-        return 0;
-    switch (scan.problem) {
+    if (kind == DVWindow::Last && scan.problem == DVMarkupScan::None)
+        parseEnd();
+    if (!error)
+        refuse(scan.problem);
+    endPiece();
+    return error ? 0 : scan.end;
+}
+
+// What the scanner found where the piece ends.
+void DVXliffReader::Private::refuse(DVMarkupScan::Problem problem)
+{
+    const Position place = positionAt(piece.size());
+    switch (problem) {
     case DVMarkupScan::None:
         break;
     case DVMarkupScan::DocumentType:
-        fail(DocumentType, QStringLiteral("Document type declarations are not allowed"));
+        error = errorAt(DocumentType, QStringLiteral("Document type declarations are not allowed"), place);
         break;
     case DVMarkupScan::MarkupTooLong:
-        fail(Limit, QStringLiteral("Markup is longer than %1 bytes").arg(maximumMarkupLength));
+        error =
+            errorAt(Limit, QStringLiteral("Markup is longer than %1 bytes").arg(maximumMarkupLength), place);
         break;
     }
-    return scan.end;
 }
 
-void DVXliffReader::Private::parse(string_view newPiece, bool isLast)
+void DVXliffReader::Private::parse(string_view bytes)
 {
-    const HostsLastError guard;
-    piece = newPiece;
-    if (!piece.empty())
-        xmlParseChunk(parser, piece.data(), int(piece.size()), 0);
-    if (isLast && !error)
+    const DVXmlLastError hosts;
+    if (!bytes.empty())
+        xmlParseChunk(parser, bytes.data(), int(bytes.size()), 0);
+    bytesParsed += qint64(bytes.size());
+    if (!error && xmlDictSize(parser->dict) > maximumNames)
+        fail(Limit, QStringLiteral("More than %1 different names").arg(maximumNames));
+    // It got nothing but whole markups, and still waits for the end of one.
+    if (!error && parser->input->end - parser->input->cur > maximumMarkupLength)
+        parseEnd();
+}
+
+// A CDATA section that is longer than a window is given as several: the parser looks for the end of
+// one again and again.
+void DVXliffReader::Private::parseCData(bool staysOpen)
+{
+    constexpr string_view opening = "<![CDATA[";
+    bytesAdded = insideCData ? opening.size() : 0;
+    std::string section(opening.substr(0, bytesAdded));
+    section += piece;
+    if (staysOpen)
+        section += "]]>";
+    parse(section);
+}
+
+void DVXliffReader::Private::parseEnd()
+{
+    const DVXmlLastError hosts;
+    if (!error)
         xmlParseChunk(parser, nullptr, 0, 1);
     if (!error && !parser->wellFormed)
         fail(Syntax, QStringLiteral("Malformed document"));
-    if (!error && xmlDictSize(parser->dict) > maximumNames)
-        fail(Limit, QStringLiteral("More than %1 different names").arg(maximumNames));
+}
+
+void DVXliffReader::Private::endPiece()
+{
     const size_t lineStart = piece.rfind('\n');
     if (lineStart == string_view::npos)
         columnsBeforePiece += characterCount(piece);
     else
         columnsBeforePiece = characterCount(piece.substr(lineStart + 1));
-    pieceOffset += qint64(piece.size());
+    pieceOffset = bytesParsed;
+    bytesAdded = 0;
     piece = {};
 }
 
 // Where the parser stands.
 Position DVXliffReader::Private::position() const
 {
-    const qint64 consumed = std::max<qint64>(0, xmlByteConsumed(parser) - pieceOffset);
-    const string_view before = piece.substr(0, size_t(consumed));
-    const int line = parser->input ? parser->input->line : 1;
+    const qint64 consumed = xmlByteConsumed(parser) - pieceOffset - qint64(bytesAdded);
+    if (consumed < 0) // in a piece before, of which it had kept a rest
+        return {parser->input ? parser->input->line : 1, parser->input ? parser->input->col : 1};
+    return positionAt(size_t(consumed));
+}
+
+// Of a byte of the piece.
+Position DVXliffReader::Private::positionAt(size_t offset) const
+{
+    const qint64 consumed = std::max<qint64>(0, xmlByteConsumed(parser) - pieceOffset - qint64(bytesAdded));
+    const string_view before = piece.substr(0, offset);
+    const string_view ahead = before.substr(std::min(size_t(consumed), before.size()));
+    const int line =
+        (parser->input ? parser->input->line : 1) + int(std::count(ahead.begin(), ahead.end(), '\n'));
     const size_t lineStart = before.rfind('\n');
     if (lineStart == string_view::npos)
         return {line, columnsBeforePiece + characterCount(before) + 1};
@@ -330,6 +326,20 @@ void DVXliffReader::Private::onCharacters(void *self, const xmlChar *text, int l
     d->states.characters(viewOf(text, size_t(length)));
     if (d->states.isTooLong())
         d->stop(Limit, QStringLiteral("A text is longer than %1 bytes").arg(maximumTextLength));
+}
+
+// The parser hands a section out as it stands, where XML has line ends made line feeds.
+void DVXliffReader::Private::onCData(void *self, const xmlChar *text, int length)
+{
+    string_view rest = viewOf(text, size_t(length));
+    for (size_t end = rest.find('\r'); end != string_view::npos; end = rest.find('\r')) {
+        static constexpr xmlChar lineFeed = '\n';
+        onCharacters(self, text, int(end));
+        onCharacters(self, &lineFeed, 1);
+        rest.remove_prefix(rest.substr(end).starts_with("\r\n") ? end + 2 : end + 1);
+        text = reinterpret_cast<const xmlChar *>(rest.data());
+    }
+    onCharacters(self, text, int(rest.size()));
 }
 
 // The scanner finds declarations first; this is for one that it would not recognise.
