@@ -20,12 +20,13 @@ QPainterPath leafPath(qreal length, qreal width)
 }
 
 // A leaf that leaves `base` at `angle` degrees from upright, clockwise.
-void leaf(QPainter &painter, QPointF base, qreal angle, qreal length, qreal width, const QColor &colour)
+void leaf(QPainter &painter, QPointF base, qreal angle, QSizeF size, const QColor &colour)
 {
+    const qreal length = size.height();
     painter.save();
     painter.translate(base);
     painter.rotate(angle);
-    painter.fillPath(leafPath(length, width), colour);
+    painter.fillPath(leafPath(length, size.width()), colour);
     painter.setPen(QPen(colour.darker(118), 0.7, Qt::SolidLine, Qt::RoundCap));
     painter.drawLine(QPointF(0, 0), QPointF(0, -length * 0.85));
     painter.restore();
@@ -105,7 +106,7 @@ void monstera(QPainter &painter)
 void peaceLily(QPainter &painter)
 {
     for (const qreal angle : {-62, -34, -12, 14, 38, 64})
-        leaf(painter, soil, angle, 42, 8.5, angle < 0 ? QColor(0x3a8a5c) : QColor(0x2f7a50));
+        leaf(painter, soil, angle, {8.5, 42}, angle < 0 ? QColor(0x3a8a5c) : QColor(0x2f7a50));
     for (const qreal angle : {-17, 9, 30}) {
         const QPointF end = tip(soil, angle, 46);
         stem(painter, soil, end, 1.1, QColor(0x7fb58d));
@@ -128,9 +129,9 @@ void snakePlant(QPainter &painter)
     };
     for (const Blade blade : {Blade{-8, -13, 42}, Blade{8, 12, 45}, Blade{-3, -4, 57}, Blade{4, 5, 50}}) {
         const QPointF base = soil + QPointF(blade.x, 1);
-        leaf(painter, base, blade.angle, blade.length, 6.4, QColor(0xc9cf7a));
-        leaf(painter, base, blade.angle, blade.length - 3, 4.6, QColor(0x3f7f58));
-        for (qreal along = 0.2; along < 0.75; along += 0.13) {
+        leaf(painter, base, blade.angle, {6.4, blade.length}, QColor(0xc9cf7a));
+        leaf(painter, base, blade.angle, {4.6, blade.length - 3}, QColor(0x3f7f58));
+        for (const qreal along : {0.2, 0.33, 0.46, 0.59, 0.72}) {
             const QPointF middle = tip(base, blade.angle, blade.length * along);
             stem(painter, middle - QPointF(2.2, 0.7), middle + QPointF(2.2, 0.7), 0.9, QColor(0x2c6043));
         }
@@ -146,10 +147,10 @@ void basil(QPainter &painter)
         stem(painter, soil, end, 1.2, green.darker(115));
         for (const qreal along : {0.55, 1.0}) {
             const QPointF node = tip(soil, angle, height * along);
-            leaf(painter, node, angle - 58, 15, 7.5, green.darker(106));
-            leaf(painter, node, angle + 58, 15, 7.5, green);
+            leaf(painter, node, angle - 58, {7.5, 15}, green.darker(106));
+            leaf(painter, node, angle + 58, {7.5, 15}, green);
         }
-        leaf(painter, end, angle, 14, 7, green.lighter(112));
+        leaf(painter, end, angle, {7, 14}, green.lighter(112));
     }
 }
 
@@ -157,9 +158,9 @@ void aloeVera(QPainter &painter)
 {
     for (const qreal angle : {-66, 66, -46, 46, -26, 26, -8, 9}) {
         const qreal length = 54 - std::abs(angle) * 0.2;
-        leaf(painter, soil + QPointF(0, 2), angle, length, 5.6,
+        leaf(painter, soil + QPointF(0, 2), angle, {5.6, length},
              std::abs(angle) > 40 ? QColor(0x6aa98a) : QColor(0x83bd9c));
-        for (qreal along = 0.25; along < 0.85; along += 0.15) {
+        for (const qreal along : {0.25, 0.4, 0.55, 0.7}) {
             const QPointF spot = tip(soil + QPointF(0, 2), angle + 1.5, length * along);
             painter.setPen(Qt::NoPen);
             painter.setBrush(QColor(0xe3f1e6));
@@ -173,9 +174,9 @@ void lavender(QPainter &painter)
     for (const qreal angle : {-34, -22, -11, 0, 11, 22, 34}) {
         const qreal length = 56 - std::abs(angle) * 0.35;
         stem(painter, soil, tip(soil, angle, length), 1, QColor(0x86a77f));
-        leaf(painter, tip(soil, angle, 4), angle * 1.7, 19, 2.2, QColor(0x9db893));
+        leaf(painter, tip(soil, angle, 4), angle * 1.7, {2.2, 19}, QColor(0x9db893));
         painter.setPen(Qt::NoPen);
-        for (qreal along = 0.62; along <= 1.02; along += 0.08) {
+        for (const qreal along : {0.62, 0.7, 0.78, 0.86, 0.94, 1.02}) {
             const qreal width = 3.1 - 1.6 * (along - 0.62);
             for (const qreal side : {-1.0, 1.0}) {
                 painter.setBrush(side < 0 ? QColor(0x8c79c4) : QColor(0xa593d8));
@@ -195,8 +196,8 @@ void bostonFern(QPainter &painter)
             const QPointF next = tip(at, bend, 4.6);
             stem(painter, at, next, 0.9, QColor(0x5c9a57));
             const qreal size = 8.5 - 0.55 * i;
-            leaf(painter, next, bend - 70, size, 2, QColor(0x5fae62));
-            leaf(painter, next, bend + 70, size, 2, QColor(0x4d9a55));
+            leaf(painter, next, bend - 70, {2, size}, QColor(0x5fae62));
+            leaf(painter, next, bend + 70, {2, size}, QColor(0x4d9a55));
             bend += angle * 0.11;
             at = next;
         }
@@ -222,9 +223,9 @@ void cactus(QPainter &painter)
     painter.fillRect(QRectF(36, 58, 28, 7), QColor(0x63a87c));
     cactusBody(painter, {39, 22, 22, 50}, QColor(0x4f9a6b));
     for (const qreal angle : {-60, -30, 0, 30, 60})
-        leaf(painter, {50, 24}, angle, 10, 3.4, QColor(0xe77f9b));
+        leaf(painter, {50, 24}, angle, {3.4, 10}, QColor(0xe77f9b));
     painter.setPen(QPen(QColor(0xf4f1d8), 0.7, Qt::SolidLine, Qt::RoundCap));
-    for (qreal y = 32; y < 64; y += 7) {
+    for (const qreal y : {32.0, 39.0, 46.0, 53.0, 60.0}) {
         for (const qreal x : {43.0, 50.0, 57.0})
             painter.drawLine(QPointF(x - 1.3, y - 1.3), QPointF(x + 1.3, y + 1.3));
     }

@@ -76,17 +76,30 @@ QWidget *PlantsPage::makeDetail()
 {
     auto *frame = new QFrame(this);
     setRole(frame, "card");
-    m_picture = new PlantPicture(frame);
-    m_name = label(frame, "heading");
-    m_place = label(frame, "chip");
-    m_light = label(frame, "chip");
-    m_care = label(frame, "text");
-    for (QLabel *chip : {m_place, m_light})
-        chip->setWordWrap(false);
+    auto *layout = new QVBoxLayout(frame);
+    layout->setContentsMargins(24, 22, 24, 20);
+    layout->setSpacing(16);
+    layout->addWidget(makePortrait());
+    layout->addWidget(makeNeeds());
+    layout->addWidget(makeHistory());
+    layout->addStretch();
+    layout->addWidget(makeButtons());
+    return frame;
+}
 
+QWidget *PlantsPage::makePortrait()
+{
+    auto *part = new QWidget(this);
+    m_picture = new PlantPicture(part);
+    m_name = label(part, "heading");
+    m_place = label(part, "chip");
+    m_light = label(part, "chip");
+    m_care = label(part, "text");
     auto *chips = new QHBoxLayout;
-    chips->addWidget(m_place);
-    chips->addWidget(m_light);
+    for (QLabel *chip : {m_place, m_light}) {
+        chip->setWordWrap(false);
+        chips->addWidget(chip);
+    }
     chips->addStretch();
     auto *words = new QVBoxLayout;
     words->setSpacing(8);
@@ -94,33 +107,33 @@ QWidget *PlantsPage::makeDetail()
     words->addLayout(chips);
     words->addWidget(m_care);
     words->addStretch();
-    auto *head = new QHBoxLayout;
-    head->setSpacing(20);
-    head->addWidget(m_picture, 0, Qt::AlignTop);
-    head->addLayout(words, 1);
+    auto *layout = new QHBoxLayout(part);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(20);
+    layout->addWidget(m_picture, 0, Qt::AlignTop);
+    layout->addLayout(words, 1);
+    return part;
+}
 
-    m_water = new QPushButton(frame);
+QWidget *PlantsPage::makeButtons()
+{
+    auto *part = new QWidget(this);
+    m_water = new QPushButton(part);
     setRole(m_water, "primary");
-    m_postpone = new QPushButton(frame);
+    m_postpone = new QPushButton(part);
     connect(m_water, &QPushButton::clicked, this,
             [this] { m_garden.setLastWatered(currentRow(), m_garden.today()); });
     connect(m_postpone, &QPushButton::clicked, this, [this] {
-        m_garden.setLastWatered(currentRow(), m_garden.plant(currentRow()).lastWatered.addDays(1));
+        const QDate before = m_garden.plant(currentRow()).lastWatered;
+        m_garden.setLastWatered(currentRow(), before.addDays(1));
     });
-    auto *buttons = new QHBoxLayout;
-    buttons->addWidget(m_water);
-    buttons->addWidget(m_postpone);
-    buttons->addStretch();
-
-    auto *layout = new QVBoxLayout(frame);
-    layout->setContentsMargins(24, 22, 24, 20);
-    layout->setSpacing(16);
-    layout->addLayout(head);
-    layout->addWidget(makeNeeds());
-    layout->addWidget(makeHistory());
+    auto *layout = new QHBoxLayout(part);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(14);
+    layout->addWidget(m_water);
+    layout->addWidget(m_postpone);
     layout->addStretch();
-    layout->addLayout(buttons);
-    return frame;
+    return part;
 }
 
 QWidget *PlantsPage::makeNeeds()

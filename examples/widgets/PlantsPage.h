@@ -28,8 +28,10 @@ protected:
 private:
     QWidget *makeList();
     QWidget *makeDetail();
+    QWidget *makePortrait();
     QWidget *makeNeeds();
     QWidget *makeHistory();
+    QWidget *makeButtons();
     QProgressBar *addMeter(QFormLayout *form, QLabel *&label);
     int currentRow() const;
     void showPlant();
