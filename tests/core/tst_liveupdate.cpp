@@ -1,6 +1,7 @@
 // A new publication reaches the open windows of a running host, once, and nothing else does.
 #include "DVForegroundWatch.h"
 #include "DVTestHost.h"
+#include "ui_SeasonForm.h"
 
 #include <Dorvane/DVNotificationCenter.h>
 
@@ -29,6 +30,25 @@ protected:
         }
         QLabel::changeEvent(event);
     }
+};
+
+// One whose texts come from an interface file.
+class FormWindow : public QWidget
+{
+public:
+    FormWindow() { m_form.setupUi(this); }
+    QString greeting() const { return m_form.greeting->text(); }
+
+protected:
+    void changeEvent(QEvent *event) override
+    {
+        if (event->type() == QEvent::LanguageChange)
+            m_form.retranslateUi(this);
+        QWidget::changeEvent(event);
+    }
+
+private:
+    Ui::SeasonForm m_form;
 };
 
 QByteArray hello(const QString &text)
@@ -73,7 +93,10 @@ void tst_LiveUpdate::aPublicationReachesAnOpenWindowOnce()
     settle();
     Window window;
     window.show();
+    FormWindow form;
+    form.show();
     QCOMPARE(window.text(), u"bonjour"_qs);
+    QCOMPARE(form.greeting(), u"bonjour"_qs);
     const int before = window.changes;
     enterForeground();
     settle();
@@ -85,6 +108,7 @@ void tst_LiveUpdate::aPublicationReachesAnOpenWindowOnce()
     QTRY_COMPARE(window.text(), u"rebonjour"_qs);
     settle();
     QCOMPARE(window.changes, before + 1);
+    QCOMPARE(form.greeting(), u"rebonjour"_qs);
     QCOMPARE(server.requests().last().target, QByteArray("/projects/p/1.0/fr-CA/strings.gz"));
 }
 
