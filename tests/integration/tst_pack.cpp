@@ -55,6 +55,7 @@ private Q_SLOTS:
     void unpacksWhatOpensslAndGzipMade_data() { keyLengths(); }
     void unpacksWhatOpensslAndGzipMade();
     void unpacksADocumentThatIsNotCompressed();
+    void unpacksTheFirstMemberOnly();
     void takesTheKeyFromAFile();
     void putsPlaceholdersIntoElements_data();
     void putsPlaceholdersIntoElements();
@@ -120,6 +121,14 @@ void tst_Pack::unpacksADocumentThatIsNotCompressed()
     QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("plain.xlf"), u"--key"_qs, base64(keyOf(16))}).status,
              0);
     QCOMPARE(content(path("plain.xlf")), xliff);
+}
+
+void tst_Pack::unpacksTheFirstMemberOnly()
+{
+    const QString packed = file("two.gz", encrypted(compressed(xliff) + compressed("more"), keyOf(16)));
+    QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("one.xlf"), u"--key"_qs, base64(keyOf(16))}).status,
+             0);
+    QCOMPARE(content(path("one.xlf")), xliff);
 }
 
 void tst_Pack::takesTheKeyFromAFile()

@@ -429,7 +429,8 @@ void tst_Serve::signalsEndIt()
     open.connectToHost(u"127.0.0.1"_qs, server.port());
     QVERIFY(open.waitForConnected(5000));
     QCOMPARE(::kill(pid_t(server.process().processId()), signal), 0);
-    QVERIFY2(server.process().waitForFinished(1000), "it takes more than a second to end");
+    // It takes milliseconds; a loaded machine gets some room, the 30 s of the open connection do not fit in.
+    QVERIFY2(server.process().waitForFinished(3000), "it does not end soon");
     QCOMPARE(server.process().exitStatus(), QProcess::NormalExit);
     QCOMPARE(server.process().exitCode(), 0);
 }

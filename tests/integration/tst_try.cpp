@@ -274,8 +274,8 @@ void tst_Try::aStartIsNoEventToWaitFor()
 
     // One that came on its own before anybody waited does count, once.
     host.ask(u"clock"_qs, {{u"advanceMs"_qs, 7200000}});
-    host.ask(u"foreground"_qs);
     m_project->publish("Salut");
+    host.ask(u"foreground"_qs);
     for (int tries = 0; tries < 1000 && host.events() == 1; ++tries)
         host.ask(u"wait"_qs, {{u"ms"_qs, 10}});
     QCOMPARE(host.events(), 2);

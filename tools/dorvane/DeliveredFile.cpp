@@ -10,6 +10,7 @@
 #include <QXmlStreamReader>
 #include <QtEndian>
 
+#include <array>
 #include <zlib.h>
 
 namespace {
@@ -35,17 +36,15 @@ QString rootProblem(const QByteArray &document)
     return {};
 }
 
-// A gzip member ends in the CRC-32 and the length of what it holds, low byte first (RFC 1952, 2.3.1).
-// The library inflates damaged streams leniently; a tool must not.
-bool trailerMatches(const QByteArray &gzip, const QByteArray &inflated)
+// A gzip member ends in the CRC-32 and the length of what it holds, low byte first (RFC 1952, 2.3.1);
+// applications ignore what follows it. The library inflates damaged streams leniently; a tool must not.
+bool holdsTrailerOf(const QByteArray &gzip, const QByteArray &inflated)
 {
-    constexpr qsizetype trailerLength = 8;
-    if (gzip.size() < trailerLength)
-        return false;
-    const char *trailer = gzip.constData() + gzip.size() - trailerLength;
+    std::array<char, 8> trailer;
     const auto *bytes = reinterpret_cast<const Bytef *>(inflated.constData());
-    return qFromLittleEndian<quint32>(trailer) == crc32_z(0, bytes, size_t(inflated.size())) &&
-           qFromLittleEndian<quint32>(trailer + 4) == quint32(inflated.size());
+    qToLittleEndian(quint32(crc32_z(0, bytes, size_t(inflated.size()))), trailer.data());
+    qToLittleEndian(quint32(inflated.size()), trailer.data() + 4);
+    return gzip.contains(QByteArrayView(trailer.data(), qsizetype(trailer.size())));
 }
 
 } // namespace
@@ -90,7 +89,7 @@ QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key,
     const QByteArray document = dv_gunzippedData(content, {}, &limit);
     if (limit)
         *error = limit->description;
-    else if (!trailerMatches(content, document))
+    else if (!holdsTrailerOf(content, document))
         *error = QStringLiteral("its gzip stream is damaged");
     return error->isEmpty() ? document : QByteArray();
 }
