@@ -59,7 +59,7 @@ inline std::vector<SampleString> make(int count)
 inline std::string withPlaceholders(std::string text)
 {
     if (const size_t argument = text.find("%1"); argument != std::string::npos)
-        text.replace(argument, 2, "<ph id=\"1\" ctype=\"x-dorvane-placeholder\">%1</ph>");
+        text.replace(argument, 2, R"(<ph id="1" ctype="x-dorvane-placeholder">%1</ph>)");
     return text;
 }
 

@@ -174,21 +174,29 @@ std::vector<Way> waysOf(const Contenders &with)
 
 enum Expected { Hits, Misses };
 
-std::vector<Measure::Result> measure(Measure::Report &report, Expected expected, const std::string &title,
-                                     const std::vector<Way> &ways, const Keys &keys, int count)
+struct Section
 {
-    report.section(title, Measure::NanosecondsEach);
+    std::string title;
+    Expected expected;
+    int lookups;
+};
+
+std::vector<Measure::Result> measure(Measure::Report &report, const Section &section,
+                                     const std::vector<Way> &ways, const Keys &keys)
+{
+    report.section(section.title, Measure::NanosecondsEach);
     std::vector<size_t> characters(ways.size());
     std::vector<Measure::Contestant> contestants;
     for (size_t i = 0; i < ways.size(); ++i) {
-        contestants.push_back(
-            {ways[i].name, [&, i] { ways[i].lookup(keys, count, &characters[i]); }, double(count)});
+        contestants.push_back({ways[i].name,
+                               [&, i] { ways[i].lookup(keys, section.lookups, &characters[i]); },
+                               double(section.lookups)});
     }
     auto results = report.run(contestants);
-    report.check((characters[0] == 0) == (expected == Misses) && characters[0] == characters[1],
+    report.check((characters[0] == 0) == (section.expected == Misses) && characters[0] == characters[1],
                  "hits and misses");
     for (const size_t found : characters)
-        report.check(expected == Misses || found == characters.front(), "all find the same texts");
+        report.check(section.expected == Misses || found == characters.front(), "all find the same texts");
     return results;
 }
 
@@ -212,20 +220,20 @@ void measureSize(Measure::Report &report, int size)
     const std::string of = std::to_string(size) + " strings";
 
     const Keys hot({all.begin(), all.begin() + hotKeys});
-    const auto hits = measure(report, Hits, "hit, hot, " + of, ways, hot, hotLookups);
+    const auto hits = measure(report, {"hit, hot, " + of, Hits, hotLookups}, ways, hot);
     report.goalAtMost("our table at most 30 ns", hits[0].median, 30);
     report.goalRatio("our table not behind QHash", hits[0], hits[1], 1);
 
     const auto random =
-        measure(report, Hits, "hit, every key once in random order, " + of, ways, Keys(all), size);
+        measure(report, {"hit, every key once in random order, " + of, Hits, size}, ways, Keys(all));
     report.goalRatio("our table not behind QHash", random[0], random[1], 1);
     if (contenders.hasQm)
         report.goalRatio("our table at most 0.3 of translate()", random[0], random[2], 0.3);
 
     const Keys hotMisses({unknown.begin(), unknown.begin() + hotKeys});
-    const auto misses = measure(report, Misses, "miss, hot, " + of, ways, hotMisses, hotLookups);
+    const auto misses = measure(report, {"miss, hot, " + of, Misses, hotLookups}, ways, hotMisses);
     report.goalAtMost("our table at most 15 ns", misses[0].median, 15);
-    measure(report, Misses, "miss, every key once in random order, " + of, ways, Keys(unknown), size);
+    measure(report, {"miss, every key once in random order, " + of, Misses, size}, ways, Keys(unknown));
 
     report.row("memory of our table", double(contenders.table->memoryUsage()) / 1e6, "MB");
     report.goalAtMost("at most 160 bytes a string", double(contenders.table->memoryUsage()) / size, 160);

@@ -48,7 +48,7 @@ qsizetype readWithLibxml2(const QByteArray &document)
 qsizetype readWithExpat(const QByteArray &document)
 {
     qsizetype elements = 0;
-    const XML_Parser parser = XML_ParserCreate("UTF-8");
+    XML_ParserStruct *const parser = XML_ParserCreate("UTF-8");
     XML_SetUserData(parser, &elements);
     XML_SetElementHandler(
         parser, [](void *count, const char *, const char **) { ++*static_cast<qsizetype *>(count); },

@@ -22,7 +22,8 @@ DORVANE_EXPORT bool dv_class_swizzleMethodAndStore(const char *className, const 
 
 // The same with the class as receiver; the second form replaces a class method.
 DORVANE_EXPORT bool dv_swizzleMethod(const char *className, const char *selector, DVImp imp, DVImp *store);
-DORVANE_EXPORT bool dv_swizzleClassMethod(const char *className, const char *selector, DVImp imp, DVImp *store);
+DORVANE_EXPORT bool dv_swizzleClassMethod(const char *className, const char *selector, DVImp imp,
+                                          DVImp *store);
 
 // Invokes the invokable method or slot without arguments that `selector` names, on the calling
 // thread. Returns whether the receiver has one. A null receiver has none.

@@ -19,8 +19,7 @@ void dv_logDebug(const QString &message);
 bool dv_wantsDebugLog();
 
 // `make` returns the text and is called only when somebody listens.
-template<typename Make>
-void dv_logDebugLazily(Make &&make)
+template<typename Make> void dv_logDebugLazily(Make &&make)
 {
     if (dv_wantsDebugLog())
         dv_logDebug(std::forward<Make>(make)());

@@ -21,7 +21,8 @@ public:
     std::weak_ptr<DVStringGroup> group;
     bool dynamic = false;    // the text holds at least one format argument
     bool fromBase = false;   // taken from the base-locale strings
-    QString localizedFormat; // the text; with cue markers when they were needed at reading; null when there is none
+    QString localizedFormat; // the text; with cue markers when they were needed at reading; null when there
+                             // is none
     QString note;
     QString localizedHash; // comparison key of the text
     QList<QString> argumentFormatSpecifiers;

@@ -20,7 +20,7 @@ DVKeyHash DVKeyHash::random()
 }
 
 DVSharedTexts::DVSharedTexts(std::size_t count)
-    : m_data(static_cast<QArrayData **>(std::calloc(count ? count : 1, sizeof(QArrayData *))))
+    : m_data(static_cast<QArrayData **>(std::calloc(count ? count : 1, sizeof(void *))))
     , m_count(count)
 {
     if (!m_data)
@@ -103,9 +103,9 @@ qsizetype DVStringTable::memoryUsage() const
 {
     const Block &block = d->block;
     const std::size_t shared = (block.slots.size() + block.forms.size()) * sizeof(void *);
-    return qsizetype(block.buckets.bytes() + block.slots.bytes() + block.records.bytes() +
-                     block.forms.bytes() + block.texts.bytes() + block.details.bytes() +
-                     (block.marked ? 2 : 1) * shared);
+    const std::size_t bytes = block.buckets.bytes() + block.slots.bytes() + block.records.bytes() +
+                              block.forms.bytes() + block.texts.bytes() + block.details.bytes();
+    return qsizetype(bytes) + qsizetype((block.marked ? 2 : 1) * shared);
 }
 
 DVStringTable::Entry DVStringTable::find(const char *utf8Key) const

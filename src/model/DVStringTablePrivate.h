@@ -7,8 +7,8 @@
 #include <QHash>
 
 #include <atomic>
-#include <compare>
 #include <mutex>
+#include <tuple>
 #include <vector>
 
 // The QStrings that a table has handed out, one for each text at most, made when first asked for.
@@ -93,7 +93,10 @@ struct DVStringTable::Private
         uint64_t hash;
         uint32_t record;
         uint32_t form; // of the key's forms
-        friend auto operator<=>(const HashedForm &, const HashedForm &) = default;
+        bool operator<(const HashedForm &other) const
+        {
+            return std::tie(hash, record, form) < std::tie(other.hash, other.record, other.form);
+        }
     };
     DVStringGroupPtr makeGroup(const DVStringTableBlock::Record &record) const;
     DVStringGroupPtr groupOf(uint32_t record);

@@ -1,6 +1,7 @@
 #include "DVStringTable.h"
 #include "DVXliffReader.h"
 
+// NOLINTNEXTLINE(readability-function-size): what the caller chooses has no other home
 DVErrorOr dv_readXliffIntoTables(QByteArrayView document, quint32 stringStatus, DVStringTableBuilder &strings,
                                  DVStringTableBuilder *source, bool needCues,
                                  const std::atomic<bool> *cancelled)

@@ -61,6 +61,8 @@ struct DVXliffReader::Private
     void fail(ErrorCode code, const QString &text);
     void stop(ErrorCode code, const QString &text);
     void refuse(DVMarkupScan::Problem problem);
+    void stopIfTooLong();
+    bool enter(int namespaceCount, int attributeCount);
     Position position() const;
     Position positionAt(size_t offset) const;
     DVXliffUnitStates::Element elementOf(const xmlChar *name, const xmlChar *prefix) const;
@@ -269,6 +271,12 @@ void DVXliffReader::Private::stop(ErrorCode code, const QString &text)
     xmlStopParser(parser);
 }
 
+void DVXliffReader::Private::stopIfTooLong()
+{
+    if (states.isTooLong())
+        stop(Limit, QStringLiteral("A text is longer than %1 bytes").arg(maximumTextLength));
+}
+
 DVXliffUnitStates::Element DVXliffReader::Private::elementOf(const xmlChar *name, const xmlChar *prefix) const
 {
     using Element = DVXliffUnitStates::Element;
@@ -278,22 +286,31 @@ DVXliffUnitStates::Element DVXliffReader::Private::elementOf(const xmlChar *name
     return Element(found - elementNames.begin());
 }
 
+// Counts what costs the parser time or memory beyond a tag's length: it compares attributes with each
+// other and looks every prefix up in all the namespaces in scope.
+bool DVXliffReader::Private::enter(int namespaceCount, int attributeCount)
+{
+    if (depth == maximumDepth) {
+        stop(Limit, QStringLiteral("Elements are nested deeper than %1").arg(maximumDepth));
+        return false;
+    }
+    namespacesOfElement[size_t(depth++)] = quint16(namespaceCount);
+    namespacesInScope += namespaceCount;
+    if (namespacesInScope > maximumNamespaces)
+        stop(Limit, QStringLiteral("More than %1 namespaces").arg(maximumNamespaces));
+    else if (attributeCount > maximumAttributes)
+        stop(Limit, QStringLiteral("A tag has more than %1 attributes").arg(maximumAttributes));
+    return !error;
+}
+
+// NOLINTNEXTLINE(readability-function-size): the parameters are the parser's
 void DVXliffReader::Private::onStart(void *self, const xmlChar *name, const xmlChar *prefix, const xmlChar *,
                                      int namespaceCount, const xmlChar **, int attributeCount, int,
                                      const xmlChar **attributes)
 {
     auto *const d = static_cast<Private *>(self);
-    if (d->depth == maximumDepth)
-        return d->stop(Limit, QStringLiteral("Elements are nested deeper than %1").arg(maximumDepth));
-    d->namespacesOfElement[size_t(d->depth++)] = quint16(namespaceCount);
-    d->namespacesInScope += namespaceCount;
-    if (d->namespacesInScope > maximumNamespaces)
-        return d->stop(Limit, QStringLiteral("More than %1 namespaces").arg(maximumNamespaces));
-
-    // Attributes are compared with each other, namespaces with each name.
-    if (attributeCount > maximumAttributes)
-        return d->stop(Limit, QStringLiteral("A tag has more than %1 attributes").arg(maximumAttributes));
-
+    if (d->error || !d->enter(namespaceCount, attributeCount))
+        return;
     const DVXliffUnitStates::Element element = d->elementOf(name, prefix);
     std::optional<string_view> id;
     std::optional<string_view> resname;
@@ -309,23 +326,26 @@ void DVXliffReader::Private::onStart(void *self, const xmlChar *name, const xmlC
         }
     }
     d->states.startElement(element, id, resname);
-    if (d->states.isTooLong())
-        d->stop(Limit, QStringLiteral("A text is longer than %1 bytes").arg(maximumTextLength));
+    d->stopIfTooLong();
 }
 
 void DVXliffReader::Private::onEnd(void *self, const xmlChar *name, const xmlChar *prefix, const xmlChar *)
 {
     auto *const d = static_cast<Private *>(self);
+    if (d->error)
+        return;
     d->namespacesInScope -= d->namespacesOfElement[size_t(--d->depth)];
     d->states.endElement(d->elementOf(name, prefix));
+    d->stopIfTooLong();
 }
 
 void DVXliffReader::Private::onCharacters(void *self, const xmlChar *text, int length)
 {
     auto *const d = static_cast<Private *>(self);
+    if (d->error)
+        return;
     d->states.characters(viewOf(text, size_t(length)));
-    if (d->states.isTooLong())
-        d->stop(Limit, QStringLiteral("A text is longer than %1 bytes").arg(maximumTextLength));
+    d->stopIfTooLong();
 }
 
 // The parser hands a section out as it stands, where XML has line ends made line feeds.

@@ -40,7 +40,8 @@ bool dv_isGzippedData(const QByteArray &data);
 // back unchanged. A damaged stream gives the buffer as far as it had grown, the part that was never
 // written zeroed. Null when zlib refuses to start or, with `error` set (domain "dorvane.SDK", code
 // 413), beyond a limit.
-QByteArray dv_gunzippedData(const QByteArray &data, const DVInflationLimits &limits = {}, DVErrorOr *error = nullptr);
+QByteArray dv_gunzippedData(const QByteArray &data, const DVInflationLimits &limits = {},
+                            DVErrorOr *error = nullptr);
 // Level 0 to 1; negative: zlib's default. Empty or already gzipped data comes back unchanged.
 QByteArray dv_gzippedDataWithCompressionLevel(const QByteArray &data, float level);
 QByteArray dv_gzippedData(const QByteArray &data);

@@ -135,6 +135,7 @@ DVErrorOr DVNetwork::syncDownloadProdUrl(const QString &url, double timeout, con
     return error;
 }
 
+// NOLINTNEXTLINE(readability-function-size): the parameters are the required ones
 DVErrorOr DVNetwork::saveStringsFileFromData(const QByteArray &data, const QString &toPath,
                                              const DVHttpResponse &response, const DVErrorOr &error,
                                              QDateTime *downloadDate, QDateTime *expirationDate)
