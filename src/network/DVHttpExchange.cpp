@@ -172,6 +172,10 @@ void DVHttpExchange::start(Deadline deadline, int inactivityMs)
 void DVHttpExchange::find()
 {
     restartInactivity();
+    // The network stack would also read files and resources.
+    const QString scheme = m_request.request.url().scheme();
+    if (scheme != u"https" && scheme != u"http")
+        return fail(QNetworkReply::ProtocolUnknownError, u"Protocol \"" % scheme % u"\" is unknown");
     const QString host = hostToFind(m_context.manager, m_request.request.url());
     m_context.names.find(host, this, [this, host](bool found) {
         if (found && m_finished)

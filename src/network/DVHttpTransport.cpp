@@ -179,8 +179,8 @@ DVErrorOr DVHttpTransport::sendAndWait(DVHttpRequest request, double timeoutSeco
         steady_clock::now() + milliseconds(std::llround(qMin(timeoutSeconds, longestWaitSeconds) * 1000));
     request.request.setPriority(QNetworkRequest::HighPriority);
     auto meeting = std::make_shared<Meeting>();
-    auto finished = [promise = std::make_shared<Promise>(meeting), decode](const DVErrorOr &error,
-                                                                           DVHttpResponse answer) {
+    auto finished = [promise = std::make_shared<Promise>(meeting),
+                     decode = std::move(decode)](const DVErrorOr &error, DVHttpResponse answer) {
         if (!error && decode && !promise->meeting->isSettled())
             decode(&answer);
         promise->meeting->settle(error, std::move(answer));

@@ -45,7 +45,7 @@ QJsonValue withoutSecrets(const QJsonValue &json, int depth = 0)
     if (json.isArray()) {
         QJsonArray clean;
         const QJsonArray elements = json.toArray();
-        for (const QJsonValue &element : elements)
+        for (const QJsonValue element : elements)
             clean.append(withoutSecrets(element, depth + 1));
         return clean;
     }

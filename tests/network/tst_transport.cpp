@@ -88,6 +88,7 @@ private Q_SLOTS:
     void answersArriveInBothWays();
     void faultsBecomeErrors_data();
     void faultsBecomeErrors();
+    void otherProtocolsAreRefused();
     void deadlineHolds_data();
     void deadlineHolds();
     void unusualTimes_data();
@@ -187,6 +188,15 @@ void tst_Transport::faultsBecomeErrors()
     DVHttpTransport::send(get(server.url()), {}, arrival.completion());
     QTRY_VERIFY(arrival.arrived);
     QVERIFY(arrival.error);
+}
+
+void tst_Transport::otherProtocolsAreRefused()
+{
+    for (const char *url :
+         {"file:///etc/hostname", "qrc:/qt-project.org", "data:,x", "ftp://127.0.0.1/x", "x", ""}) {
+        const DVErrorOr error = DVHttpTransport::sendAndWait(get(QString::fromLatin1(url)), 10, nullptr);
+        QCOMPARE(codeOf(error), int(QNetworkReply::ProtocolUnknownError));
+    }
 }
 
 void tst_Transport::deadlineHolds_data()
@@ -502,6 +512,7 @@ void tst_Transport::manyRequestsAtOnceEachCompleteOnce()
     // Callers on other threads wait meanwhile.
     std::atomic<int> waited = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             DVHttpResponse response;
