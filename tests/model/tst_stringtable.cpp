@@ -114,7 +114,7 @@ public:
             said.text = dv_stringWithCues(said.text);
         said.uid = oneOf({QString(), u""_qs, u"u1[one]"_qs, QString(200, u'x')});
         said.note = oneOf({QString(), u""_qs, u"a note"_qs});
-        said.status = m_random.bounded(5);
+        said.status = m_random.bounded(5u);
         said.statusAlways = m_random.bounded(4) == 0;
         return said;
     }
@@ -255,7 +255,7 @@ void tst_StringTable::unusualKeys()
     QCOMPARE(textOf(QStringView(huge)), u"huge"_qs);
     QCOMPARE(textOf(huge.toUtf8().constData()), u"huge"_qs);
     QCOMPARE(textOf(QStringView(longer)), QString());
-    QCOMPARE(textOf("a\0b", 3), u"nul"_qs);
+    QCOMPARE(textOf(withNul.toUtf8().constData(), 3), u"nul"_qs);
     QCOMPARE(textOf(QStringView(withNul)), u"nul"_qs);
     QCOMPARE(textOf("a"), QString());
     // Nothing that is no Unicode finds anything, nor the character that stands for it elsewhere.
@@ -465,6 +465,7 @@ void tst_StringTable::fourThreads()
         std::barrier start(threadCount);
         std::vector<QList<QString>> seen(threadCount);
         std::vector<std::thread> threads;
+        threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([&, thread] {
                 start.arrive_and_wait();

@@ -47,7 +47,7 @@ private:
     QByteArray text()
     {
         QByteArray result;
-        for (quint32 i = 0, count = m_random.bounded(6); i < count; ++i)
+        for (quint32 i = 0, count = m_random.bounded(6u); i < count; ++i)
             result.append(piece());
         return result;
     }
