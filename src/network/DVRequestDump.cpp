@@ -17,14 +17,24 @@ constexpr int deepestJson = 64;
 constexpr QLatin1StringView redacted{"<redacted>"};
 
 // Lower case. Texts that users typed count as secrets.
-constexpr std::array<QLatin1StringView, 14> secretNames = {
-    QLatin1StringView("access_token"),  QLatin1StringView("accesstoken"),
-    QLatin1StringView("refresh_token"), QLatin1StringView("refreshtoken"),
-    QLatin1StringView("id_token"),      QLatin1StringView("token"),
-    QLatin1StringView("client_secret"), QLatin1StringView("clientsecret"),
-    QLatin1StringView("usersecret"),    QLatin1StringView("password"),
-    QLatin1StringView("code_verifier"), QLatin1StringView("authorization"),
-    QLatin1StringView("issuetext"),     QLatin1StringView("otakey")};
+constexpr std::array<QLatin1StringView, 18> secretNames = {QLatin1StringView("access_token"),
+                                                           QLatin1StringView("accesstoken"),
+                                                           QLatin1StringView("refresh_token"),
+                                                           QLatin1StringView("refreshtoken"),
+                                                           QLatin1StringView("id_token"),
+                                                           QLatin1StringView("token"),
+                                                           QLatin1StringView("client_secret"),
+                                                           QLatin1StringView("clientsecret"),
+                                                           QLatin1StringView("usersecret"),
+                                                           QLatin1StringView("password"),
+                                                           QLatin1StringView("code_verifier"),
+                                                           QLatin1StringView("authorization"),
+                                                           QLatin1StringView("issuetext"),
+                                                           QLatin1StringView("otakey"),
+                                                           QLatin1StringView("cookie"),
+                                                           QLatin1StringView("set-cookie"),
+                                                           QLatin1StringView("proxy-authorization"),
+                                                           QLatin1StringView("x-api-key")};
 
 bool isSecret(const QString &name)
 {
@@ -68,7 +78,8 @@ QString compactJson(const QJsonValue &json)
     return json.toVariant().toString();
 }
 
-// "data" carries analytics events: their number of characters says enough.
+// "data" carries analytics events: their number of characters says enough. "code" is an authorization
+// code here (RFC 6749, 4.1.3), while in JSON it is that of an error.
 QString formWithoutSecrets(const QString &form)
 {
     QStringList pairs = form.split(u'&');
@@ -77,7 +88,7 @@ QString formWithoutSecrets(const QString &form)
         const QString name = pair.left(equals);
         if (equals >= 0 && name == u"data")
             pair = QString(name % u"=<" % QString::number(pair.size() - equals - 1) % u" characters>");
-        else if (equals >= 0 && isSecret(name))
+        else if (equals >= 0 && (isSecret(name) || name == u"code"))
             pair = QString(name % u'=' % redacted);
     }
     return pairs.join(u'&');
@@ -94,6 +105,7 @@ QString DVRequestDump::url(const QNetworkRequest &request)
 {
     QUrl url = request.url();
     url.setPassword({});
+    url.setFragment({}); // never sent, and may carry a token
     if (url.hasQuery())
         url.setQuery(formWithoutSecrets(url.query(QUrl::FullyEncoded)), QUrl::TolerantMode);
     return url.toString(QUrl::FullyEncoded);
@@ -116,8 +128,11 @@ QString DVRequestDump::body(const DVHttpRequest &request)
     const QString text = QString::fromUtf8(request.body);
     if (type.startsWith("application/json")) {
         const QJsonDocument document = QJsonDocument::fromJson(request.body);
-        if (!document.isNull())
-            return json(document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object()));
+        // Without its structure nobody can tell what is secret.
+        if (document.isNull())
+            return request.body.isEmpty() ? QString()
+                                          : QString(u'<' % QString::number(request.body.size()) % u" bytes>");
+        return json(document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object()));
     }
     return shortened(type.startsWith("application/x-www-form-urlencoded") ? formWithoutSecrets(text) : text);
 }
