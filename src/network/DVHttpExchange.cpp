@@ -79,13 +79,27 @@ bool sameOrigin(const QUrl &a, const QUrl &b)
     return a.scheme() == b.scheme() && a.host() == b.host() && a.port(standard) == b.port(standard);
 }
 
-// Plain HTTP is for servers on this device only, so nothing may lead to it from elsewhere.
+// Plain HTTP is for servers on this device only.
+bool isAllowed(const QUrl &url)
+{
+    if (url.scheme() == u"https")
+        return true;
+    return url.scheme() == u"http" && (url.host() == u"localhost" || QHostAddress(url.host()).isLoopback());
+}
+
+// Nothing may lead to plain HTTP from elsewhere.
 bool mayFollow(const QUrl &from, const QUrl &to)
 {
-    if (to.scheme() == u"https")
+    return isAllowed(to) && (to.scheme() == u"https" || from.scheme() == u"http");
+}
+
+// RFC 9110, 15.4.2 to 15.4.4: "moved" and "found" make a POST a GET by custom, "see other" makes
+// everything a retrieval.
+bool keepsMethod(const QByteArray &method, int status)
+{
+    if (method == "GET" || method == "HEAD")
         return true;
-    const bool toLoopback = to.host() == u"localhost" || QHostAddress(to.host()).isLoopback();
-    return to.scheme() == u"http" && from.scheme() == u"http" && toLoopback;
+    return status != 303 && (method != "POST" || status == 307 || status == 308);
 }
 
 // A connection that is reset in the body sometimes counts as the body's end in the network stack.
@@ -176,6 +190,9 @@ void DVHttpExchange::find()
     const QString scheme = m_request.request.url().scheme();
     if (scheme != u"https" && scheme != u"http")
         return fail(QNetworkReply::ProtocolUnknownError, u"Protocol \"" % scheme % u"\" is unknown");
+    if (!isAllowed(m_request.request.url()))
+        return fail(QNetworkReply::ProtocolInvalidOperationError,
+                    QStringLiteral("Plain HTTP is for this device only."));
     const QString host = hostToFind(m_context.manager, m_request.request.url());
     m_context.names.find(host, this, [this, host](bool found) {
         if (found && m_finished)
@@ -240,12 +257,15 @@ void DVHttpExchange::replyFinished()
     const QUrl target = m_reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     if (isRedirect(status) && !target.isEmpty())
         return follow(m_request.request.url().resolved(target));
+    readBody();
+    if (!m_finished)
+        return;
     m_response.statusCode = status;
-    m_response.body += m_reply->readAll();
+    m_response.methodChanged = m_methodChanged;
     m_response.headers = m_reply->rawHeaderPairs();
     if (isCutShort(m_response))
         return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("The answer was cut short."));
-    finish(dv_decodeContent(&m_response));
+    finish(dv_decodeContent(&m_response, m_request.maximumBodySize));
 }
 
 void DVHttpExchange::follow(const QUrl &target)
@@ -254,15 +274,16 @@ void DVHttpExchange::follow(const QUrl &target)
     const int status = statusCode();
     if (++m_redirects > maximumRedirects)
         return fail(QNetworkReply::TooManyRedirectsError, QStringLiteral("Too many redirects."));
-    const bool keepsMethod = m_request.method == "GET" || status == 307 || status == 308;
-    if (!mayFollow(from, target) || (m_request.method != "GET" && keepsMethod && !sameOrigin(from, target)))
+    const bool keeps = keepsMethod(m_request.method, status);
+    if (!mayFollow(from, target) || (m_request.method != "GET" && keeps && !sameOrigin(from, target)))
         return fail(QNetworkReply::InsecureRedirectError, QStringLiteral("The redirect is not secure."));
     QUrl clean = target;
     clean.setUserInfo({});
     m_request.request.setUrl(clean);
     if (!sameOrigin(from, target))
         m_request.request.setRawHeader("Authorization", {});
-    if (!keepsMethod) {
+    if (!keeps) {
+        m_methodChanged = true;
         m_request.method = "GET";
         m_request.body.clear();
         m_request.request.setRawHeader("Content-Type", {});
@@ -296,20 +317,22 @@ void DVHttpExchange::dropReply()
     m_reply = nullptr;
 }
 
-DVErrorOr dv_decodeContent(DVHttpResponse *response)
+DVErrorOr dv_decodeContent(DVHttpResponse *response, qint64 maximumSize)
 {
     QList<QByteArray> codings = response->header("Content-Encoding").toLower().split(',');
     const qsizetype maximumCodings = 4;
     if (codings.size() > maximumCodings)
         return networkError(QNetworkReply::ProtocolFailure,
                             QStringLiteral("The answer has too many codings."));
+    DVInflationLimits limits;
+    limits.maximumSize = maximumSize;
     std::reverse(codings.begin(), codings.end());
     for (const QByteArray &coding : std::as_const(codings)) {
         const QByteArray name = coding.trimmed();
         if ((name != "gzip" && name != "x-gzip") || !dv_isGzippedData(response->body))
             continue;
         DVErrorOr error;
-        const QByteArray decoded = dv_gunzippedData(response->body, {}, &error);
+        const QByteArray decoded = dv_gunzippedData(response->body, limits, &error);
         if (error)
             return error;
         // RFC 1952: the last four bytes are the size; the inflation itself is lenient.

@@ -39,9 +39,12 @@ Threads &threads()
     return shared;
 }
 
+// The rest of the library ends within the same 50 ms, so this is the network's share only.
+constexpr int endMs = 15;
+
 void endWithApplication()
 {
-    DVHttpTransport::shutDown(50);
+    DVHttpTransport::shutDown(endMs);
     const std::lock_guard lock(threads().mutex);
     threads().endsWithApplication = false;
 }

@@ -22,6 +22,7 @@ struct DVHttpResponse
     int statusCode = 0; // 0: no answer
     QByteArray body;
     QList<QPair<QByteArray, QByteArray>> headers;
+    bool methodChanged = false; // a redirect made it a GET: the request's body did not get where this is from
 
     // The header's value, names compared without case; null when absent.
     QByteArray header(const QByteArray &name) const;
@@ -29,10 +30,10 @@ struct DVHttpResponse
 
 // One QNetworkAccessManager in one thread, both made on first use, so that a start without a
 // blocking download creates no network stack. No cache, no cookies; at most ten redirects; https never
-// becomes http, http stays on loopback, and Authorization never goes to another origin on a redirect; TLS is
-// verified. Bodies arrive with their gzip "Content-Encoding" undone. A request with a body is sent at most
-// once. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an
-// error.
+// becomes http, http to a host other than loopback is refused, and Authorization never goes to another origin
+// on a redirect; TLS is verified. Bodies arrive with their gzip "Content-Encoding" undone. A request with a
+// body is sent at most once. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A
+// status is not an error.
 namespace DVHttpTransport {
 
 using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)>;

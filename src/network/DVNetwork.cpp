@@ -65,6 +65,9 @@ void completeJson(const DVHttpRequest &request, const DVHttpResponse &response,
         error = decodeJson(response.body, &json);
     if (!error && !DVNetwork::isSuccessStatusCode(response.statusCode))
         error = DVNetwork::errorFromJson(json, response.statusCode);
+    if (!error && response.methodChanged)
+        error = DVError{QStringLiteral("dorvane.API"), response.statusCode,
+                        QStringLiteral("The request was redirected and not delivered")};
     DVNetwork::debugRequest(request, response, error, json, {});
     if (completion)
         completion(error, json);

@@ -14,8 +14,9 @@
 #include <functional>
 #include <optional>
 
-// JSON operations complete with (error, json) on the main thread, exactly once, never from inside
-// the call; json is there even with an error, undefined when there was none to decode.
+// JSON operations complete with (error, json) on the main thread, at most once (not after the application's
+// end), never from inside the call; json is there even with an error, undefined when there was none to
+// decode.
 using DVJsonCompletion = std::function<void(const DVErrorOr &, const QJsonValue &)>;
 
 // Completion of a strings download, on the main thread. Dates that the answer does not give are invalid.

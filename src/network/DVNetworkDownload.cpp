@@ -47,6 +47,8 @@ bool carriesStrings(const DVHttpResponse &response)
 DVErrorOr saveContent(const DVStringsDelivery::Content &content, const QString &path,
                       const DVHttpResponse &response, QDateTime *downloadDate, QDateTime *expirationDate)
 {
+    if (const DVErrorOr cut = DVStringsDelivery::errorOfLength(response))
+        return cut;
     DVErrorOr error = content.error;
     if (!error && !content.strings.isNull())
         error = DVStringsDelivery::replace(path, content.strings);

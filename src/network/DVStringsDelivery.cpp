@@ -9,6 +9,7 @@
 #include "DVState.h"
 
 #include <QFileInfo>
+#include <QNetworkReply>
 
 #include <algorithm>
 #include <filesystem>
@@ -99,6 +100,16 @@ DVErrorOr DVStringsDelivery::replace(const QString &path, const QByteArray &stri
             return error;
     }
     return DVNetwork::writeData(strings, path);
+}
+
+DVErrorOr DVStringsDelivery::errorOfLength(const DVHttpResponse &response)
+{
+    const qsizetype blockSize = 16;
+    if (response.statusCode != 200 || response.header("Transfer-Encoding").isNull() ||
+        response.body.size() % blockSize == 0)
+        return {};
+    return DVError{QStringLiteral("dorvane.network"), QNetworkReply::RemoteHostClosedError,
+                   QStringLiteral("The answer was cut short.")};
 }
 
 DVErrorOr DVStringsDelivery::errorOfStatus(int status)

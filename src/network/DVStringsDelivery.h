@@ -23,6 +23,10 @@ Content decode(const QByteArray &body);
 // Keeps the strings file that is there, unless one is kept already, and replaces it.
 DVErrorOr replace(const QString &path, const QByteArray &strings);
 
+// An error for a body in chunks that ends before a whole AES block: the network stack takes a connection
+// that is closed between chunks for the end, and without a length nothing else tells.
+DVErrorOr errorOfLength(const DVHttpResponse &response);
+
 // What the status stands for; only 403 and 404 are errors.
 DVErrorOr errorOfStatus(int status);
 

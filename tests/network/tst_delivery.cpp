@@ -101,6 +101,7 @@ private Q_SLOTS:
     void answers();
     void dates_data();
     void dates();
+    void bodyInChunksThatWasCutChangesNothing();
     void connectionFaults_data();
     void connectionFaults();
     void conditionalRequest_data();
@@ -295,6 +296,27 @@ void tst_Delivery::dates()
         // The headers were made when the table was; they know whole seconds only.
         const qint64 off = DVClock::now().addSecs(expiresIn).msecsTo(outcome.expirationDate);
         QVERIFY2(qAbs(off) <= 5000, qPrintable(QString::number(off)));
+    }
+}
+
+void tst_Delivery::bodyInChunksThatWasCutChangesNothing()
+{
+    const QByteArray body = delivered(strings);
+    for (const qsizetype missing : {5, 0}) {
+        const QByteArray sent = body.chopped(missing);
+        Answer answer;
+        answer.raw = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nDate: " + httpDate(DVClock::now()) +
+                     "\r\nLast-Modified: " + httpDate(aDate()) + "\r\n\r\n" +
+                     QByteArray::number(sent.size(), 16) + "\r\n" + sent + "\r\n0\r\n\r\n";
+        for (const bool sync : {true, false}) {
+            put(path(), oldStrings);
+            m_server->enqueue(answer);
+            const Outcome outcome = download(sync);
+            QCOMPARE(outcome.error ? outcome.error->code : 0,
+                     missing > 0 ? int(QNetworkReply::RemoteHostClosedError) : 0);
+            QCOMPARE(contentOf(path()), missing > 0 ? QByteArray(oldStrings) : QByteArray(strings));
+            QCOMPARE(outcome.downloadDate, missing > 0 ? QDateTime() : aDate());
+        }
     }
 }
 

@@ -89,6 +89,7 @@ private Q_SLOTS:
     void faultsBecomeErrors_data();
     void faultsBecomeErrors();
     void otherProtocolsAreRefused();
+    void plainHttpElsewhereIsRefused();
     void deadlineHolds_data();
     void deadlineHolds();
     void unusualTimes_data();
@@ -100,6 +101,7 @@ private Q_SLOTS:
     void contentCodings();
     void tooLargeAnswers_data();
     void tooLargeAnswers();
+    void decodedBodyCountsAgainstTheLimit();
     void redirects_data();
     void redirects();
     void credentialsStayWithTheirOrigin();
@@ -196,6 +198,15 @@ void tst_Transport::otherProtocolsAreRefused()
          {"file:///etc/hostname", "qrc:/qt-project.org", "data:,x", "ftp://127.0.0.1/x", "x", ""}) {
         const DVErrorOr error = DVHttpTransport::sendAndWait(get(QString::fromLatin1(url)), 10, nullptr);
         QCOMPARE(codeOf(error), int(QNetworkReply::ProtocolUnknownError));
+    }
+}
+
+void tst_Transport::plainHttpElsewhereIsRefused()
+{
+    for (const char *url :
+         {"http://192.0.2.1/x", "http://strings.test/x", "http://localhost.strings.test/"}) {
+        const DVErrorOr error = DVHttpTransport::sendAndWait(get(QString::fromLatin1(url)), 10, nullptr);
+        QCOMPARE(codeOf(error), int(QNetworkReply::ProtocolInvalidOperationError));
     }
 }
 
@@ -368,6 +379,17 @@ void tst_Transport::tooLargeAnswers()
     QCOMPARE(codeOf(error), fails ? int(QNetworkReply::UnknownContentError) : 0);
 }
 
+void tst_Transport::decodedBodyCountsAgainstTheLimit()
+{
+    for (const int size : {1000, 1001}) {
+        DVFaultServer server;
+        server.enqueue(Answer::of(200, gzip(QByteArray(size, 'x')), {{"Content-Encoding", "gzip"}}));
+        DVHttpRequest request = get(server.url());
+        request.maximumBodySize = 1000;
+        QCOMPARE(DVHttpTransport::sendAndWait(request, 10, nullptr).has_value(), size > 1000);
+    }
+}
+
 void tst_Transport::redirects_data()
 {
     QTest::addColumn<int>("status");
@@ -382,6 +404,11 @@ void tst_Transport::redirects_data()
     for (const int status : {301, 302, 303})
         QTest::addRow("a POST becomes a GET after %d", status)
             << status << QByteArray("POST") << QByteArray("/target") << 0 << QByteArray("GET ");
+    for (const int status : {301, 302, 307})
+        QTest::addRow("a PUT stays one after %d", status)
+            << status << QByteArray("PUT") << QByteArray("/target") << 0 << QByteArray("PUT body");
+    QTest::newRow("a PUT becomes a GET after 303")
+        << 303 << QByteArray("PUT") << QByteArray("/target") << 0 << QByteArray("GET ");
     for (const int status : {307, 308})
         QTest::addRow("a POST stays one after %d", status)
             << status << QByteArray("POST") << QByteArray("/target") << 0 << QByteArray("POST body");
@@ -418,6 +445,7 @@ void tst_Transport::redirects()
     });
     DVHttpRequest request = method == "GET" ? get(server.url(QStringLiteral("/start")))
                                             : post(server.url(QStringLiteral("/start")), "body");
+    request.method = method;
     DVHttpResponse response;
     const DVErrorOr error = DVHttpTransport::sendAndWait(request, 10, &response);
     QCOMPARE(codeOf(error), errorCode);
@@ -426,6 +454,7 @@ void tst_Transport::redirects()
     if (!arrivesAs.isNull()) {
         QCOMPARE(response.body, QByteArray("there"));
         QCOMPARE(requests.constLast().method + ' ' + requests.constLast().body, arrivesAs);
+        QCOMPARE(response.methodChanged, requests.constLast().method != method);
     } else if (errorCode == 0) {
         QCOMPARE(response.statusCode, status);
     }
@@ -635,7 +664,7 @@ void tst_Transport::processEndsWhileTheNameServerIsSilent()
         QSKIP("Namespaces are not allowed here.");
 
     QProcess process;
-    process.start(u"unshare"_qs, inside(u"ip link set lo up && exec \"%1\" http://strings.test names"_qs.arg(
+    process.start(u"unshare"_qs, inside(u"ip link set lo up && exec \"%1\" https://strings.test names"_qs.arg(
                                      QStringLiteral(DORVANE_END_PROBE))));
     QVERIFY(process.waitForReadyRead(20000));
     QElapsedTimer clock;
