@@ -1,5 +1,7 @@
 #include "Connections.h"
 
+#include <unistd.h>
+
 namespace {
 
 constexpr int maximumConnections = 100;
@@ -35,7 +37,8 @@ void Connection::countBytes()
 
 void Connection::refuse()
 {
-    disconnect();
+    // Only the readers: the HTTP server's clean-up and the count of connections stay.
+    QObject::disconnect(this, &QIODevice::readyRead, nullptr, nullptr);
     connect(this, &QAbstractSocket::disconnected, this, &QObject::deleteLater);
     rollbackTransaction();
     readAll();
@@ -46,8 +49,12 @@ void Connection::refuse()
 void Connections::incomingConnection(qintptr descriptor)
 {
     auto connection = std::make_unique<Connection>();
-    if (m_open >= maximumConnections || !connection->setSocketDescriptor(descriptor))
+    if (!connection->setSocketDescriptor(descriptor)) {
+        ::close(int(descriptor));
         return;
+    }
+    if (m_open >= maximumConnections)
+        return; // the socket closes the descriptor
     ++m_open;
     connect(connection.get(), &QObject::destroyed, this, [this] { --m_open; });
     addPendingConnection(connection.release()); // the HTTP server deletes it

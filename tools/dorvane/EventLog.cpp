@@ -1,5 +1,7 @@
 #include "EventLog.h"
 
+#include <DVFolders.h>
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -51,9 +53,13 @@ QString EventLog::append(const QJsonArray &events)
     for (const QJsonValue event : events)
         lines += QJsonDocument(event.toObject()).toJson(QJsonDocument::Compact) + '\n';
     QFile file(m_folder + QStringLiteral("/events.jsonl"));
-    if (!QDir().mkpath(m_folder))
+    if (!DVFolders::makePrivateFolder(m_folder))
         return QStringLiteral("cannot create %1").arg(m_folder);
-    if (file.open(QIODevice::Append) && file.write(lines) == lines.size() && file.flush())
+    // Events name users. A file system without modes refuses to set one, and that is no failure.
+    const bool isOpen = file.open(QIODevice::Append);
+    if (isOpen)
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    if (isOpen && file.write(lines) == lines.size() && file.flush())
         return {};
     return QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString());
 }

@@ -84,6 +84,17 @@ QString ownUrl(const QHostAddress &address, quint16 port)
     return url.toString();
 }
 
+// Where an application on this machine reaches a server that listens on every address. The library
+// accepts plain http on loopback only.
+QHostAddress reachableAddress(const QHostAddress &address)
+{
+    if (address == QHostAddress(QHostAddress::AnyIPv4))
+        return QHostAddress(QHostAddress::LocalHost);
+    if (address == QHostAddress(QHostAddress::AnyIPv6))
+        return QHostAddress(QHostAddress::LocalHostIPv6);
+    return address;
+}
+
 QString serversOption(QString base)
 {
     while (base.endsWith(u'/'))
@@ -97,10 +108,11 @@ QString serversOption(QString base)
 }
 
 // The two lines that scripts wait for.
-void announce(const QString &url, const QString &publicUrl)
+void announce(const ServeOptions &options, quint16 port)
 {
-    printLine(QStringLiteral("Listening on %1").arg(url));
-    printLine(serversOption(publicUrl.isEmpty() ? url : publicUrl));
+    printLine(QStringLiteral("Listening on %1").arg(ownUrl(options.address, port)));
+    const QString &given = options.publicUrl;
+    printLine(serversOption(given.isEmpty() ? ownUrl(reachableAddress(options.address), port) : given));
 }
 
 // Until a signal or, where asked for, the end of standard input. `ready` is called when both are heeded.
@@ -143,10 +155,9 @@ int runServe(const QStringList &arguments)
     if (port == 0)
         return line.fail(QStringLiteral("cannot listen on %1 port %2: %3.")
                              .arg(options->address.toString(), QString::number(options->port), error));
-    const QString url = ownUrl(options->address, port);
     printErrorLine(
         QStringLiteral("dorvane serve: a stand-in for development, project \"%1\". Stop it with Ctrl+C.")
             .arg(platform.project().projectId));
-    runUntilStopped(options->exitWithInput, [&url, &options] { announce(url, options->publicUrl); });
+    runUntilStopped(options->exitWithInput, [port, &options] { announce(*options, port); });
     return Succeeded;
 }

@@ -1,6 +1,7 @@
 #include "StopSignals.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,11 +10,14 @@ namespace {
 
 int pipeEnds[2] = {-1, -1};
 
-// Only what is safe inside a signal handler: one write into the pipe.
+// Only what is safe inside a signal handler: one write into the pipe. The code that it interrupts may
+// be about to read errno.
 void onSignal(int)
 {
+    const int interruptedError = errno;
     const char byte = 0;
     [[maybe_unused]] const auto written = ::write(pipeEnds[1], &byte, 1);
+    errno = interruptedError;
 }
 
 void handle(int signal, void (*handler)(int))
@@ -50,7 +54,8 @@ InputEnd::InputEnd(std::function<void()> ended)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, [this, ended = std::move(ended)] {
         std::array<char, 4096> ignored;
-        if (::read(STDIN_FILENO, ignored.data(), ignored.size()) > 0)
+        const auto count = ::read(STDIN_FILENO, ignored.data(), ignored.size());
+        if (count > 0 || (count < 0 && (errno == EINTR || errno == EAGAIN)))
             return;
         m_notifier.setEnabled(false);
         ended();
