@@ -2,9 +2,15 @@
 
 #include "DVFolders.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSaveFile>
+#include <QSet>
+
+#include <mutex>
 
 #if defined(Q_OS_UNIX)
 #include <fcntl.h>
@@ -39,6 +45,40 @@ void syncFolder(const QString &path)
 #endif
 }
 
+// Whether this process writes into the folder for the first time.
+bool isFirstWriteInto(const QString &folder)
+{
+    static std::mutex mutex;
+    static auto *seen = new QSet<QString>; // never destroyed: threads may outlive static objects
+    const std::lock_guard lock(mutex);
+    const auto known = seen->size();
+    seen->insert(folder);
+    return seen->size() > known;
+}
+
+// A save that was killed leaves QSaveFile's temporary file: the name, a dot and six random characters.
+bool isTemporaryOf(const QString &candidate, const QString &name)
+{
+    static const QRegularExpression form(u"\\A(.+)\\.[A-Za-z0-9]{6}\\z"_qs);
+    const QString target = form.match(candidate).captured(1);
+    if (target.isEmpty())
+        return false;
+    return target == name || target.endsWith(u"_published.xlf") || target == u"defaults.json" ||
+           target == u"analytics";
+}
+
+// Those of the last hour may belong to a process that is writing now.
+void removeStaleTemporaries(const QString &folder, const QString &name)
+{
+    const QDateTime limit = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    const auto files =
+        QDir(folder).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDir::Unsorted);
+    for (const QFileInfo &file : files) {
+        if (isTemporaryOf(file.fileName(), name) && file.lastModified() < limit)
+            QFile::remove(file.filePath());
+    }
+}
+
 } // namespace
 
 DVErrorOr DVPrivateFile::write(const QString &path, const QByteArray &data)
@@ -46,6 +86,8 @@ DVErrorOr DVPrivateFile::write(const QString &path, const QByteArray &data)
     const QString folder = QFileInfo(path).path();
     if (!DVFolders::makePrivateFolder(folder))
         return fileError(path, QFileDevice::OpenError, u"the folder cannot be made"_qs);
+    if (isFirstWriteInto(folder))
+        removeStaleTemporaries(folder, QFileInfo(path).fileName());
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return fileError(file);

@@ -1,6 +1,7 @@
 #include "DVFolders.h"
 #include "DVPrivateFile.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -110,6 +111,40 @@ private Q_SLOTS:
         QCOMPARE(contentOf(file), "old");
         QCOMPARE(QDir(path(u"disk"_qs)).entryList(QDir::Files), QStringList{u"file"_qs});
 #endif
+    }
+
+    void whatAKilledWriteLeftGoesAtTheFirstWrite_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("ageInMinutes");
+        QTest::addColumn<bool>("stays");
+        QTest::newRow("an old one of this file") << u"file.aBcDeF"_qs << 61 << false;
+        QTest::newRow("an old one of strings") << u"2.5_fr_CA_published.xlf.ab12EF"_qs << 61 << false;
+        QTest::newRow("an old one of the defaults") << u"defaults.json.aBcDeF"_qs << 61 << false;
+        QTest::newRow("an old one of the events") << u"analytics.aBcDeF"_qs << 61 << false;
+        QTest::newRow("a young one may be in use") << u"file.aBcDeF"_qs << 59 << true;
+        QTest::newRow("strings that a download replaced")
+            << u"2.5_fr_published.xlf.previous"_qs << 61 << true;
+        QTest::newRow("strings") << u"2.5_fr_published.xlf"_qs << 61 << true;
+        QTest::newRow("another name") << u"letter.aBcDeF"_qs << 61 << true;
+        QTest::newRow("five characters") << u"file.aBcDe"_qs << 61 << true;
+        QTest::newRow("seven characters") << u"file.aBcDeFg"_qs << 61 << true;
+        QTest::newRow("a sign among the six") << u"file.aBc-eF"_qs << 61 << true;
+    }
+    void whatAKilledWriteLeftGoesAtTheFirstWrite()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, ageInMinutes);
+        QFETCH(bool, stays);
+        const QTemporaryDir folder; // a new one for each row: only the first write looks
+        QFile left(folder.filePath(name));
+        QVERIFY(left.open(QIODevice::WriteOnly));
+        const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-60 * ageInMinutes);
+        QVERIFY(left.setFileTime(time, QFileDevice::FileModificationTime));
+        left.close();
+        QVERIFY(!DVPrivateFile::write(folder.filePath(u"file"_qs), "content"));
+        QCOMPARE(QFileInfo::exists(folder.filePath(name)), stays);
+        QCOMPARE(contentOf(folder.filePath(u"file"_qs)), "content");
     }
 
     void whatIsInTheWayIsAnErrorAndStays()
