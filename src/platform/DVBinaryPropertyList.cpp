@@ -15,6 +15,7 @@ namespace {
 
 constexpr quint64 signatureSize = 8;
 constexpr quint64 trailerSize = 32;
+constexpr quint64 maximumCount = 4'000'000;         // each costs about 40 bytes of memory before it is read
 constexpr double secondsFrom1970To2001 = 978307200; // the epoch of property lists
 
 class Reader
@@ -54,6 +55,8 @@ private:
         if (m_offsetSize < 1 || m_offsetSize > 8 || m_referenceSize < 1 || m_referenceSize > 8)
             return false;
         if (m_table < signatureSize || m_table > trailer || m_count > (trailer - m_table) / m_offsetSize)
+            return false;
+        if (m_count > m_table - signatureSize || m_count > maximumCount) // an object takes a byte or more
             return false;
         m_known.resize(m_count);
         return true;
