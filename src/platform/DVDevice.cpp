@@ -58,10 +58,13 @@ QString likelyIdentifier(const QString &identifier)
     return QString::fromLatin1(buffer.data());
 }
 
+// Never a number: "001", the world, is what likely subtags give to a language without a country.
 QString likelyRegion(const QString &language)
 {
     const DVLocale likely(likelyIdentifier(language));
-    return likely.languageCode() == DVLocale(language).languageCode() ? likely.countryCode() : QString();
+    const QString region = likely.countryCode();
+    const bool isCountry = !region.isEmpty() && !region.front().isDigit();
+    return isCountry && likely.languageCode() == DVLocale(language).languageCode() ? region : QString();
 }
 
 QString completedLanguage(const QString &language)
@@ -102,7 +105,8 @@ QStringList DVDevice::preferredLanguages()
         if (!isNoPreference(language))
             languages.append(language);
     }
-    if (!languages.isEmpty())
+    // Before this version of the system, languages carried no region.
+    if (!languages.isEmpty() && systemVersionNumber() >= 9.0)
         languages.first() = completedLanguage(languages.first());
     return languages;
 }

@@ -33,6 +33,7 @@ private Q_SLOTS:
         row("after a script, from the current locale", {u"sr-Latn"_qs}, u"sr_Latn_ME"_qs, {u"sr-Latn-ME"_qs});
         row("only the first is completed", {u"de-CH"_qs, u"it"_qs}, u"it_IT"_qs, {u"de-CH"_qs, u"it"_qs});
         row("a number of a region is one", {u"es-419"_qs}, u"es_MX"_qs, {u"es-419"_qs});
+        row("the world is no region", {u"eo"_qs}, u"en_US"_qs, {u"eo"_qs});
         row("a language that nobody knows", {u"qqq"_qs}, u"en_US"_qs, {u"qqq"_qs});
         row("underscores and encodings of POSIX", {u"fr_CA.UTF-8"_qs, u"de_DE@euro"_qs}, u"C"_qs,
             {u"fr-CA"_qs, u"de-DE"_qs});
@@ -49,6 +50,22 @@ private Q_SLOTS:
         QFETCH(QStringList, expected);
         DVDevice::setOverride({.languages = languages, .locale = locale, .systemVersion = {}});
         QCOMPARE(DVDevice::preferredLanguages(), expected);
+    }
+
+    void regionsCameWithVersionNine_data()
+    {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("before") << u"8.4"_qs << u"de"_qs;
+        QTest::newRow("from then on") << u"9.0"_qs << u"de-AT"_qs;
+    }
+    void regionsCameWithVersionNine()
+    {
+        QFETCH(QString, version);
+        QFETCH(QString, expected);
+        DVDevice::setOverride(
+            {.languages = QStringList{u"de"_qs}, .locale = u"de_AT"_qs, .systemVersion = version});
+        QCOMPARE(DVDevice::preferredLanguages(), QStringList{expected});
     }
 
     void currentLocaleIsInDeviceForm_data()
