@@ -35,7 +35,6 @@ library() { # SOURCE OPTION...: a shared library made of one line
 
 clean_tree
 expect accepts "a clean tree" "${floors[@]}"
-expect accepts "a clean tree" "$here/wording.sh" "$tree"
 expect accepts "a clean header" "${headers[@]}"
 
 echo '#include "High.h"' >"$tree/src/low/Low.cpp"
@@ -53,9 +52,6 @@ expect rejects "an include with a Qt module" "${floors[@]}"
 clean_tree
 echo 'inline std::string dv_name();' >>"$tree/include/Dorvane/DVPublic.h"
 expect rejects "a header that needs another one first" "${headers[@]}"
-clean_tree
-echo '// See spec'.md >>"$tree/src/low/Low.h"
-expect rejects "a comment about a paper that is not here" "$here/wording.sh" "$tree"
 
 library 'extern "C" void abort(); void dv_ours() { abort(); }'
 expect accepts "our own names" "$here/exports.sh" "$tree/lib.so"
