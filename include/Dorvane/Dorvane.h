@@ -47,26 +47,29 @@ class DORVANE_EXPORT Dorvane
 public:
     Dorvane() = delete;
 
+    // clang-format off
     // Starts the library; call it once, after the application object exists and before the first
-    // window. `projectId`: the project on the translation platform; null fails. Options (a value of another
-    // type than stated reads as absent):
+    // window. `projectId`: the project on the translation platform; null fails. Options (a value of
+    // another type than stated reads as absent):
     //
     //   "mode"              "DVDisabled", "DVOTAServing", "DVInAppReview", "DVContextCapture",
     //                       "DVInAppReviewAndContextCapture"; absent or unknown: no mode
-    //   "logging"           "DVLoggingInfo" (as when absent), "DVLoggingDebug"; any other: no log
+    //   "logging"           "DVLoggingInfo" (as when absent), "DVLoggingDebug"; any other value: no log
     //   "otaKey"            base64 text of the AES key of delivered files; required for serving
     //   "allowLocaleChange" boolean, serving only: setLocaleWithId is allowed
     //   "forceLocale"       locale identifier, serving only: instead of the device's locale
     //   "syncTimeout"       seconds that a missing file may hold the start; default 3
     //   "apiUserId", "apiUserSecret"  API credentials; required for context capture
     //   "environment"       "stage", else production
-    //   "servers"           map of base URLs "api", "sso", "delivery", "deliveryCdn"; https, or http on
-    //   loopback "analytics"         boolean, default YES: usage events are collected and sent "UITests"
-    //   boolean: the host runs automated user-interface tests
+    //   "servers"           map of base URLs "api", "sso", "delivery", "deliveryCdn";
+    //                       https, or http on loopback
+    //   "analytics"         boolean, default YES: usage events are collected and sent
+    //   "UITests"           boolean: the host runs automated user-interface tests
     //
     // With serving, the call holds the thread while it downloads strings that the device does not
-    // have, for at most "syncTimeout" per attempt; no event loop runs meanwhile. On another thread, or before
-    // there is an application object, it logs one line and does nothing.
+    // have, for at most "syncTimeout" per attempt; no event loop runs meanwhile. On another thread,
+    // or before there is an application object, it logs one line and does nothing.
+    // clang-format on
     static void startWithProjectId(const QString &projectId, const QVariantMap &andOptions = {});
 
     // The locale now served: of the translations, else the project's base locale; invalid before a start.

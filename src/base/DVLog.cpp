@@ -30,6 +30,7 @@ public:
     Q_DISABLE_COPY_MOVE(Writing)
 
     bool isNested() const { return m_nested; }
+    static bool isActive() { return s_active; }
 
 private:
     static thread_local bool s_active;
@@ -72,7 +73,8 @@ bool dv_wantsDebugLog()
 
 void dv_logDebugDeferred(const QString &message)
 {
-    if (dv_wantsDebugLog())
+    // A handler that looks a text up would be called again for it in a later turn, and so for ever.
+    if (dv_wantsDebugLog() && !Writing::isActive())
         DVMainQueue::post([message] { dv_logDebug(message); });
 }
 

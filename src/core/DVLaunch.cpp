@@ -94,7 +94,8 @@ DVMainController::Attempt DVMainController::attemptLocale(int index, const DVLoc
     }
     if (!loadServedStrings())
         return Attempt::Failed;
-    if (needed == DVNeedsSync::Stale)
+    // A file that did not parse has gone, or given way to the one before: then it is time to ask again.
+    if (needed == DVNeedsSync::Stale || (needed == DVNeedsSync::UpToDate && strings->needsSync() != needed))
         refreshInBackground(strings, {});
     report->insert(u"Success"_qs, true);
     report->insert(u"LocaleUsed"_qs, locale.identifier());
@@ -164,9 +165,11 @@ void DVMainController::forceOTALocale(const QString &identifier, bool allowSync,
     }
     serve(strings);
     const bool loaded = loadServedStrings();
-    if (needed == DVNeedsSync::UpToDate)
-        return complete(loaded);
-    refreshInBackground(strings, withCompletion);
+    if (needed != DVNeedsSync::UpToDate)
+        return refreshInBackground(strings, withCompletion);
+    if (strings->needsSync() != needed) // the file did not parse
+        refreshInBackground(strings, {});
+    complete(loaded);
 }
 
 void DVMainController::changeOTALocale(const QString &identifier, const Completion &andCompletion)

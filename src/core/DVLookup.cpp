@@ -74,6 +74,15 @@ QString formText(DVStringLayers::Hit hit, DVPluralForm::Rule rule, int n, bool c
     return cues ? hit.table->text(hit.entry, category) : hit.table->plainText(hit.entry, category);
 }
 
+// A base text that equals its source says nothing new, and would hide the application's own translations.
+bool saysNothingNew(DVStringLayers::Hit hit, int n, const QString &answer, const char *sourceText)
+{
+    if (n < 0 || !hit.table->hasPlurals(hit.entry))
+        return hit.table->textEqualsKey(hit.entry);
+    constexpr char16_t fullwidthPercent = 0xFF05; // stands for a literal percent sign in stored texts
+    return QString(answer).replace(QChar(fullwidthPercent), u'%') == QString::fromUtf8(sourceText);
+}
+
 void logAnswer(const char *sourceText, const QString &answer, const char *origin)
 {
     if (dv_wantsDebugLog()) {
@@ -188,10 +197,9 @@ QString DVLookup::translation(const char *context, const char *sourceText, int n
             return answer;
         }
     }
-    // A base text that equals its source says nothing new, and would hide the application's own translations.
-    if (const auto hit = snapshot->base.find(sourceText); hit && !hit.table->textEqualsKey(hit.entry)) {
+    if (const auto hit = snapshot->base.find(sourceText)) {
         const QString answer = formText(hit, snapshot->baseRule, n, cues);
-        if (!answer.isEmpty()) {
+        if (!answer.isEmpty() && !saysNothingNew(hit, n, answer, sourceText)) {
             logAnswer(sourceText, answer, "base");
             return answer;
         }

@@ -1,5 +1,6 @@
 #include "DVMainController.h"
 
+#include "DVAPISession.h"
 #include "DVAnalytics.h"
 #include "DVFolders.h"
 #include "DVForegroundWatch.h"
@@ -124,6 +125,12 @@ void DVMainController::applicationEnds()
     DVHttpTransport::shutDown(networkEndMs);
     DVTableFiles::finish(parsingEndMs);
     dv_reclaimRetired();
+    state.log = state.debug = state.uiTest = state.allowLocaleChange = false;
+    state.analyticsEnabled = true;
+    state.pullTimeout = 0;
+    state.setAppId({});
+    state.setAesKey({});
+    DVAPISession::sharedInstance() = {};
 }
 
 // Before the host's own code runs, both doors of the lookup are in place; until a start they pass

@@ -89,7 +89,7 @@ private:
     bool applyServers(const QVariantMap &options);
     bool parseServingOptions(const QVariantMap &options);
     bool parseCaptureOptions(const QVariantMap &options);
-    void clearModesWithoutTools();
+    void clearModesWithoutTools(bool say);
     void runMode(const QVariantMap &options);
 
     bool launchTimeIsUp() const;

@@ -36,7 +36,7 @@ void parseLogging(const QVariantMap &options)
 {
     auto &state = DVState::shared();
     const QVariant logging = options.value(u"logging"_qs);
-    if (!logging.isValid())
+    if (logging.isNull())
         return;
     const QString value = DVOptions::string(options, "logging"_L1).value_or(QString());
     if (value == "DVLoggingDebug"_L1) {
@@ -51,9 +51,11 @@ void parseLogging(const QVariantMap &options)
 
 void DVMainController::startWithProjectId(const QString &projectId, const QVariantMap &options)
 {
-    DVState::shared().log = true;
-    if (!canStart())
+    const bool logBefore = DVState::shared().log.exchange(true);
+    if (!canStart()) {
+        DVState::shared().log = logBefore;
         return;
+    }
     dv_refreshLogSink();
     if (DVOptions::string(options, "mode"_L1) == u"DVDisabled"_qs) {
         dv_logInfo(u"Dorvane disabled"_qs);
@@ -67,9 +69,10 @@ void DVMainController::startWithProjectId(const QString &projectId, const QVaria
     m_launchTime = DVClock::now();
     m_launchMonotonic = DVClock::monotonicNanoseconds();
     DVState::shared().setAppId(projectId);
-    if (!parseLaunchOptions(options))
+    const bool parsed = parseLaunchOptions(options);
+    clearModesWithoutTools(parsed);
+    if (!parsed)
         return;
-    clearModesWithoutTools();
     setupBaseLocale();
     runMode(options);
     DVAnalytics::trackEvent(u"Launch"_qs);
@@ -94,7 +97,7 @@ bool DVMainController::parseLaunchOptions(const QVariantMap &options)
 {
     auto &state = DVState::shared();
     parseLogging(options);
-    if (options.value(u"mode"_qs).isValid()) {
+    if (!options.value(u"mode"_qs).isNull()) {
         const QString mode = DVOptions::string(options, "mode"_L1).value_or(QString());
         state.servingMode = mode == "DVOTAServing"_L1;
         state.screenshotMode = mode == "DVContextCapture"_L1;
@@ -156,12 +159,14 @@ bool DVMainController::applyServers(const QVariantMap &options)
 }
 
 // Review and capture come with a library of their own. Without it texts must carry no markers.
-void DVMainController::clearModesWithoutTools()
+void DVMainController::clearModesWithoutTools(bool say)
 {
     auto &state = DVState::shared();
     if (!state.editionMode && !state.screenshotMode)
         return;
-    dv_logInfo(u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs);
+    if (say)
+        dv_logInfo(
+            u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs);
     state.editionMode = state.screenshotMode = state.mixedMode = false;
 }
 
@@ -192,7 +197,8 @@ void DVMainController::setupServingEvents()
     for (const int observer : std::as_const(m_observers))
         center.removeObserver(observer);
     QObject *application = QCoreApplication::instance();
-    m_foregroundWatch = std::make_unique<DVForegroundWatch>();
+    if (!m_foregroundWatch)
+        m_foregroundWatch = std::make_unique<DVForegroundWatch>();
     QObject *context = m_foregroundWatch.get();
     m_observers = {
         center.addObserver(context, DVApplicationWillEnterForegroundNotification, application,

@@ -8,6 +8,8 @@
 #include <QCoreApplication>
 #include <QEvent>
 
+#include <utility>
+
 namespace {
 
 // Ours, so that the filter can tell it from the host's. The event queue may merge it into one that
@@ -30,20 +32,28 @@ QString DVTranslator::translate(const char *context, const char *sourceText, con
 
 DVTranslatorPlace::DVTranslatorPlace()
 {
-    QCoreApplication::instance()->installEventFilter(this);
     moveToFront();
 }
 
 DVTranslatorPlace::~DVTranslatorPlace()
 {
+    comeFirst();
     m_swallow = true;
     QCoreApplication::removeTranslator(m_translator.get());
     if (auto *application = QCoreApplication::instance())
         application->removeEventFilter(this);
 }
 
+// Before filters that the host installed since, so that none of them sees the event that we swallow.
+void DVTranslatorPlace::comeFirst()
+{
+    if (auto *application = QCoreApplication::instance())
+        application->installEventFilter(this);
+}
+
 void DVTranslatorPlace::moveToFront()
 {
+    comeFirst();
     auto front = std::make_unique<DVTranslator>();
     QCoreApplication::installTranslator(front.get());
     if (m_translator) {
@@ -56,7 +66,8 @@ void DVTranslatorPlace::moveToFront()
 
 void DVTranslatorPlace::announceChange()
 {
-    QCoreApplication::postEvent(QCoreApplication::instance(), new PublicationEvent);
+    if (!std::exchange(m_pending, true))
+        QCoreApplication::postEvent(QCoreApplication::instance(), new PublicationEvent);
 }
 
 bool DVTranslatorPlace::eventFilter(QObject *watched, QEvent *event)
@@ -71,6 +82,7 @@ bool DVTranslatorPlace::eventFilter(QObject *watched, QEvent *event)
     }
     if (m_swallow)
         return true;
+    m_pending = false; // ours, or one that the event queue merged it into
     // The host installed or removed a translator: ours goes to the front before anybody asks again.
     if (!dynamic_cast<PublicationEvent *>(event))
         moveToFront();

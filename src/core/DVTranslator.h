@@ -39,6 +39,9 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void comeFirst();
+
     std::unique_ptr<DVTranslator> m_translator;
+    bool m_pending = false; // an announcement is posted and not yet delivered
     bool m_swallow = false; // the event that Qt sends for our own removal
 };

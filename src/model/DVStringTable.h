@@ -61,7 +61,9 @@ public:
     // The first form whose localizedHash equals `hash` (markers included, lower case), in the order
     // in which keys were first read; null when there is none. Main thread only. The index behind it
     // is built on first use; a search then does not depend on the number of strings.
-    DVStringPtr stringForLocalizedHash(const QString &hash) const;
+    // `accept` (may be empty) says whether a key counts.
+    using KeyFilter = std::function<bool(const QString &key)>;
+    DVStringPtr stringForLocalizedHash(const QString &hash, const KeyFilter &accept = {}) const;
 
     // Whether both hold the same keys with the same forms and texts.
     bool hasSameContent(const DVStringTable &other) const;

@@ -87,7 +87,7 @@ void DVStringTable::Private::indexLocalizedHashes()
     std::sort(hashedForms.begin(), hashedForms.end());
 }
 
-DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash) const
+DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash, const KeyFilter &accept) const
 {
     const std::lock_guard lock(d->mutex);
     if (!std::exchange(d->indexed, true))
@@ -96,8 +96,11 @@ DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash) const
     auto found =
         std::lower_bound(d->hashedForms.begin(), d->hashedForms.end(), Private::HashedForm{wanted, 0, 0});
     for (; found != d->hashedForms.end() && found->hash == wanted; ++found) {
-        const Block::Form form = d->block.formAt(d->block.record(found->record), found->form);
+        const Block::Record &record = d->block.record(found->record);
+        const Block::Form form = d->block.formAt(record, found->form);
         if (d->localizedHash(form) != hash)
+            continue;
+        if (accept && !accept(dv_stringFromUtf8(Block::key(record))))
             continue;
         const QString name = form.category == uint8_t(DVPluralCategory::None)
                                  ? dv_pluralCategoryName(DVPluralCategory::None)

@@ -109,7 +109,8 @@ void DVXliffUnitStates::endUnit()
 {
     m_state = Nowhere;
     --m_openUnits;
-    if (!m_hasKey)
+    // Once: further ends of units around it would hand out the same texts again and again.
+    if (!std::exchange(m_hasKey, false))
         return;
     DVXliffUnit unit;
     unit.key = m_key;

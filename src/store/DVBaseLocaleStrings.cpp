@@ -122,6 +122,8 @@ QString DVBaseLocaleStrings::dummyLocalePresentOnDevice()
         if (last <= first)
             continue;
         const QString identifier = name.mid(first + 1, last - first - 1);
+        if (!dv_isSafeLocaleIdentifier(identifier))
+            continue;
         const QString stem = QString(version + u'_' + identifier);
         if (folder.exists(QString(stem + u"_published.xlf")) &&
             folder.exists(QString(stem + u"_pending.xlf")))

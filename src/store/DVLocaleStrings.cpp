@@ -105,7 +105,8 @@ bool DVLocaleStrings::loadStringsFromPath(const QString &path, DVStringLayers *i
             return QStringLiteral("Error loading strings from %1: %2").arg(path, error->description);
         });
     }
-    if (failure == DVTableFiles::Failure::Unparsable && DVReplacedFile::deleteAndRestore(path))
+    if (failure == DVTableFiles::Failure::Unparsable &&
+        DVReplacedFile::deleteAndRestore(path, tables.identity))
         return loadStringsFromPath(path, intoDict, source, withStatus);
     return false;
 }
@@ -242,12 +243,13 @@ void DVLocaleStrings::pullFromProdForce(bool force, std::function<void(bool)> wi
         return;
     }
     const bool needCues = DVState::shared().stringsNeedCues();
+    const int restores = DVReplacedFile::restoreCount(path);
     DVNetwork::downloadFileAtURL(
         downloadUrl(force), path, lastDownloadDate(),
-        [self = shared_from_this(), path, needCues,
+        [self = shared_from_this(), path, needCues, restores,
          then = std::move(withCompletion)](const DVErrorOr &error, const DVHttpResponse &,
                                            const QDateTime &expiration, const QDateTime &download) {
-            if (!error)
+            if (!error && DVReplacedFile::restoreCount(path) == restores)
                 self->storeDates(expiration, download);
             const bool success = !error;
             if (!then)
@@ -291,9 +293,13 @@ QString DVLocaleStrings::localizedStringForKey(const QString &key, const QString
     const auto hit = m_loadedStrings.find(QStringView(key));
     if (!hit)
         return {};
+    if (plural.isNull())
+        return hit.table->text(hit.entry);
     DVPluralCategory category;
-    return dv_pluralCategoryFromName(plural, &category) ? hit.table->text(hit.entry, category)
-                                                        : hit.table->text(hit.entry);
+    if (dv_pluralCategoryFromName(plural, &category))
+        return hit.table->text(hit.entry, category);
+    const DVStringPtr record = dorvaneStringForKey(key, plural); // a form under a name of its own
+    return record ? record->localizedFormat : QString();
 }
 
 QString DVLocaleStrings::localizedStringForKey(const QString &key) const

@@ -9,6 +9,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonObject>
 #include <QMutex>
 
@@ -46,6 +47,30 @@ void restoreDates(const QString &path)
     defaults.removeKey(datesKey(path));
 }
 
+// Under the mutex of the strings files. Never destroyed.
+QHash<QString, int> &restores()
+{
+    static auto *counts = new QHash<QString, int>;
+    return *counts;
+}
+
+// Both return why they failed, or nothing.
+QString remove(const QString &path)
+{
+    QFile file(path);
+    return file.remove() ? QString() : file.errorString();
+}
+
+// The dates first: killed in between, the next start finds the bad file again and comes back here.
+// The rename takes the place of the bad file in one step.
+QString putBack(const QString &path)
+{
+    restoreDates(path);
+    std::error_code failure;
+    std::filesystem::rename(dv_previousFilePath(path).toStdU16String(), path.toStdU16String(), failure);
+    return failure ? QString::fromStdString(failure.message()) : QString();
+}
+
 } // namespace
 
 void DVReplacedFile::forget(const QString &path, const DVFileIdentity &parsed)
@@ -77,25 +102,29 @@ void DVReplacedFile::keepDates(const QString &path, const DVLocale &locale)
     defaults.setObject(datesKey(path), dates);
 }
 
-bool DVReplacedFile::deleteAndRestore(const QString &path)
+int DVReplacedFile::restoreCount(const QString &path)
+{
+    const QMutexLocker lock(&dv_stringsFilesMutex());
+    return restores().value(path);
+}
+
+bool DVReplacedFile::deleteAndRestore(const QString &path, const DVFileIdentity &unparsable)
 {
     if (!isOurs(path))
         return false;
     dv_logDebug(QStringLiteral("Deleting file"));
-    const QMutexLocker lock(&dv_stringsFilesMutex());
-    const QString previous = dv_previousFilePath(path);
-    if (!QFile::exists(previous)) {
-        QFile file(path);
-        if (!file.remove())
-            dv_logDebug(QStringLiteral("Can't delete file: %1").arg(file.errorString()));
-        return false;
+    QString failure;
+    bool another = true;
+    {
+        const QMutexLocker lock(&dv_stringsFilesMutex());
+        if (DVFileIdentity::ofPath(path) == unparsable) {
+            ++restores()[path];
+            another = QFile::exists(dv_previousFilePath(path));
+            failure = another ? putBack(path) : remove(path);
+            another = another && failure.isEmpty();
+        }
     }
-    // The dates first: killed in between, the next start finds the bad file again and comes back here.
-    // The rename takes the place of the bad file in one step.
-    restoreDates(path);
-    std::error_code failure;
-    std::filesystem::rename(previous.toStdU16String(), path.toStdU16String(), failure);
-    if (failure)
-        dv_logDebug(QStringLiteral("Can't delete file: %1").arg(QString::fromStdString(failure.message())));
-    return !failure;
+    if (!failure.isEmpty())
+        dv_logDebug(QStringLiteral("Can't delete file: %1").arg(failure));
+    return another;
 }

@@ -23,8 +23,13 @@ void forget(const QString &path, const DVFileIdentity &parsed);
 void keepDates(const QString &path, const DVLocale &locale);
 
 // Deletes a file below the folder of the library's files that does not parse, and puts the one that
-// it replaced back with its dates. Returns whether there was one to put back. Files elsewhere are
-// the host's: nothing happens to them.
-bool deleteAndRestore(const QString &path);
+// it replaced back with its dates. Nothing is deleted when a download has replaced the file since.
+// Returns whether there is another file to read now. Files elsewhere are the host's: nothing
+// happens to them.
+bool deleteAndRestore(const QString &path, const DVFileIdentity &unparsable);
+
+// How often a file was put back for the path: a download whose file was taken back meanwhile must not
+// store its dates for the old one.
+int restoreCount(const QString &path);
 
 } // namespace DVReplacedFile

@@ -5,7 +5,7 @@
 DVStringLayers::DVStringLayers(std::vector<DVStringTablePtr> tables)
     : m_tables(std::move(tables))
 {
-    std::erase(m_tables, nullptr);
+    std::erase_if(m_tables, [](const DVStringTablePtr &table) { return !table || table->size() == 0; });
 }
 
 bool DVStringLayers::isEmpty() const
@@ -19,7 +19,7 @@ bool DVStringLayers::isEmpty() const
 
 void DVStringLayers::layOver(const DVStringTablePtr &table)
 {
-    if (table)
+    if (table && table->size() > 0)
         m_tables.insert(m_tables.begin(), table);
 }
 
@@ -62,9 +62,11 @@ DVStringGroupPtr DVStringLayers::group(const QString &key) const
 DVStringPtr DVStringLayers::stringForLocalizedHash(const QString &hash) const
 {
     for (const auto &table : m_tables) {
-        const DVStringPtr string = table->stringForLocalizedHash(hash);
         // A key that an upper table holds too is served from there, not from here.
-        if (string && find(QStringView(string->key)).table == table.get())
+        const auto servedFromHere = [&](const QString &key) {
+            return find(QStringView(key)).table == table.get();
+        };
+        if (const DVStringPtr string = table->stringForLocalizedHash(hash, servedFromHere))
             return string;
     }
     return nullptr;

@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QStringList>
 
+#include <functional>
 #include <vector>
 
 // A value. Lookups ask the tables in order and stop at the first that holds the key.
@@ -20,7 +21,7 @@ public:
     };
 
     DVStringLayers() = default;
-    // Null tables are left out.
+    // Tables that are null or hold nothing are left out.
     explicit DVStringLayers(std::vector<DVStringTablePtr> tables);
 
     bool isEmpty() const; // no table holds a string

@@ -9,7 +9,9 @@
 #include <QHash>
 #include <QMutex>
 
-#include <tuple>
+#include <atomic>
+#include <memory>
+#include <new>
 
 #if defined(Q_OS_UNIX)
 #include <sys/stat.h>
@@ -84,9 +86,33 @@ DVSerialQueue &parsingQueue()
     static auto *instance = new DVSerialQueue("dorvane-parse");
     return *instance;
 }
-std::atomic<bool> &cancelled()
+
+// Cancels what one application object has begun; the next one gets a flag of its own, so that a parse
+// left behind stays cancelled.
+using CancelFlag = std::shared_ptr<std::atomic<bool>>;
+
+class CurrentFlag
 {
-    static auto *flag = new std::atomic<bool>(false);
+public:
+    CancelFlag get()
+    {
+        const QMutexLocker lock(&m_mutex);
+        return m_flag;
+    }
+    void cancelAndReplace()
+    {
+        const QMutexLocker lock(&m_mutex);
+        *m_flag = true;
+        m_flag = std::make_shared<std::atomic<bool>>(false);
+    }
+
+private:
+    QMutex m_mutex;
+    CancelFlag m_flag = std::make_shared<std::atomic<bool>>(false);
+};
+CurrentFlag &currentFlag()
+{
+    static auto *flag = new CurrentFlag;
     return *flag;
 }
 
@@ -103,22 +129,34 @@ DVFileIdentity DVFileIdentity::ofPath(const QString &path)
     return file.open(QIODevice::ReadOnly) ? identityOf(file) : DVFileIdentity();
 }
 
-DVTableFiles::Failure DVTableFiles::load(const QString &path, quint32 status, bool needCues,
-                                         DVFileTables *tables, DVErrorOr *error)
+namespace {
+
+constexpr int cancelledCode = 4; // of DVXliffReader
+
+DVTableFiles::Failure parse(const QByteArray &document, quint32 status, bool needCues,
+                            const CancelFlag &cancelled, DVFileTables *tables, DVErrorOr *error)
 {
-    QFile file(path);
-    if (path.isEmpty() || !file.exists())
-        return Failure::Missing;
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = deviceError(file);
-        return Failure::Unread;
-    }
+    DVStringTableBuilder strings(needCues);
+    DVStringTableBuilder sources(needCues, true);
+    *error = dv_readXliffIntoTables(document, status, strings, &sources, needCues, cancelled.get());
+    if (*error)
+        return (*error)->code == cancelledCode ? DVTableFiles::Failure::Unread
+                                               : DVTableFiles::Failure::Unparsable;
+    tables->strings = strings.build();
+    tables->sources = sources.build();
+    return DVTableFiles::Failure::None;
+}
+
+DVTableFiles::Failure loadFile(QFile &file, quint32 status, bool needCues, const CancelFlag &cancelled,
+                               DVFileTables *tables, DVErrorOr *error)
+{
+    using Failure = DVTableFiles::Failure;
     Remembered wanted{identityOf(file), needCues, status, {}, {}};
+    tables->identity = wanted.identity;
     // A review changes records in place, and a reload has to start from the file again.
     const bool mayShare = !DVState::shared().editionMode;
-    if (mayShare && memory().recall(path, wanted, tables))
+    if (mayShare && memory().recall(file.fileName(), wanted, tables))
         return Failure::None;
-
     if (file.size() > maximumFileSize) {
         *error = DVError{QStringLiteral("dorvane.file"), int(QFile::ReadError),
                          QStringLiteral("The file is too large")};
@@ -129,33 +167,54 @@ DVTableFiles::Failure DVTableFiles::load(const QString &path, quint32 status, bo
         *error = deviceError(file);
         return Failure::Unread;
     }
-    DVStringTableBuilder strings(needCues);
-    DVStringTableBuilder sources(needCues, true);
-    *error = dv_readXliffIntoTables(document, status, strings, &sources, needCues, &cancelled());
-    if (*error)
-        return cancelled() ? Failure::Unread : Failure::Unparsable;
-    *tables = {strings.build(), sources.build(), wanted.identity};
-    wanted.strings = tables->strings;
-    wanted.sources = tables->sources;
-    memory().remember(path, wanted);
-    return Failure::None;
+    const Failure failure = parse(document, status, needCues, cancelled, tables, error);
+    if (failure == Failure::None && mayShare) {
+        wanted.strings = tables->strings;
+        wanted.sources = tables->sources;
+        memory().remember(file.fileName(), wanted);
+    }
+    return failure;
+}
+
+} // namespace
+
+DVTableFiles::Failure DVTableFiles::load(const QString &path, quint32 status, bool needCues,
+                                         DVFileTables *tables, DVErrorOr *error)
+{
+    QFile file(path);
+    if (path.isEmpty() || !file.exists())
+        return Failure::Missing;
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = deviceError(file);
+        return Failure::Unread;
+    }
+    try {
+        return loadFile(file, status, needCues, currentFlag().get(), tables, error);
+    } catch (const std::bad_alloc &) {
+        *error = DVError{QStringLiteral("dorvane.file"), int(QFile::ResourceError),
+                         QStringLiteral("Out of memory")};
+        return Failure::Unread;
+    }
 }
 
 void DVTableFiles::prepare(const QString &path, quint32 status, bool needCues, std::function<void()> then)
 {
-    cancelled() = false;
-    parsingQueue().addOperation([path, status, needCues, then = std::move(then)]() mutable {
-        DVFileTables tables;
-        DVErrorOr error;
-        load(path, status, needCues, &tables, &error);
-        // The closure holds the tables until `then` had the chance to ask for them.
-        DVMainQueue::post([tables, then = std::move(then)] { then(); });
-    });
+    parsingQueue().addOperation(
+        [path, status, needCues, cancelled = currentFlag().get(), then = std::move(then)]() mutable {
+            if (*cancelled)
+                return;
+            DVFileTables tables;
+            DVErrorOr error;
+            load(path, status, needCues, &tables, &error);
+            if (*cancelled)
+                return;
+            // The closure holds the tables until `then` had the chance to ask for them.
+            DVMainQueue::post([tables, then = std::move(then)] { then(); });
+        });
 }
 
 void DVTableFiles::finish(int milliseconds)
 {
-    cancelled() = true;
+    currentFlag().cancelAndReplace();
     parsingQueue().finish(milliseconds);
-    cancelled() = false;
 }

@@ -5,6 +5,7 @@
 #include "DVFolders.h"
 #include "DVLocaleStrings.h"
 #include "DVNetwork.h"
+#include "DVReplacedFile.h"
 #include "DVState.h"
 #include "DVUserDefaults.h"
 
@@ -67,6 +68,7 @@ private Q_SLOTS:
     void killedBetweenTheFileAndItsDates();
     void baseStrings();
     void sourceTextsLieOverPackagedTexts();
+    void shadowedTextsAreFoundUnderTheirOtherKeys();
     void borrowedLocale();
     void hostileIdentifiers_data();
     void hostileIdentifiers();
@@ -194,6 +196,7 @@ void tst_LocaleStrings::needsSync_data()
     QTest::newRow("packaged only") << false << true << 60 << DVNeedsSync::Stale;
     QTest::newRow("published without a date") << true << true << -1000 << DVNeedsSync::Missing;
     QTest::newRow("published and fresh") << true << false << 60 << DVNeedsSync::UpToDate;
+    QTest::newRow("published and expiring in this second") << true << false << 0 << DVNeedsSync::Stale;
     QTest::newRow("published and expired") << true << false << -1 << DVNeedsSync::Stale;
 }
 
@@ -266,6 +269,8 @@ void tst_LocaleStrings::theReplacedFileComesBackWithItsDates()
     // Two damaged files in a row: both go, and nothing hangs.
     write(path, "damaged");
     write(dv_previousFilePath(path), "damaged too");
+    QVERIFY2(DVReplacedFile::deleteAndRestore(path, DVFileIdentity()) && read(path) == "damaged",
+             "a file that is not the one that failed to parse stays, and is read again");
     store()->loadStringsWithBaseLocaleStrings(nullptr);
     QVERIFY(!QFile::exists(path) && !QFile::exists(dv_previousFilePath(path)));
 }
@@ -315,6 +320,21 @@ void tst_LocaleStrings::sourceTextsLieOverPackagedTexts()
     other->loadStringsWithBaseLocaleStrings(base.get());
     QCOMPARE(base->localizedStringForKey(u"k"_qs), u"packaged"_qs);
     QCOMPARE(base->localizedStringForKey(u"z"_qs), u"zed"_qs);
+}
+
+void tst_LocaleStrings::shadowedTextsAreFoundUnderTheirOtherKeys()
+{
+    write(QString(m_bundle + u"/en.lproj/Localizable.strings"), "\"title\" = \"OK\"; \"button\" = \"OK\";");
+    DVBundle::setMainBundle(DVBundle(m_bundle));
+    const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
+    for (const QString &shadowed : {u"title"_qs, u"button"_qs}) {
+        const auto strings = store();
+        write(strings->publishedFilePath(), xliff(shadowed, u"Okay"_qs, u"t"_qs));
+        strings->loadStringsWithBaseLocaleStrings(base.get());
+        const DVStringPtr found = base->dorvaneStringForLocalizedString(u"ok"_qs);
+        QVERIFY(found);
+        QCOMPARE(found->key, shadowed == u"title" ? u"button"_qs : u"title"_qs);
+    }
 }
 
 void tst_LocaleStrings::borrowedLocale()
