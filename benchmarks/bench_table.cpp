@@ -83,6 +83,9 @@ Contenders::Contenders(const std::vector<SampleString> &strings)
         hash.insert(QString::fromStdString(string.key), QString::fromStdString(string.target));
     }
     table = builder.build();
+    // The texts come to lie in memory as QHash's do, not in the order in which they will be used.
+    for (const SampleString &string : strings)
+        Measure::keep(table->text(table->find(string.key.c_str())));
     makeQm(strings);
     makeMo(strings);
 }

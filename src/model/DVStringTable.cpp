@@ -124,6 +124,7 @@ DVStringTable::Entry DVStringTable::find(const char *utf8Key, qsizetype length) 
         const Block::Slot &slot = block.slots[i];
         if (slot.hash != hash)
             continue;
+        d->texts.prefetchText(i); // while the key is compared
         const Block::Record &record = block.record(slot.record);
         if (record.keyLength == size && std::memcmp(Block::keyBytes(record), utf8Key, size) == 0)
             return i;

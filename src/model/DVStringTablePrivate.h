@@ -28,6 +28,11 @@ public:
         return make(index, text, length);
     }
     void prefetch(std::size_t index) const { __builtin_prefetch(m_data.get() + index); }
+    // Its reference count, to be written to.
+    void prefetchText(std::size_t index) const
+    {
+        __builtin_prefetch(reference(index).load(std::memory_order_relaxed), 1);
+    }
 
 private:
     struct Free
