@@ -85,7 +85,8 @@ void tst_Launch::candidatesInOrder()
     QVariantMap options = host.servingOptions(server);
     options.insert(u"analytics"_qs, true);
     bool turned = false;
-    QTimer::singleShot(0, [&] { turned = true; });
+    const QObject guard; // the timer must not outlive what it sets
+    QTimer::singleShot(0, &guard, [&] { turned = true; });
     Dorvane::startWithProjectId(u"p 1"_qs, options);
     QVERIFY2(!turned, "the host's event loop ran inside the start");
     QCOMPARE(targets(server).mid(0, 2), (QList<QByteArray>{"/projects/p%201/1.0/fr-BE/strings.gz/force",
@@ -271,7 +272,8 @@ void tst_Launch::theLimitHolds()
     QVariantMap options = host.servingOptions(server);
     options.insert(u"syncTimeout"_qs, 1);
     bool turned = false;
-    QTimer::singleShot(0, [&] { turned = true; });
+    const QObject guard; // the timer must not outlive what it sets
+    QTimer::singleShot(0, &guard, [&] { turned = true; });
     // A machine that is busy with other things may take the processor away for longer than that; not every
     // time.
     qint64 best = std::numeric_limits<qint64>::max();
