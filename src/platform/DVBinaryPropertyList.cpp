@@ -101,7 +101,7 @@ private:
     {
         if (offset < signatureSize || !claim(offset, 1))
             return false;
-        const quint8 marker = quint8(m_data[qsizetype(offset)]);
+        const auto marker = quint8(m_data[qsizetype(offset)]);
         const quint8 low = marker & 0x0f;
         switch (marker >> 4) {
         case 0x0:
@@ -166,7 +166,7 @@ private:
             return Content{offset + 1, low};
         if (!claim(offset + 1, 1))
             return {};
-        const quint8 marker = quint8(m_data[qsizetype(offset + 1)]);
+        const auto marker = quint8(m_data[qsizetype(offset + 1)]);
         const quint64 size = 1u << (marker & 0x0fu);
         if (marker >> 4 != 0x1 || size > 8 || !claim(offset + 2, size))
             return {};

@@ -63,11 +63,11 @@ public:
         *tables = {found->strings.lock(), found->sources.lock(), found->identity};
         return tables->strings && tables->sources;
     }
-    void remember(const QString &path, Remembered file)
+    void remember(const QString &path, const Remembered &file)
     {
         const QMutexLocker lock(&m_mutex);
         m_files.removeIf([](const auto &entry) { return entry.value().strings.expired(); });
-        m_files.insert(path, std::move(file));
+        m_files.insert(path, file);
     }
 
 private:
