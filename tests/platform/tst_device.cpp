@@ -122,7 +122,7 @@ private Q_SLOTS:
         const auto lines = QString::fromLatin1(login.readAllStandardOutput()).split(u'\n');
         QCOMPARE(lines.size(), 3);
         const QStringList languages = lines[0].split(u' ');
-        const QString current = lines[1];
+        const QString &current = lines[1];
         QCOMPARE(languages.value(0), firstLanguage);
         QCOMPARE(current, locale);
     }
