@@ -269,7 +269,7 @@ DVAnalytics &DVAnalytics::sharedInstance()
 {
     // Never destroyed: an operation that a stalled disk holds may end after the process's statics.
     alignas(DVAnalytics) static std::byte storage[sizeof(DVAnalytics)];
-    static DVAnalytics *const instance = new (storage) DVAnalytics;
+    static auto *const instance = new (storage) DVAnalytics;
     return *instance;
 }
 
