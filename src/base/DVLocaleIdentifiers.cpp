@@ -124,8 +124,8 @@ QString dorvaneLocaleIdentifier(const DVLocale &locale)
 
 const QStringList &dv_supportedLocales()
 {
-    static const QStringList locales = QString(supportedLocales).split(u' ');
-    return locales;
+    static const auto *locales = new QStringList(QString(supportedLocales).split(u' ')); // never destroyed
+    return *locales;
 }
 
 QString dv_getDeviceLocaleAttempt(int attempt)

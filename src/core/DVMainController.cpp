@@ -6,6 +6,7 @@
 #include "DVForegroundWatch.h"
 #include "DVHttpTransport.h"
 #include "DVLookup.h"
+#include "DVOffSwitch.h"
 #include "DVTableFiles.h"
 #include "DVTranslator.h"
 
@@ -102,7 +103,6 @@ void DVMainController::publishSnapshot()
 void DVMainController::applicationBegins()
 {
     DVLookup::interceptBundleLookup();
-    m_translatorPlace = std::make_unique<DVTranslatorPlace>();
 }
 
 void DVMainController::applicationEnds()
@@ -133,10 +133,12 @@ void DVMainController::applicationEnds()
     DVAPISession::sharedInstance() = {};
 }
 
-// Before the host's own code runs, both doors of the lookup are in place; until a start they pass
-// everything on.
+// Before the host's own code runs, the bundle's lookup is ours; until a start it passes everything on. The
+// translator is installed by a start: an application that never starts the library has nothing of it.
 static void dv_applicationBegins()
 {
+    if (dv_isSwitchedOff())
+        return;
     qAddPostRoutine([] { DVMainController::sharedInstance().applicationEnds(); });
     DVMainController::sharedInstance().applicationBegins();
 }

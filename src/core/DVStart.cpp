@@ -7,8 +7,10 @@
 #include "DVLog.h"
 #include "DVMainController.h"
 #include "DVMainQueue.h"
+#include "DVOffSwitch.h"
 #include "DVOptions.h"
 #include "DVServerUrl.h"
+#include "DVTranslator.h"
 #include "DVVersion.h"
 
 #include <Dorvane/DVBundle.h>
@@ -47,10 +49,21 @@ void parseLogging(const QVariantMap &options)
     }
 }
 
+// One line, whatever the options say about logging, and then silence.
+void saySwitchedOff()
+{
+    auto &state = DVState::shared();
+    const bool logBefore = state.log.exchange(true);
+    dv_logInfo(u"Dorvane disabled by DORVANE_DISABLED in the environment"_qs);
+    state.log = logBefore;
+}
+
 } // namespace
 
 void DVMainController::startWithProjectId(const QString &projectId, const QVariantMap &options)
 {
+    if (dv_isSwitchedOff())
+        return saySwitchedOff();
     const bool logBefore = DVState::shared().log.exchange(true);
     if (!canStart()) {
         DVState::shared().log = logBefore;
@@ -77,6 +90,8 @@ void DVMainController::startWithProjectId(const QString &projectId, const QVaria
     runMode(options);
     DVAnalytics::trackEvent(u"Launch"_qs);
     DVState::shared().appLaunched = true;
+    if (!m_translatorPlace)
+        m_translatorPlace = std::make_unique<DVTranslatorPlace>();
     publishSnapshot();
 }
 

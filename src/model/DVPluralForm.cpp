@@ -264,7 +264,9 @@ static_assert(std::ranges::adjacent_find(languages, {}, &Language::code) == lang
 
 const QString &categoryName(size_t index)
 {
-    static const std::array<QString, DVPluralCategoryCount> names{
+    using Names = std::array<QString, DVPluralCategoryCount>;
+    // Never destroyed: lookups may come after the static objects are gone.
+    static const auto &names = *new Names{
         QStringLiteral("zero"), QStringLiteral("one"),   QStringLiteral("two"), QStringLiteral("few"),
         QStringLiteral("many"), QStringLiteral("other"), QStringLiteral("none")};
     return names[std::min(index, names.size() - 1)];

@@ -2,6 +2,6 @@
 
 DVAPISession &DVAPISession::sharedInstance()
 {
-    static DVAPISession session;
-    return session;
+    static auto *session = new DVAPISession; // never destroyed, as all that is shared
+    return *session;
 }

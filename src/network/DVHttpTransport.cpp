@@ -4,6 +4,7 @@
 #include "DVNetworkThread.h"
 
 #include "DVMainQueue.h"
+#include "DVProcess.h"
 
 #include <QCoreApplication>
 #include <QSslSocket>
@@ -28,8 +29,17 @@ struct Threads
 {
     std::mutex mutex;
     std::unique_ptr<DVNetworkThread> thread;
+    qint64 process = 0; // which started the thread
     bool endsWithApplication = false;
     std::atomic<int> generation = 0; // counts ends, so that completions posted before one are dropped
+
+    // In the child of a fork() the thread is gone, and with it whoever could end it: its object stays for
+    // ever.
+    void forgetParentsThread()
+    {
+        if (thread && process != DVProcess::id())
+            static_cast<void>(thread.release());
+    }
 };
 
 Threads &threads()
@@ -57,9 +67,11 @@ bool postToThread(DVNetworkThread::Work work)
         return false;
     Threads &all = threads();
     const std::lock_guard lock(all.mutex);
+    all.forgetParentsThread();
     if (!all.thread) {
         all.thread = std::make_unique<DVNetworkThread>();
         all.thread->start();
+        all.process = DVProcess::id();
         if (!std::exchange(all.endsWithApplication, true))
             qAddPostRoutine(endWithApplication);
     }
@@ -209,6 +221,7 @@ void DVHttpTransport::shutDown(int milliseconds)
     std::unique_ptr<DVNetworkThread> thread;
     {
         const std::lock_guard lock(all.mutex);
+        all.forgetParentsThread();
         ++all.generation;
         thread.swap(all.thread);
     }

@@ -172,14 +172,19 @@ void DVNetwork::debugRequest(const DVHttpRequest &request, const DVHttpResponse 
                                  {QStringLiteral("Code"), withResponse.statusCode}});
 }
 
+void DVNetwork::announceWrite(const QByteArray &data, const QString &toFile)
+{
+    dv_logDebugLazily(
+        [&] { return QString(u"Writing " % QString::number(data.size()) % u" bytes to " % toFile); });
+}
+
 DVErrorOr DVNetwork::writeData(const QByteArray &data, const QString &toFile)
 {
     const QString folder = QFileInfo(toFile).path();
     if (!DVFolders::makePrivateFolder(folder))
         return DVError{QStringLiteral("dorvane.file"), QFileDevice::OpenError,
                        u"Cannot create the folder " % folder};
-    dv_logDebugLazily(
-        [&] { return QString(u"Writing " % QString::number(data.size()) % u" bytes to " % toFile); });
+    announceWrite(data, toFile);
     return DVPrivateFile::write(toFile, data);
 }
 

@@ -46,6 +46,8 @@ public:
     static void debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse,
                              const DVErrorOr &error, const QJsonValue &andJson, const QString &bodyDebug);
 
+    // The debug line of a write; writeData() says it itself.
+    static void announceWrite(const QByteArray &data, const QString &toFile);
     static DVErrorOr writeData(const QByteArray &data, const QString &toFile);
 
     static void getUrl(const QString &url, DVJsonCompletion withCompletion);

@@ -25,8 +25,8 @@ struct Replacements
 
 Replacements &replacements()
 {
-    static Replacements shared;
-    return shared;
+    static auto *shared = new Replacements; // never destroyed: threads may outlive static objects
+    return *shared;
 }
 
 int currentEnvironment()

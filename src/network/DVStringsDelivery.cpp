@@ -92,6 +92,7 @@ DVStringsDelivery::Content DVStringsDelivery::decode(const QByteArray &body)
 
 DVErrorOr DVStringsDelivery::replace(const QString &path, const QByteArray &strings)
 {
+    DVNetwork::announceWrite(strings, path); // a host's message handler must not run under the lock
     const QMutexLocker lock(&dv_stringsFilesMutex());
     const QString previous = dv_previousFilePath(path);
     // One that is kept already was good; the present one has not been parsed yet.
@@ -99,7 +100,7 @@ DVErrorOr DVStringsDelivery::replace(const QString &path, const QByteArray &stri
         if (const DVErrorOr error = keepAs(path, previous))
             return error;
     }
-    return DVNetwork::writeData(strings, path);
+    return DVPrivateFile::write(path, strings);
 }
 
 DVErrorOr DVStringsDelivery::errorOfLength(const DVHttpResponse &response)

@@ -146,8 +146,7 @@ QString DVBundleData::pathForResource(const QString &name, const QString &type,
 
 QString DVBundleData::packagedText(const QString &key, const QString &table)
 {
-    static const QString defaultName = u"Localizable"_qs;
-    const QString &name = table.isEmpty() ? defaultName : table;
+    const QString name = table.isEmpty() ? u"Localizable"_qs : table; // the literal is not copied
     const Table *found = findTable(name);
     if (!found)
         found = readTable(name);

@@ -135,8 +135,9 @@ double DVDevice::systemVersionNumber()
 {
     const auto override = currentOverride();
     const QString version = override.systemVersion ? *override.systemVersion : QSysInfo::productVersion();
-    static const QRegularExpression leadingNumber(u"^[0-9]{1,9}(\\.[0-9]{1,9})?"_qs);
-    const double number = leadingNumber.match(version).captured().toDouble();
+    // Never destroyed: a lookup from a static object's destructor may come here.
+    static const auto *leadingNumber = new QRegularExpression(u"^[0-9]{1,9}(\\.[0-9]{1,9})?"_qs);
+    const double number = leadingNumber->match(version).captured().toDouble();
     return override.systemVersion ? number : std::max(number, 9.0);
 }
 

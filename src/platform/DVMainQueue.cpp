@@ -42,8 +42,9 @@ protected:
     }
 };
 
-// The receiver lives as long as the application object. Events are posted to it under the mutex,
-// so that no other thread can post to one that has just gone; each announces one piece of work.
+// The receiver is made by the first work and lives as long as the application object. Events are posted
+// to it under the mutex, so that no other thread can post to one that has just gone; each announces one
+// piece of work.
 struct State
 {
     std::mutex mutex;
@@ -53,9 +54,19 @@ struct State
     bool firstTurnHasPassed = false;
     std::atomic<QThread *> mainThread = nullptr;
 
+    bool haveReceiver()
+    {
+        QThread *thread = mainThread;
+        if (!receiver && thread) {
+            receiver = std::make_unique<Receiver>();
+            receiver->moveToThread(thread);
+        }
+        return receiver != nullptr;
+    }
+
     void postLocked(Work next)
     {
-        if (!receiver || !next)
+        if (!next || !haveReceiver())
             return;
         work.push_back(std::move(next));
         QCoreApplication::postEvent(receiver.get(), new QEvent(QEvent::User)); // the event queue owns it
@@ -126,14 +137,7 @@ void applicationEnds()
 
 void applicationStarts()
 {
-    auto *application = QCoreApplication::instance();
-    auto &s = state();
-    {
-        const std::lock_guard lock(s.mutex);
-        s.receiver = std::make_unique<Receiver>();
-        s.receiver->moveToThread(application->thread());
-        s.mainThread = application->thread();
-    }
+    state().mainThread = QCoreApplication::instance()->thread();
     qAddPostRoutine(applicationEnds);
 }
 Q_COREAPP_STARTUP_FUNCTION(applicationStarts)
@@ -161,7 +165,7 @@ void DVMainQueue::postAfterFirstTurn(Work work)
         s.postLocked(std::move(work));
         return;
     }
-    if (!s.receiver)
+    if (!s.mainThread)
         return;
     s.waitingForFirstTurn.push_back(std::move(work));
     // An event comes within the first turn; a timer that starts there fires in the second.

@@ -59,8 +59,9 @@ bool isFirstWriteInto(const QString &folder)
 // A save that was killed leaves QSaveFile's temporary file: the name, a dot and six random characters.
 bool isTemporaryOf(const QString &candidate, const QString &name)
 {
-    static const QRegularExpression form(u"\\A(.+)\\.[A-Za-z0-9]{6}\\z"_qs);
-    const QString target = form.match(candidate).captured(1);
+    // Never destroyed: a thread left behind at the end may still save.
+    static const auto *form = new QRegularExpression(u"\\A(.+)\\.[A-Za-z0-9]{6}\\z"_qs);
+    const QString target = form->match(candidate).captured(1);
     if (target.isEmpty())
         return false;
     return target == name || target.endsWith(u"_published.xlf") || target == u"defaults.json" ||

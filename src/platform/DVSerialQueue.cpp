@@ -1,5 +1,7 @@
 #include "DVSerialQueue.h"
 
+#include "DVProcess.h"
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -96,21 +98,38 @@ struct DVSerialQueue::State
     std::string name;
     std::shared_ptr<Worker> worker;
     std::thread thread;
+    qint64 process = 0; // which started the thread
     std::atomic<bool> finishing = false;
 
     std::shared_ptr<Worker> current()
     {
         const std::lock_guard lock(mutex);
+        forgetParentsThread();
         return worker;
     }
     void startWorker();
+    void forgetParentsThread();
 };
+
+// In the child of a fork() the thread is gone: it can neither be joined nor detached, and what it held stays
+// as it was in that moment.
+void DVSerialQueue::State::forgetParentsThread()
+{
+    if (!worker || process == DVProcess::id())
+        return;
+    static_cast<void>(new std::thread(std::move(thread)));             // for ever
+    static_cast<void>(new std::shared_ptr<Worker>(std::move(worker))); // its mutex may be held
+    thread = std::thread();
+    worker.reset();
+}
 
 // Without a thread the operations wait for the next attempt.
 void DVSerialQueue::State::startWorker()
 {
+    forgetParentsThread();
     if (!worker) {
         worker = std::make_shared<Worker>();
+        process = DVProcess::id();
         worker->name = name;
         worker->queue = this;
         finishing = false;
@@ -165,6 +184,7 @@ void DVSerialQueue::finish(int milliseconds)
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(std::max(milliseconds, 0));
     std::unique_lock stateLock(d->mutex);
+    d->forgetParentsThread();
     d->finishing = true;
     const auto worker = d->worker;
     const bool mayEnd = d->thread.joinable() && worker.get() != workerOfThisThread;

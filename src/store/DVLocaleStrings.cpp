@@ -7,6 +7,7 @@
 #include "DVLog.h"
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
+#include "DVOtherVersions.h"
 #include "DVReplacedFile.h"
 #include "DVServerUrl.h"
 #include "DVState.h"
@@ -22,13 +23,10 @@
 
 namespace {
 
-constexpr QLatin1StringView lastDownloadProperty("DVLastDownload");
-constexpr QLatin1StringView expirationProperty("DVExpiration");
-
 std::function<void()> &loadObserver()
 {
-    static std::function<void()> observer;
-    return observer;
+    static auto *observer = new std::function<void()>; // never destroyed: loads may come after main()
+    return *observer;
 }
 
 } // namespace
@@ -117,6 +115,8 @@ bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *base
     DVStringLayers result;
     DVStringLayers sources;
     bool loaded = loadStringsFromPath(publishedFilePath(), &result, &sources, DVStringStatusPublished);
+    if (loaded)
+        DVOtherVersions::removeSoon();
     if (review)
         loaded |= loadStringsFromPath(pendingFilePath(), &result, &sources, DVStringStatusNone);
     if (!loaded)
@@ -148,7 +148,12 @@ bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *base
 
 QString DVStoredDates::key(const QString &property, const DVLocale &locale)
 {
-    return property + u'-' + dv_versionForNames() + u'-' + dorvaneLocaleIdentifier(locale);
+    return key(property, dv_versionForNames(), locale);
+}
+
+QString DVStoredDates::key(const QString &property, const QString &version, const DVLocale &locale)
+{
+    return property + u'-' + version + u'-' + dorvaneLocaleIdentifier(locale);
 }
 
 QDateTime DVLocaleStrings::dateForProperty(const QString &property) const
@@ -170,26 +175,26 @@ void DVLocaleStrings::setDate(const QDateTime &date, const QString &forProperty)
 
 QDateTime DVLocaleStrings::lastDownloadDate() const
 {
-    return dateForProperty(lastDownloadProperty);
+    return dateForProperty(DVStoredDates::lastDownload);
 }
 void DVLocaleStrings::setLastDownloadDate(const QDateTime &date)
 {
-    setDate(date, lastDownloadProperty);
+    setDate(date, DVStoredDates::lastDownload);
 }
 QDateTime DVLocaleStrings::expirationDate() const
 {
-    return dateForProperty(expirationProperty);
+    return dateForProperty(DVStoredDates::expiration);
 }
 void DVLocaleStrings::setExpirationDate(const QDateTime &date)
 {
-    setDate(date, expirationProperty);
+    setDate(date, DVStoredDates::expiration);
 }
 
 void DVLocaleStrings::clearDates()
 {
     const DVUserDefaults::Batch batch;
-    DVUserDefaults::standard().removeKey(lastDownloadProperty);
-    DVUserDefaults::standard().removeKey(expirationProperty);
+    DVUserDefaults::standard().removeKey(DVStoredDates::lastDownload);
+    DVUserDefaults::standard().removeKey(DVStoredDates::expiration);
 }
 
 DVNeedsSync DVLocaleStrings::needsSync() const

@@ -17,13 +17,10 @@
 
 namespace {
 
-constexpr QLatin1StringView properties[] = {QLatin1StringView("DVLastDownload"),
-                                            QLatin1StringView("DVExpiration")};
-
 // One record per file: {date key: seconds}.
-QString datesKey(const QString &path)
+QString keyForPath(const QString &path)
 {
-    return QString(u"DVReplaced-" + QFileInfo(path).fileName());
+    return DVReplacedFile::datesKey(QFileInfo(path).fileName());
 }
 
 bool isOurs(const QString &path)
@@ -34,7 +31,7 @@ bool isOurs(const QString &path)
 void restoreDates(const QString &path)
 {
     auto &defaults = DVUserDefaults::standard();
-    const auto kept = defaults.objectForKey(datesKey(path));
+    const auto kept = defaults.objectForKey(keyForPath(path));
     if (!kept)
         return; // killed between the file and its dates: the dates in use are still the old file's
     const DVUserDefaults::Batch batch;
@@ -44,7 +41,7 @@ void restoreDates(const QString &path)
         else
             defaults.removeKey(date.key());
     }
-    defaults.removeKey(datesKey(path));
+    defaults.removeKey(keyForPath(path));
 }
 
 // Under the mutex of the strings files. Never destroyed.
@@ -73,6 +70,11 @@ QString putBack(const QString &path)
 
 } // namespace
 
+QString DVReplacedFile::datesKey(const QString &fileName)
+{
+    return QString(u"DVReplaced-" + fileName);
+}
+
 void DVReplacedFile::forget(const QString &path, const DVFileIdentity &parsed)
 {
     if (!isOurs(path))
@@ -84,22 +86,22 @@ void DVReplacedFile::forget(const QString &path, const DVFileIdentity &parsed)
             return;
         QFile::remove(previous);
     }
-    if (DVUserDefaults::standard().objectForKey(datesKey(path)))
-        DVUserDefaults::standard().removeKey(datesKey(path));
+    if (DVUserDefaults::standard().objectForKey(keyForPath(path)))
+        DVUserDefaults::standard().removeKey(keyForPath(path));
 }
 
 void DVReplacedFile::keepDates(const QString &path, const DVLocale &locale)
 {
     auto &defaults = DVUserDefaults::standard();
-    if (!QFile::exists(dv_previousFilePath(path)) || defaults.objectForKey(datesKey(path)))
+    if (!QFile::exists(dv_previousFilePath(path)) || defaults.objectForKey(keyForPath(path)))
         return;
     QJsonObject dates;
-    for (const auto &property : properties) {
+    for (const auto property : DVStoredDates::properties) {
         const QString key = DVStoredDates::key(property, locale);
         const auto seconds = defaults.integerForKey(key);
         dates.insert(key, seconds ? QJsonValue(*seconds) : QJsonValue(QJsonValue::Null));
     }
-    defaults.setObject(datesKey(path), dates);
+    defaults.setObject(keyForPath(path), dates);
 }
 
 int DVReplacedFile::restoreCount(const QString &path)

@@ -8,12 +8,21 @@
 #include <QString>
 
 namespace DVStoredDates {
-// Key of one date in the user defaults: "<property>-<version>-<platform identifier>".
+inline constexpr QLatin1StringView lastDownload{"DVLastDownload"};
+inline constexpr QLatin1StringView expiration{"DVExpiration"};
+inline constexpr QLatin1StringView properties[] = {lastDownload, expiration};
+
+// Key of one date in the user defaults: "<property>-<version>-<platform identifier>", of this version of the
+// application or of another (as in file names).
 QString key(const QString &property, const DVLocale &locale);
+QString key(const QString &property, const QString &version, const DVLocale &locale);
 } // namespace DVStoredDates
 
 // The download (DVNetwork) keeps the replaced file beside the new one under dv_previousFilePath.
 namespace DVReplacedFile {
+
+// Key of the replaced file's dates in the user defaults, for a strings file of this name.
+QString datesKey(const QString &fileName);
 
 // The file of this identity has parsed: what it replaced goes, unless a download has replaced it since.
 void forget(const QString &path, const DVFileIdentity &parsed);

@@ -33,6 +33,7 @@ private Q_SLOTS:
     void whileStringsAreReplaced_data();
     void whileStringsAreReplaced();
     void whileStringsArriveFirst();
+    void whileOtherVersionsGo();
 
 private:
     // Runs the commands on the device, killed at the Nth call; whether the kill came before the end.
@@ -131,6 +132,39 @@ void tst_Kill::whileStringsArriveFirst()
         }
     }
     QVERIFY(kills > 3);
+}
+
+// What another version left goes, whenever the start before was killed; edited strings never do.
+void tst_Kill::whileOtherVersionsGo()
+{
+    StaticSite site;
+    TryDevice device;
+    site.publish("one", 60);
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    const QDir files(QString(device.dataPath() + u"/Dorvane"));
+    const QString current = files.filePath(u"1.0_fr_CA_published.xlf"_qs);
+    const QStringList stay{u"0.9_fr_CA_edited.xlf"_qs, u"1.0_fr_CA_published.xlf"_qs};
+    for (const QString &name : {u"0.9_fr_CA_published.xlf"_qs, u"0.9_fr_CA_published.xlf.previous"_qs,
+                                u"0.9_en-GB_published.xlf"_qs, stay.first()})
+        QVERIFY(QFile::copy(current, files.filePath(name)));
+    QTemporaryDir folder;
+    const QString saved = folder.filePath(u"saved"_qs);
+    QCOMPARE(ToolRun::program(u"cp"_qs, {u"-a"_qs, device.dataPath(), saved}).status, 0);
+
+    const QByteArray start = site.startCommand({{u"logging"_qs, u"DVLoggingInfo"_qs}}) + lookupCommands();
+    const QByteArray settled = start + "{\"do\":\"wait\",\"ms\":50}\n";
+    int kills = 0;
+    for (const char *calls : {"unlink,unlinkat", "rename,renameat,renameat2", "fsync,fdatasync", "write"}) {
+        for (int nth = 1; nth < 100; ++nth) {
+            restore(device, saved);
+            if (!killedAt(device, settled, calls, nth))
+                break;
+            ++kills;
+            QCOMPARE(device.texts(settled), edition("one"));
+            QCOMPARE(device.files(), stay);
+        }
+    }
+    QVERIFY2(kills > 3, qPrintable(QString::number(kills)));
 }
 
 QTEST_GUILESS_MAIN(tst_Kill)
