@@ -36,6 +36,12 @@ void CommandLine::addArgument(const QString &name, const QString &description)
     m_parser.addPositionalArgument(name, description);
 }
 
+void CommandLine::addArgumentList(const QString &name, const QString &description)
+{
+    m_list = name;
+    m_parser.addPositionalArgument(name, description);
+}
+
 void CommandLine::addOption(const QCommandLineOption &option)
 {
     m_parser.addOption(option);
@@ -57,7 +63,7 @@ std::optional<int> CommandLine::parse(const QStringList &arguments)
     const QStringList given = m_parser.positionalArguments();
     if (given.size() < m_arguments.size())
         return misused(QStringLiteral("%1 is missing.").arg(m_arguments.at(given.size())));
-    if (given.size() > m_arguments.size())
+    if (given.size() > m_arguments.size() && m_list.isNull())
         return misused(QStringLiteral("\"%1\" is one argument too many.").arg(given.at(m_arguments.size())));
     return {};
 }
@@ -66,8 +72,10 @@ std::optional<int> CommandLine::parse(const QStringList &arguments)
 QString CommandLine::helpText() const
 {
     const QString text = m_parser.helpText();
-    const QStringList usage =
-        QStringList{QStringLiteral("Usage: dorvane"), m_command, QStringLiteral("[options]")} + m_arguments;
+    QStringList usage{QStringLiteral("Usage: dorvane"), m_command, QStringLiteral("[options]")};
+    usage += m_arguments;
+    if (!m_list.isNull())
+        usage += m_list + QStringLiteral("...");
     QString help = usage.join(u' ') + text.mid(text.indexOf(u'\n')).trimmed().prepend(QStringLiteral("\n\n"));
     if (!m_note.isEmpty())
         help += QStringLiteral("\n\n") + m_note;

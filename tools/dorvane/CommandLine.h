@@ -16,6 +16,8 @@ public:
     CommandLine(const QString &command, const QString &description);
 
     void addArgument(const QString &name, const QString &description);
+    // Any number, none included, behind the arguments; `name` is shown as "NAME...".
+    void addArgumentList(const QString &name, const QString &description);
     void addOption(const QCommandLineOption &option);
     // Printed below the options.
     void addNote(const QString &note);
@@ -25,6 +27,7 @@ public:
     std::optional<int> parse(const QStringList &arguments);
 
     QString argument(int index) const { return m_parser.positionalArguments().at(index); }
+    QStringList argumentList() const { return m_parser.positionalArguments().mid(m_arguments.size()); }
     bool isSet(const QString &option) const { return m_parser.isSet(option); }
     QString value(const QString &option) const { return m_parser.value(option); }
 
@@ -41,6 +44,7 @@ private:
     QCommandLineParser m_parser;
     QString m_command;
     QStringList m_arguments;
+    QString m_list; // null: none is taken
     QString m_note;
 };
 

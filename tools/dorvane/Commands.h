@@ -4,6 +4,7 @@
 #include <QStringList>
 
 int runServe(const QStringList &arguments);
+int runCheck(const QStringList &arguments);
 int runPack(const QStringList &arguments);
 int runUnpack(const QStringList &arguments);
 int runKeygen(const QStringList &arguments);

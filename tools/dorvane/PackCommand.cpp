@@ -1,7 +1,28 @@
+#include "Check.h"
+#include "CheckReport.h"
+#include "CheckedFolder.h"
 #include "CommandLine.h"
 #include "Commands.h"
 #include "DeliveredFile.h"
 #include "DeliveryKey.h"
+#include "TerminalOutput.h"
+
+namespace {
+
+// Tells errors and warnings; false when there is an error.
+bool passesCheck(const QString &path, const QByteArray &document)
+{
+    CheckOptions options;
+    options.locale = localeOfFileName(path);
+    CheckedPath file{path, document, findingsIn(document, options)};
+    std::erase_if(file.findings, [](const Finding &finding) { return finding.severity == Severity::Note; });
+    const QString report = textReport(file, isColourTerminal(stderr) ? Colours::On : Colours::Off);
+    if (!report.isEmpty())
+        printErrorLine(report.chopped(1));
+    return FindingCounts::of(file.findings).errors == 0;
+}
+
+} // namespace
 
 int runPack(const QStringList &arguments)
 {
@@ -11,7 +32,8 @@ int runPack(const QStringList &arguments)
                        "then AES-encrypted with the delivery key. The document is read first as an\n"
                        "application would read it; what it could not read is refused. Qt's placeholders\n"
                        "(%1, %L1, %n) in source and target texts are put into <ph> elements where they\n"
-                       "are not yet: elsewhere an application shows a percent sign as it stands."));
+                       "are not yet: elsewhere an application shows a percent sign as it stands.\n"
+                       "What \"dorvane check\" calls an error is refused too."));
     line.addArgument(QStringLiteral("IN.xlf"), QStringLiteral("XLIFF 1.2 document."));
     line.addArgument(QStringLiteral("OUT.gz"), QStringLiteral("File to write."));
     addDeliveryKeyOptions(line);
@@ -19,6 +41,7 @@ int runPack(const QStringList &arguments)
         {QStringLiteral("as-is"),
          QStringLiteral("Leave placeholders such as %1 and %n that stand outside <ph> elements where they "
                         "are; applications will show them instead of the arguments.")});
+    line.addOption({QStringLiteral("no-check"), QStringLiteral("Pack what has mistakes too.")});
     if (const auto status = line.parse(arguments))
         return *status;
 
@@ -34,6 +57,9 @@ int runPack(const QStringList &arguments)
     const auto packed = packedDocument(document, key, placeholders, &error);
     if (!packed)
         return line.fail(QStringLiteral("%1 is not readable XLIFF: %2").arg(line.argument(0), error));
+    if (!line.isSet(QStringLiteral("no-check")) && !passesCheck(line.argument(0), document))
+        return line.fail(
+            QStringLiteral("%1 is not packed; --no-check packs it as it is.").arg(line.argument(0)));
     if (packed->newPlaceholderElements > 0)
         line.warn(
             QStringLiteral("placeholders put into <ph> elements: %1").arg(packed->newPlaceholderElements));

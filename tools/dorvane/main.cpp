@@ -19,6 +19,7 @@ struct Command
 
 constexpr Command commands[] = {
     {"serve", "run a local stand-in for the translation platform, for development", runServe},
+    {"check", "find mistakes in XLIFF files before users do", runCheck},
     {"pack", "make the file that applications download from an XLIFF file", runPack},
     {"unpack", "open such a file again", runUnpack},
     {"try", "drive an application without windows by JSON lines, to see what a project serves", runTry},
