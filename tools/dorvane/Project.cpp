@@ -11,13 +11,6 @@ namespace {
 
 constexpr qint64 longestExpiry = qint64(10) * 366 * 86400; // seconds
 
-// A locale names a file, so its letters are few: a language tag in hyphen form (BCP 47).
-bool isLocaleName(const QString &locale)
-{
-    static const QRegularExpression tag(QStringLiteral("\\A[A-Za-z]{1,8}(-[A-Za-z0-9]{1,8}){0,8}\\z"));
-    return tag.match(locale).hasMatch();
-}
-
 void checkLocales(const Project &project, JsonMembers &members)
 {
     const QString complaint = QStringLiteral("names \"%1\"; locales are written like \"fr-CA\"");
@@ -38,6 +31,12 @@ QString position(const QByteArray &json, qsizetype offset)
 }
 
 } // namespace
+
+bool isLocaleName(const QString &locale)
+{
+    static const QRegularExpression tag(QStringLiteral("\\A[A-Za-z]{1,8}(-[A-Za-z0-9]{1,8}){0,8}\\z"));
+    return tag.match(locale).hasMatch();
+}
 
 std::optional<Project> Project::fromJson(const QByteArray &json, QString *error)
 {

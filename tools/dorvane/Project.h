@@ -6,6 +6,10 @@
 
 #include <optional>
 
+// Whether a locale is written in the platform's form, letters and digits joined by hyphens (BCP 47): it
+// names a file.
+bool isLocaleName(const QString &locale);
+
 // A value; docs/formats/project-folder.md describes the file.
 struct Project
 {

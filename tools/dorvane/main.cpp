@@ -18,6 +18,7 @@ struct Command
 };
 
 constexpr Command commands[] = {
+    {"import", "make a project folder of an application's .ts files, or bring it up to date", runImport},
     {"serve", "run a local stand-in for the translation platform, for development", runServe},
     {"check", "find mistakes in XLIFF files before users do", runCheck},
     {"pack", "make the file that applications download from an XLIFF file", runPack},

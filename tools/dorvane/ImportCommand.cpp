@@ -1,0 +1,362 @@
+#include "CommandLine.h"
+#include "Commands.h"
+#include "DeliveredFile.h"
+#include "ProjectEdit.h"
+
+#include <Merge.h>
+#include <OtherMessages.h>
+#include <TsReader.h>
+#include <XmlCharacters.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <map>
+
+namespace {
+
+constexpr auto note =
+    "FILE is a .ts file of Qt's tools, a strings file (\"key\" = \"text\";) or an XLIFF 1.2 document.\n"
+    "The folder and its project.json are made when they are missing. What the folder holds and the\n"
+    "files do not say stays. docs/guides/import-export.md tells more.";
+
+// Says now and then how far it is, once it takes long enough to wonder.
+class Progress
+{
+public:
+    explicit Progress(const CommandLine &line)
+        : m_line(line)
+    {
+        m_timer.start();
+    }
+    void say(const QString &what)
+    {
+        constexpr qint64 everyMs = 1000;
+        if (m_timer.elapsed() - m_last < everyMs)
+            return;
+        m_last = m_timer.elapsed();
+        m_line.warn(what);
+    }
+
+private:
+    const CommandLine &m_line;
+    QElapsedTimer m_timer;
+    qint64 m_last = 0;
+};
+
+// What all files of one locale brought.
+struct Batch
+{
+    QStringList paths;
+    QList<Message> messages;
+};
+
+class Import
+{
+public:
+    explicit Import(const CommandLine &line)
+        : m_line(line)
+        , m_folder(line.value(QStringLiteral("into")))
+        , m_progress(line)
+    {}
+
+    int run()
+    {
+        if (const int status = openProject(); status != Succeeded)
+            return status;
+        for (const QString &path : QStringList(m_line.argument(0)) + m_line.argumentList()) {
+            if (const int status = readFile(path); status != Succeeded)
+                return status;
+        }
+        if (!QDir().mkpath(m_folder))
+            return m_line.fail(QStringLiteral("cannot make the folder %1").arg(m_folder));
+        for (const auto &[locale, batch] : m_batches) {
+            if (const int status = importInto(locale, batch); status != Succeeded)
+                return status;
+        }
+        if (const int status = saveProject(); status != Succeeded)
+            return status;
+        sayWhatNext();
+        return Succeeded;
+    }
+
+private:
+    QString inFolder(const QString &name) const { return QDir(m_folder).filePath(name); }
+    QString projectPath() const { return inFolder(QStringLiteral("project.json")); }
+    QString localePath(const QString &locale) const { return inFolder(locale + QStringLiteral(".xlf")); }
+    QString option(const char *name) const { return m_line.value(QLatin1StringView(name)); }
+
+    int openProject()
+    {
+        const QString base = platformLocale(option("base"));
+        for (const QString &locale : {base, platformLocale(option("locale"))}) {
+            if (!locale.isEmpty() && !isLocaleName(locale))
+                return m_line.misused(
+                    QStringLiteral("\"%1\" is no locale; write one like \"fr-CA\"").arg(locale));
+        }
+        if (!QFileInfo::exists(projectPath())) {
+            m_project = freshProject(m_folder, base);
+            return Succeeded;
+        }
+        QString error;
+        m_projectJson = readWholeFile(projectPath(), &error);
+        const auto project = error.isEmpty() ? Project::fromJson(m_projectJson, &error) : std::nullopt;
+        if (!project)
+            return m_line.fail(QStringLiteral("%1: %2").arg(projectPath(), error));
+        m_project = *project;
+        if (!base.isEmpty() && base != m_project.sourceLocale)
+            return m_line.misused(
+                QStringLiteral("--base says %1, but %2 says %3: leave --base out, or change "
+                               "\"sourceLocale\" there")
+                    .arg(base, projectPath(), m_project.sourceLocale));
+        return Succeeded;
+    }
+
+    int readFile(const QString &path)
+    {
+        QString problem;
+        const QByteArray content = readWholeFile(path, &problem);
+        if (!problem.isEmpty())
+            return m_line.fail(problem);
+        FormatError error;
+        const auto file = readMessages(path, content, &error);
+        if (!file)
+            return m_line.fail(error.text(path) + QStringLiteral("; nothing was changed"));
+        for (const FormatError &warning : file->warnings)
+            printErrorLine(
+                FormatError{QStringLiteral("warning: ") + warning.what, warning.position}.text(path));
+        const QString locale = localeOf(path, *file);
+        if (locale.isEmpty())
+            return m_line.fail(
+                QStringLiteral("%1 does not say which language it is in: say it with --locale, such as "
+                               "--locale fr")
+                    .arg(path));
+        if (m_project.sourceLocale.isEmpty())
+            m_project.sourceLocale =
+                isLocaleName(file->sourceLocale) ? file->sourceLocale : QStringLiteral("en");
+        Batch &batch = m_batches[locale];
+        batch.paths.append(path);
+        for (Message message : file->messages) {
+            message.path = path;
+            batch.messages.append(message);
+        }
+        return Succeeded;
+    }
+
+    std::optional<MessageFile> readMessages(const QString &path, const QByteArray &content,
+                                            FormatError *error)
+    {
+        const QString suffix = QFileInfo(path).suffix();
+        const QString locale = option("locale");
+        if (suffix == u"strings" || suffix == u"plist")
+            return readStringsMessages(content, baseTexts(), error);
+        if (suffix == u"xlf" || suffix == u"xliff")
+            return readXliffMessages(content, locale, m_xliffKeys, error);
+        if (suffix != u"ts") {
+            *error = {QStringLiteral("files that end in .ts, .strings, .xlf or .xliff can be imported"), {}};
+            return {};
+        }
+        // The name decides where nothing else does, as it does for Qt's tools.
+        const bool saysLocale = content.left(headLength).contains(" language=");
+        auto read = readTs(content, locale.isEmpty() && !saysLocale ? localeInName(path) : locale, error,
+                           [this, &path](qsizetype count) {
+                               m_progress.say(QStringLiteral("%1: %2 messages read").arg(path).arg(count));
+                           });
+        return read ? std::optional(read->file) : std::nullopt;
+    }
+
+    // Of the base language, by key: what a strings file of another language translates.
+    QHash<QString, QString> baseTexts()
+    {
+        QHash<QString, QString> texts;
+        const QString base = m_project.sourceLocale;
+        if (const auto batch = m_batches.find(base); batch != m_batches.end()) {
+            for (const Message &message : batch->second.messages)
+                texts.insert(message.id, message.forms.value(QString()));
+            return texts;
+        }
+        QString problem;
+        const QByteArray content = readWholeFile(localePath(base), &problem);
+        FormatError error;
+        if (const auto file = LocaleFile::parse(content, &error)) {
+            for (const LocaleString &string : file->strings())
+                texts.insert(string.key, string.forms.value(QString()).value_or(string.source));
+        }
+        return texts;
+    }
+
+    QString localeOf(const QString &path, const MessageFile &file) const
+    {
+        for (const QString &locale :
+             {platformLocale(option("locale")), file.locale, platformLocale(localeInName(path))}) {
+            if (!locale.isEmpty() && isLocaleName(locale))
+                return locale;
+        }
+        return {};
+    }
+
+    // "app_fr_CA.ts", "fr.lproj/Localizable.strings", "fr.xlf"
+    static QString localeInName(const QString &path)
+    {
+        static const QRegularExpression lproj(
+            QStringLiteral("([A-Za-z]{2,3}(?:[-_][A-Za-z0-9]+)*)\\.lproj/[^/]*$"));
+        static const QRegularExpression name(
+            QStringLiteral("(?:^|[_.-])([a-z]{2,3}(?:[-_](?:[A-Z][a-z]{3}|[A-Z]{2}|[0-9]{3}))*)$"));
+        if (const auto match = lproj.match(QFileInfo(path).absoluteFilePath()); match.hasMatch())
+            return match.captured(1);
+        return name.match(QFileInfo(path).completeBaseName()).captured(1);
+    }
+
+    int importInto(const QString &locale, const Batch &batch)
+    {
+        QString problem;
+        const auto file = openLocale(locale, &problem);
+        if (!file)
+            return m_line.fail(problem);
+        LocaleFile strings = *file;
+        const MergeResult result = mergeMessages(
+            strings, batch.messages, {locale, m_contexts, m_line.isSet(QStringLiteral("locations"))},
+            [this, &locale](qsizetype count) {
+                m_progress.say(QStringLiteral("%1: %2 strings in").arg(locale).arg(count));
+            });
+        for (const QString &warning : result.warnings)
+            printErrorLine(warning);
+        const QByteArray document = strings.document();
+        if (const auto wrong = xmlProblem(document))
+            return m_line.fail(QStringLiteral("%1 would not be readable: %2; nothing was changed in it")
+                                   .arg(localePath(locale), wrong->what));
+        const bool isSame = QFileInfo::exists(localePath(locale)) && result.fresh + result.changed == 0;
+        if (!isSame && !writeWholeFile(localePath(locale), document, &problem))
+            return m_line.fail(problem);
+        report(locale, batch, result);
+        if (!m_project.hasLocale(locale))
+            m_newLocales.append(locale);
+        return Succeeded;
+    }
+
+    std::optional<LocaleFile> openLocale(const QString &locale, QString *problem) const
+    {
+        const QString path = localePath(locale);
+        if (!QFileInfo::exists(path))
+            return LocaleFile::empty(m_project.name, m_project.sourceLocale, locale);
+        const QByteArray content = readWholeFile(path, problem);
+        FormatError error;
+        auto file = problem->isEmpty() ? LocaleFile::parse(content, &error) : std::nullopt;
+        if (!file && problem->isEmpty())
+            *problem = error.text(path) + QStringLiteral("; mend or remove it, then import again");
+        return file;
+    }
+
+    void report(const QString &locale, const Batch &batch, const MergeResult &result) const
+    {
+        QString line = QStringLiteral("%1 -> %2: %3 new, %4 changed, %5 unchanged")
+                           .arg(batch.paths.join(QStringLiteral(", ")), localePath(locale))
+                           .arg(result.fresh)
+                           .arg(result.changed)
+                           .arg(result.unchanged);
+        if (result.kept > 0)
+            line += QStringLiteral(", %1 not in these files any more (kept)").arg(result.kept);
+        if (result.unfinished > 0)
+            line += QStringLiteral("; %1 unfinished (not served)").arg(result.unfinished);
+        if (result.obsolete > 0)
+            line += QStringLiteral("; %1 vanished or obsolete (skipped)").arg(result.obsolete);
+        printLine(line);
+    }
+
+    int saveProject()
+    {
+        QString problem;
+        QByteArray json = m_projectJson;
+        if (json.isNull()) {
+            m_project.targetLocales = m_newLocales;
+            json = projectJson(m_project);
+            printLine(
+                QStringLiteral("%1: made for project \"%2\", source locale %3, with a fresh delivery key")
+                    .arg(projectPath(), m_project.projectId, m_project.sourceLocale));
+        } else {
+            for (const QString &locale : std::as_const(m_newLocales)) {
+                json = withTargetLocale(json, locale);
+                if (json.isNull())
+                    return m_line.fail(QStringLiteral("add \"%1\" to \"targetLocales\" in %2 yourself")
+                                           .arg(locale, projectPath()));
+                printLine(QStringLiteral("%1: target locale %2 added").arg(projectPath(), locale));
+            }
+        }
+        if (json == m_projectJson || writeWholeFile(projectPath(), json, &problem))
+            return Succeeded;
+        return m_line.fail(problem);
+    }
+
+    void sayWhatNext() const
+    {
+        printLine(QStringLiteral("Next:\n  dorvane check %1\n  dorvane serve %1").arg(m_folder));
+    }
+
+    static constexpr qsizetype headLength = 4096;
+
+    const CommandLine &m_line;
+    const QString m_folder;
+    Progress m_progress;
+    Project m_project;
+    QByteArray m_projectJson; // null: there is none yet
+    std::map<QString, Batch> m_batches;
+    QStringList m_newLocales;
+
+public:
+    ContextKeys m_contexts = ContextKeys::Auto;
+    XliffKeys m_xliffKeys = XliffKeys::Auto;
+};
+
+} // namespace
+
+int runImport(const QStringList &arguments)
+{
+    CommandLine line(
+        QStringLiteral("import"),
+        QStringLiteral("Makes a project folder of an application's files of translations, or brings "
+                       "it up to\ndate. Asks nothing; prints what it did and what to do next."));
+    line.addArgument(QStringLiteral("FILE"), QStringLiteral("File to read."));
+    line.addArgumentList(QStringLiteral("FILE"), QStringLiteral("More files."));
+    line.addOption({QStringLiteral("into"), QStringLiteral("Project folder."), QStringLiteral("FOLDER")});
+    line.addOption(
+        {QStringLiteral("locale"),
+         QStringLiteral("Language of the files, such as fr-CA; otherwise what the file or its name says."),
+         QStringLiteral("LOCALE")});
+    line.addOption({QStringLiteral("base"),
+                    QStringLiteral("Language of the source texts; otherwise what the file says, or en."),
+                    QStringLiteral("LOCALE")});
+    line.addOption(
+        {QStringLiteral("contexts"),
+         QStringLiteral("Give texts keys with their contexts: auto (where translations differ, the "
+                        "default), never or always."),
+         QStringLiteral("WHEN"), QStringLiteral("auto")});
+    line.addOption(
+        {QStringLiteral("xliff-keys"),
+         QStringLiteral("What of an XLIFF unit is its key: auto (resname, else the source text), id or "
+                        "source."),
+         QStringLiteral("WHICH"), QStringLiteral("auto")});
+    line.addOption(
+        {QStringLiteral("locations"),
+         QStringLiteral("Keep where in the sources the texts stand. Every later change of the sources "
+                        "then changes the file.")});
+    line.addNote(QLatin1StringView(note));
+    if (const auto status = line.parse(arguments))
+        return *status;
+    if (line.value(QStringLiteral("into")).isEmpty())
+        return line.misused(QStringLiteral("--into FOLDER is missing."));
+
+    Import import(line);
+    const QStringList modes{QStringLiteral("auto"), QStringLiteral("never"), QStringLiteral("always")};
+    const qsizetype mode = modes.indexOf(line.value(QStringLiteral("contexts")));
+    if (mode < 0)
+        return line.misused(QStringLiteral("--contexts is auto, never or always."));
+    const QStringList kinds{QStringLiteral("auto"), QStringLiteral("id"), QStringLiteral("source")};
+    const qsizetype kind = kinds.indexOf(line.value(QStringLiteral("xliff-keys")));
+    if (kind < 0)
+        return line.misused(QStringLiteral("--xliff-keys is auto, id or source."));
+    import.m_contexts = ContextKeys(mode);
+    import.m_xliffKeys = XliffKeys(kind);
+    return import.run();
+}

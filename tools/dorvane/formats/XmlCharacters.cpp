@@ -1,0 +1,113 @@
+#include "XmlCharacters.h"
+
+#include <DVXliffReader.h>
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+
+constexpr char16_t firstPicture = 0x2400;
+
+bool isControl(char16_t c)
+{
+    return c < u' ' && c != u'\t' && c != u'\n' && c != u'\r';
+}
+
+bool isControlPicture(char16_t c)
+{
+    return c >= firstPicture && c < firstPicture + u' ' && isControl(char16_t(c - firstPicture));
+}
+
+// "what (line L, column C)" taken apart.
+FormatError positioned(const QString &description)
+{
+    static const QRegularExpression position(QStringLiteral("^(.*) \\(line (\\d+), column (\\d+)\\)$"),
+                                             QRegularExpression::DotMatchesEverythingOption);
+    const auto match = position.match(description);
+    if (!match.hasMatch())
+        return {description, {}};
+    return {match.captured(1), {match.captured(2).toLongLong(), match.captured(3).toLongLong()}};
+}
+
+QByteArray escaped(QStringView text, bool inAttribute)
+{
+    QString result;
+    result.reserve(text.size() + text.size() / 16);
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case u'&':
+            result += QLatin1StringView("&amp;");
+            break;
+        case u'<':
+            result += QLatin1StringView("&lt;");
+            break;
+        case u'>':
+            result += QLatin1StringView("&gt;");
+            break;
+        case u'\r':
+            result += QLatin1StringView("&#13;");
+            break;
+        default:
+            if (inAttribute && (c == u'"' || c == u'\n' || c == u'\t'))
+                result += QStringLiteral("&#%1;").arg(c.unicode());
+            else
+                result += c;
+        }
+    }
+    return result.toUtf8();
+}
+
+} // namespace
+
+std::optional<FormatError> xmlProblem(const QByteArray &document)
+{
+    if (const DVErrorOr error = DVXliffReader::read(document, false, [](const DVXliffUnit &) {}))
+        return positioned(error->description);
+    return {};
+}
+
+QByteArray xmlContent(QStringView text)
+{
+    return escaped(text, false);
+}
+
+QByteArray xmlAttribute(QStringView text)
+{
+    return escaped(text, true);
+}
+
+QString withControlPictures(const QString &text)
+{
+    if (!hasControlCharacters(text))
+        return text;
+    QString result = text;
+    for (QChar &c : result) {
+        if (isControl(c.unicode()))
+            c = QChar(char16_t(firstPicture + c.unicode()));
+    }
+    return result;
+}
+
+QString withoutControlPictures(const QString &text)
+{
+    QString result = text;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (isControlPicture(text[i].unicode()))
+            result[i] = QChar(char16_t(text[i].unicode() - firstPicture));
+    }
+    return result;
+}
+
+bool hasControlCharacters(QStringView text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar c) { return isControl(c.unicode()); });
+}
+
+bool isXmlText(QStringView text)
+{
+    constexpr char16_t firstNonCharacter = 0xFFFE;
+    return text.isValidUtf16() &&
+           std::none_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() >= firstNonCharacter; });
+}
