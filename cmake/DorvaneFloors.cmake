@@ -54,6 +54,18 @@ function(dorvane_use_floors target highest)
   endforeach()
 endfunction()
 
+# dorvane_finish_library(TARGET): what our libraries have in common: version, exported names, no names left open.
+function(dorvane_finish_library target)
+  target_link_options(${target} PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
+  if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
+    set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+  endif()
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} AUTOMOC OFF AUTORCC OFF)
+endfunction()
+
 # The library that applications link: all floors merged into one, because a static archive would
 # drop the object file that only holds the start-up function.
 function(dorvane_add_library)
@@ -67,12 +79,38 @@ function(dorvane_add_library)
   target_link_libraries(Dorvane
     PUBLIC Qt6::Core
     PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2)
-  target_link_options(Dorvane PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
-  if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
-    set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
-    target_link_options(Dorvane PRIVATE LINKER:--version-script=${exports})
-    set_target_properties(Dorvane PROPERTIES LINK_DEPENDS ${exports})
+  dorvane_finish_library(Dorvane)
+endfunction()
+
+# dorvane_library_above(FOLDER NAME SOURCES ... LIBRARIES ...): a library above the core, Dorvane::NAME, from
+# src/FOLDER. It sees nothing of ours but the public headers, and links nothing of ours but Dorvane::Dorvane.
+# Its objects, dorvane_FOLDER, are for tests, which link the floors' objects and not the library.
+function(dorvane_library_above folder name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_library(dorvane_${folder} OBJECT ${arg_SOURCES})
+  target_include_directories(dorvane_${folder} PUBLIC
+    ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(dorvane_${folder} PUBLIC dorvane_settings ${arg_LIBRARIES})
+  add_library(Dorvane${name} $<TARGET_OBJECTS:dorvane_${folder}>)
+  add_library(Dorvane::${name} ALIAS Dorvane${name})
+  target_link_libraries(Dorvane${name} PUBLIC Dorvane::Dorvane PRIVATE ${arg_LIBRARIES})
+  set_target_properties(Dorvane${name} PROPERTIES EXPORT_NAME ${name})
+  dorvane_finish_library(Dorvane${name})
+endfunction()
+
+# dorvane_keep_library(TARGET SYMBOL): programs that link TARGET take it in even if their own code names nothing
+# of it: of an archive the object file of SYMBOL, and a shared library although the linker is told to leave out
+# what is not needed (as some distributions tell it always; -u does not count there).
+function(dorvane_keep_library target symbol)
+  get_target_property(type ${target} TYPE)
+  if(MSVC)
+    target_link_options(${target} INTERFACE LINKER:/INCLUDE:${symbol})
+  elseif(APPLE)
+    target_link_options(${target} INTERFACE LINKER:-u,_${symbol})
+  elseif(type STREQUAL STATIC_LIBRARY)
+    target_link_options(${target} INTERFACE LINKER:-u,${symbol})
+  else()
+    target_link_options(${target} INTERFACE
+      LINKER:--push-state,--no-as-needed,$<TARGET_FILE:$<TARGET_NAME:${target}>>,--pop-state)
   endif()
-  set_target_properties(Dorvane PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} AUTOMOC OFF)
 endfunction()

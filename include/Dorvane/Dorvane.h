@@ -8,6 +8,7 @@
 #include <Dorvane/DorvaneGlobal.h>
 
 #include <QHash>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -34,6 +35,11 @@ public:
 Q_SIGNALS:
     // Served texts may have changed. Widgets also get QEvent::LanguageChange when they did.
     void stringsUpdated();
+
+    // Served texts have changed: once for each publication, change of locale or of marking after which
+    // lookups answer differently, and never after a refresh that brought nothing new. Emitted when
+    // QEvent::LanguageChange reaches the application object, on its thread, before the host handles it.
+    void textsChanged();
 
 private:
     friend class Dorvane;
@@ -75,6 +81,12 @@ public:
     // The locale now served: of the translations, else the project's base locale; invalid before a start.
     static DVLocale locale();
     static DVLocale baseLocale();
+
+    // The locales for which there are texts without asking the network: those with strings on the
+    // device for this version of the application, those packaged with it, the base locale and the one
+    // now served; in the order of their identifiers, each once, underscores and hyphens as they were
+    // spelt first. The project may have more. Reads two folders; not for a hot path.
+    static QList<DVLocale> availableLocales();
 
     // Changes the served locale at run time; needs "allowLocaleChange". `localeId` in either form
     // ("fr-CA", "fr_CA"). Strings on the device are served at once and refreshed in the background;

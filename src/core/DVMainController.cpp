@@ -13,6 +13,7 @@
 #include <Dorvane/DVNotificationCenter.h>
 
 #include <QCoreApplication>
+#include <QMap>
 
 #include <unicode/uloc.h>
 
@@ -61,6 +62,22 @@ DVLocale DVMainController::locale() const
     if (m_localeStrings)
         return m_localeStrings->locale();
     return m_baseLocaleStrings ? m_baseLocaleStrings->locale() : DVLocale();
+}
+
+QList<DVLocale> DVMainController::availableLocales() const
+{
+    QMap<QString, DVLocale> locales; // one identifier has two spellings
+    const auto add = [&](const DVLocale &locale) {
+        const QString key = locale.identifier().replace(u'-', u'_');
+        if (locale.isValid() && !locales.contains(key))
+            locales.insert(key, locale);
+    };
+    add(locale());
+    if (m_baseLocaleStrings)
+        add(m_baseLocaleStrings->locale());
+    for (const DVLocale &locale : DVLocaleStrings::localesOnDevice() + DVLocaleStrings::packagedLocales())
+        add(locale);
+    return locales.values();
 }
 
 QString DVMainController::dorvaneFilesFolder()

@@ -71,6 +71,7 @@ public:
 
     // Of the locale store, else of the base store, else invalid.
     DVLocale locale() const;
+    QList<DVLocale> availableLocales() const;
     QString userEmail() const { return DVState::shared().userEmail(); }
     static QString dorvaneFilesFolder();
     static QString cacheFolder();

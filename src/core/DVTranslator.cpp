@@ -4,6 +4,7 @@
 #include "DVLookup.h"
 
 #include <Dorvane/DVNotificationCenter.h>
+#include <Dorvane/Dorvane.h>
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -82,9 +83,12 @@ bool DVTranslatorPlace::eventFilter(QObject *watched, QEvent *event)
     }
     if (m_swallow)
         return true;
-    m_pending = false; // ours, or one that the event queue merged it into
+    // Ours, or one that the event queue merged it into, or one of the host's that comes before it.
+    const bool announced = std::exchange(m_pending, false);
     // The host installed or removed a translator: ours goes to the front before anybody asks again.
     if (!dynamic_cast<PublicationEvent *>(event))
         moveToFront();
+    if (announced)
+        Q_EMIT Dorvane::notifier()->textsChanged();
     return false;
 }

@@ -30,6 +30,11 @@ DVLocale Dorvane::baseLocale()
     return strings ? strings->locale() : DVLocale();
 }
 
+QList<DVLocale> Dorvane::availableLocales()
+{
+    return DVMainController::sharedInstance().availableLocales();
+}
+
 void Dorvane::setLocaleWithId(const QString &localeId, std::function<void(bool)> andCompletion)
 {
     DVMainController::sharedInstance().changeOTALocale(localeId, andCompletion);

@@ -18,15 +18,38 @@
 #include <Dorvane/DVBundle.h>
 #include <Dorvane/DVNotificationCenter.h>
 
+#include <QDir>
 #include <QFileInfo>
 #include <QUrl>
 
 namespace {
 
+constexpr QLatin1StringView publishedSuffix("_published.xlf");
+constexpr qsizetype longestLanguageCode = 3; // ISO 639-2
+
 std::function<void()> &loadObserver()
 {
     static auto *observer = new std::function<void()>; // never destroyed: loads may come after main()
     return *observer;
+}
+
+// Files of a folder called PREFIX locale SUFFIX.
+QList<DVLocale> localesOfFiles(const QString &folder, const QString &prefix, const QString &suffix)
+{
+    QList<DVLocale> locales;
+    if (folder.isEmpty()) // would be the current one
+        return locales;
+    const QStringList names = QDir(folder).entryList({u'*' + suffix}, QDir::Files, QDir::Name);
+    for (const QString &name : names) {
+        if (!name.startsWith(prefix))
+            continue;
+        const DVLocale locale(name.mid(prefix.size(), name.size() - prefix.size() - suffix.size()));
+        // A folder of the host may hold other files of the same kind: "notes.xlf" names no language.
+        if (dv_isSafeLocaleIdentifier(locale.identifier()) &&
+            locale.languageCode().size() <= longestLanguageCode)
+            locales.append(locale);
+    }
+    return locales;
 }
 
 } // namespace
@@ -59,7 +82,7 @@ QString DVLocaleStrings::filePath(const DVLocale &locale, QStringView suffix)
 
 QString DVLocaleStrings::publishedFilePath() const
 {
-    return filePath(m_locale, u"_published.xlf");
+    return filePath(m_locale, QString(publishedSuffix));
 }
 
 QString DVLocaleStrings::pendingFilePath() const
@@ -77,6 +100,16 @@ QString DVLocaleStrings::packagedFilePath() const
     if (!dv_isSafeLocaleIdentifier(m_locale.identifier()))
         return {};
     return DVBundle::mainBundle().pathForResource(m_locale.identifier(), QStringLiteral("xlf"));
+}
+
+QList<DVLocale> DVLocaleStrings::localesOnDevice()
+{
+    return localesOfFiles(DVFolders::dorvaneFiles(), dv_versionForNames() + u'_', QString(publishedSuffix));
+}
+
+QList<DVLocale> DVLocaleStrings::packagedLocales()
+{
+    return localesOfFiles(DVBundle::mainBundle().bundlePath(), {}, QStringLiteral(".xlf"));
 }
 
 // Loading

@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QList>
 #include <QString>
 
 #include <functional>
@@ -78,6 +79,10 @@ public:
     DVStringPtr dorvaneStringForLocalizedString(const QString &hash) const;
     // Key to text.
     QHash<QString, QString> stringsDictionary() const;
+
+    // Locales with a published file for this version of the application; with a packaged file. By name.
+    static QList<DVLocale> localesOnDevice();
+    static QList<DVLocale> packagedLocales();
 
     // Called after each load, before the notification, so that lookups see the new strings first.
     static void setLoadObserver(std::function<void()> observer);

@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# floors.sh ROOT FLOOR...: a room includes only rooms on its own or a lower floor (floors are given
-# lowest first), public headers include only public headers, applications include nothing else, and
+# floors.sh ROOT FLOOR... [-- LIBRARY...]: a room includes only rooms on its own or a lower floor (floors are
+# given lowest first), a library above them only its own headers and public ones, public headers include only public headers, applications include nothing else, and
 # nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
 set -euo pipefail
 cd "$1"
 shift
-floors=("$@")
+floors=()
+while [ $# -gt 0 ] && [ "$1" != -- ]; do
+    floors+=("$1")
+    shift
+done
+above=("${@:2}")
 status=0
 
 complain() {
@@ -18,21 +23,30 @@ includes() { # folder...: "file:line:name" for each include of one of our own he
         sed -E 's/: *# *include *["<]([^">]+)[">]/:\1/' || true
 }
 
-declare -A level_of
-for level in "${!floors[@]}"; do
-    for header in "src/${floors[level]}"/*.h; do
+declare -A level_of folder_of
+rooms=("${floors[@]}" "${above[@]}")
+for level in "${!rooms[@]}"; do
+    for header in "src/${rooms[level]}"/*.h; do
         [ -e "$header" ] || continue
         name=${header##*/}
         [ -z "${level_of[$name]:-}" ] || complain "$header: another floor has a header of that name"
         level_of[$name]=$level
+        folder_of[$name]=${rooms[level]}
     done
 done
 
 for level in "${!floors[@]}"; do
     while IFS=: read -r file line name; do
-        above=${level_of[${name##*/}]:-$level}
-        [ "$above" -le "$level" ] || complain "$file:$line: ${floors[level]} may not include $name of ${floors[above]}"
+        other=${level_of[${name##*/}]:-$level}
+        [ "$other" -le "$level" ] || complain "$file:$line: ${floors[level]} may not include $name of ${rooms[other]}"
     done < <(includes "src/${floors[level]}")
+done
+
+for library in "${above[@]}"; do
+    while IFS=: read -r file line name; do
+        [ "${folder_of[${name##*/}]:-$library}" = "$library" ] ||
+            complain "$file:$line: $library sees public headers only, not $name"
+    done < <(includes "src/$library")
 done
 
 while IFS=: read -r file line name; do

@@ -9,10 +9,11 @@ status=0
 
 clean_tree() {
     rm -rf "${tree:?}"/*
-    mkdir -p "$tree"/{include/Dorvane,src/low,src/high,examples}
+    mkdir -p "$tree"/{include/Dorvane,src/low,src/high,src/above,examples}
     echo '#pragma once' | tee "$tree"/{src/low/Low.h,src/high/High.h,include/Dorvane/DVPublic.h} >/dev/null
     echo '#include "Low.h"' >"$tree/src/high/High.cpp"
-    echo '#include <Dorvane/DVPublic.h>' >"$tree/examples/main.cpp"
+    echo '#include <Dorvane/DVPublic.h>' | tee "$tree"/{examples/main.cpp,src/above/Above.cpp} >/dev/null
+    echo '#pragma once' >"$tree/src/above/Above.h"
 }
 
 expect() { # accepts|rejects WHAT COMMAND...
@@ -25,7 +26,7 @@ expect() { # accepts|rejects WHAT COMMAND...
     fi
 }
 
-floors=("$here/floors.sh" "$tree" low high)
+floors=("$here/floors.sh" "$tree" low high -- above)
 headers=("$here/headers.sh" "$compiler" "$tree/include")
 library() { # SOURCE OPTION...: a shared library made of one line
     local source=$1
@@ -45,6 +46,12 @@ expect rejects "one header name on two floors" "${floors[@]}"
 clean_tree
 echo '#include "Low.h"' >>"$tree/include/Dorvane/DVPublic.h"
 expect rejects "a public header that includes a private one" "${floors[@]}"
+clean_tree
+echo '#include "Low.h"' >>"$tree/src/above/Above.cpp"
+expect rejects "a private header in a library above the floors" "${floors[@]}"
+clean_tree
+echo '#include "Above.h"' >>"$tree/src/high/High.cpp"
+expect rejects "a floor that includes a library above it" "${floors[@]}"
 clean_tree
 echo '#  include <QtCore/QString>' >>"$tree/src/low/Low.h"
 expect rejects "an include with a Qt module" "${floors[@]}"
