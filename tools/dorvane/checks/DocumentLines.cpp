@@ -55,12 +55,12 @@ qsizetype width(const QList<uint> &text)
     return columns;
 }
 
-QString line(const QList<uint> &text)
+QString visible(const QList<uint> &text)
 {
     QString result;
     for (const uint c : text) {
-        const char32_t visible = shown(c);
-        result += QString::fromUcs4(&visible, 1);
+        const char32_t c32 = shown(c);
+        result += QString::fromUcs4(&c32, 1);
     }
     return result;
 }
@@ -84,16 +84,20 @@ LinePosition DocumentLines::positionOf(qsizetype offset) const
 {
     offset = std::clamp<qsizetype>(offset, 0, m_document.size());
     const qsizetype index = lineOf(offset);
-    const qsizetype start = m_starts[size_t(index)];
-    return {index + 1, characterCount(m_document.sliced(start, offset - start)) + 1};
+    const bool goesOn = m_last.line == index + 1 && m_lastOffset <= offset;
+    const qsizetype start = goesOn ? m_lastOffset : m_starts[size_t(index)];
+    m_last = {index + 1,
+              characterCount(m_document.sliced(start, offset - start)) + (goesOn ? m_last.column : 1)};
+    m_lastOffset = offset;
+    return m_last;
 }
 
 Excerpt DocumentLines::excerptAt(const Place &place) const
 {
     const qsizetype offset = std::clamp<qsizetype>(place.begin, 0, m_document.size());
-    const qsizetype start = m_starts[size_t(lineOf(offset))];
-    qsizetype end = m_document.indexOf('\n', offset);
-    end = end < 0 ? m_document.size() : end;
+    const auto line = size_t(lineOf(offset));
+    const qsizetype start = m_starts[line];
+    const qsizetype end = line + 1 < m_starts.size() ? m_starts[line + 1] - 1 : m_document.size();
     // Four bytes are one character at most.
     const qsizetype from = std::max(start, offset - before * 4);
     const auto text = [this](qsizetype first, qsizetype last) {
@@ -116,7 +120,7 @@ Excerpt DocumentLines::excerptAt(const Place &place) const
         tail.removeLast();
     Excerpt excerpt;
     const QString ellipsis = QStringLiteral("...");
-    excerpt.line = (cutsHead ? ellipsis : QString()) + line(head) + line(body) + line(tail) +
+    excerpt.line = (cutsHead ? ellipsis : QString()) + visible(head) + visible(body) + visible(tail) +
                    (cutsTail ? ellipsis : QString());
     excerpt.carets = QString(width(head) + (cutsHead ? ellipsis.size() : 0), u' ') + u'^' +
                      QString(std::max<qsizetype>(0, width(body) - 1), u'~');
@@ -129,5 +133,5 @@ QString forTerminal(const QString &text, qsizetype most)
     const bool cuts = characters.size() > most;
     if (cuts)
         characters.resize(most);
-    return line(characters) + (cuts ? QStringLiteral("...") : QString());
+    return visible(characters) + (cuts ? QStringLiteral("...") : QString());
 }

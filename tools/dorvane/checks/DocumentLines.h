@@ -22,7 +22,7 @@ struct Excerpt
     QString carets;
 };
 
-// Keeps a view of the document.
+// Keeps a view of the document. Quick when places come in their order, also in a document of one line.
 class DocumentLines
 {
 public:
@@ -36,6 +36,8 @@ private:
 
     QByteArrayView m_document;
     std::vector<qsizetype> m_starts;
+    mutable qsizetype m_lastOffset = 0; // of which the position was told last
+    mutable LinePosition m_last;
 };
 
 // A text from a document for one line of a terminal: no control characters, at most `most` characters.

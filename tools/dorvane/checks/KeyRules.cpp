@@ -4,6 +4,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -87,7 +88,10 @@ void checkStructure(const CheckContext &context)
     for (const Place &place : document.unitsWithoutKey)
         context.add(RuleId::MissingKey, Severity::Warning, place,
                     QStringLiteral("this unit has no resname, so no lookup finds it"));
+    qsizetype told = -1; // for each unit once
     for (const LostElement &element : document.lostElements) {
+        if (std::exchange(told, element.unit) == element.unit)
+            continue;
         const QString message =
             QStringLiteral("<%1> leaves no trace in the text; only <ph> is read").arg(element.name);
         context.add(RuleId::InlineElement, Severity::Warning, element.tag, message);

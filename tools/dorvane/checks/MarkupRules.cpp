@@ -48,11 +48,17 @@ QString nameIn(QStringView tag)
     return ends ? tag.first(end).toString().toLower() : QString();
 }
 
+// Nobody writes more by hand; comparing them costs the square.
+constexpr size_t mostTags = 500;
+
 std::vector<Tag> tagsIn(QStringView text)
 {
     std::vector<Tag> tags;
-    for (qsizetype at = text.indexOf(u'<'); at >= 0; at = text.indexOf(u'<', at + 1)) {
-        const qsizetype end = text.indexOf(u'>', at);
+    qsizetype end = -1; // kept, since many "<" may stand before one ">"
+    for (qsizetype at = text.indexOf(u'<'); at >= 0 && tags.size() <= mostTags;
+         at = text.indexOf(u'<', at + 1)) {
+        if (end < at)
+            end = text.indexOf(u'>', at);
         if (end < 0)
             break;
         const QStringView whole = text.sliced(at, end - at + 1);
@@ -128,6 +134,8 @@ void reportDifference(const CheckContext &context, const CheckedUnit &unit, cons
     }
 }
 
+constexpr qsizetype mostEntities = 50;
+
 // Names of entities in a text, "&amp;", and where "&" stands before one that lost its semicolon.
 struct Entities
 {
@@ -147,9 +155,9 @@ Entities entitiesIn(QStringView text, const QStringList &expected)
             ++end;
         const QString name = text.sliced(begin, end - begin).toString();
         const bool isWhole = begin == at + 1 && end < text.size() && text[end] == u';';
-        if (isWhole && !name.isEmpty())
+        if (isWhole && !name.isEmpty() && found.names.size() < mostEntities && !found.names.contains(name))
             found.names += name;
-        else if (found.broken < 0 && expected.contains(name))
+        else if (!isWhole && found.broken < 0 && expected.contains(name))
             found.broken = at;
     }
     return found;
@@ -178,6 +186,8 @@ void checkMarkup(const CheckContext &context, const CheckedUnit &unit)
         return;
     const std::vector<Tag> source = tagsIn(unit.source.text());
     const std::vector<Tag> target = tagsIn(unit.target.text());
+    if (source.size() > mostTags || target.size() > mostTags)
+        return;
     // A text that is put together with others may begin or end in the middle of an element.
     const Tag *lonely = unbalanced(source) ? nullptr : unbalanced(target);
     if (lonely)

@@ -162,6 +162,8 @@ public:
 private:
     void add(Placeholder placeholder, qsizetype begin, bool inElement)
     {
+        if (found.size() == mostPlaceholders)
+            return;
         if (placeholder.style == Placeholder::Format && placeholder.number == 0)
             placeholder.number = ++m_ordered;
         placeholder.begin = begin;

@@ -31,5 +31,9 @@ struct Placeholder
     }
 };
 
-// Those in placeholder elements, and those that look like one outside, in their order.
+// More than a text can have; comparing them costs the square.
+inline constexpr size_t mostPlaceholders = 200;
+
+// The first mostPlaceholders of those in placeholder elements and those that look like one outside, in their
+// order.
 std::vector<Placeholder> placeholdersIn(const CheckedText &text);

@@ -48,7 +48,7 @@ public:
     {
         if (unit.form.isNull())
             return;
-        const std::vector<qsizetype> indexes = context.units.value(unit.key);
+        const std::vector<qsizetype> &indexes = *context.units.constFind(unit.key);
         for (size_t i = 0; i < std::min(indexes.size(), mostForms); ++i) {
             const CheckedUnit &form = context.document.units[size_t(indexes[i])];
             if (form.source.isPresent())
@@ -214,11 +214,14 @@ void reportLooseFormat(const CheckContext &context, const CheckedUnit &unit, con
 // The first percent sign that is no part of a placeholder and in no element; -1 when there is none.
 qsizetype strayPercent(const CheckedText &text, const Placeholders &placeholders)
 {
+    if (placeholders.size() == mostPlaceholders)
+        return -1;
     const QString &content = text.text();
+    auto element = text.placeholderElements.begin();
     for (qsizetype at = content.indexOf(u'%'); at >= 0; at = content.indexOf(u'%', at + 1)) {
-        const bool inElement = std::ranges::any_of(text.placeholderElements, [at](const auto &element) {
-            return element.first <= at && at < element.second;
-        });
+        while (element != text.placeholderElements.end() && element->second <= at)
+            ++element;
+        const bool inElement = element != text.placeholderElements.end() && element->first <= at;
         const bool inPlaceholder = std::ranges::any_of(placeholders, [at](const Placeholder &p) {
             return p.begin <= at && at < p.begin + p.written.size();
         });

@@ -3,17 +3,21 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 struct Mnemonics
 {
     int count = 0;
-    qsizetype second = -1; // where the second one stands
+    bool hasEntities = false; // the text is shown as HTML, where "&" means something else
+    qsizetype second = -1;    // where the second one stands
 };
 
 bool isEntity(QStringView text)
 {
-    const qsizetype end = text.indexOf(u';');
+    constexpr qsizetype longestName = 12;
+    const qsizetype end = text.first(std::min(text.size(), longestName)).indexOf(u';');
     if (end < 2)
         return false;
     return std::all_of(text.begin() + 1, text.begin() + end,
@@ -35,6 +39,7 @@ Mnemonics mnemonicsIn(QStringView text)
             ++at;
             continue;
         }
+        found.hasEntities = found.hasEntities || isEntity(text.sliced(at));
         if (!text[at + 1].isLetterOrNumber() || isEntity(text.sliced(at)) || isInAbbreviation(text, at))
             continue;
         if (++found.count == 2)
@@ -50,6 +55,8 @@ void checkMnemonics(const CheckContext &context, const CheckedUnit &unit)
         return;
     const Mnemonics source = mnemonicsIn(unit.source.text());
     const Mnemonics inTarget = mnemonicsIn(target);
+    if (source.hasEntities || inTarget.hasEntities)
+        return;
     const Place place = context.document.placeOf(unit.target);
     if (source.count == 1 && inTarget.count == 0)
         context.add(RuleId::Mnemonic, Severity::Warning, unit, place,

@@ -35,8 +35,10 @@ Reference referenceAt(QByteArrayView bytes)
                           .toUInt(&isNumber, hexadecimal ? 16 : 10);
     if (!isNumber || code > QChar::LastValidCodePoint)
         return {QStringLiteral("&"), 1};
-    const auto ucs4 = char32_t(code);
-    return {QString::fromUcs4(&ucs4, 1), end + 1};
+    QString text;
+    for (const char16_t unit : QChar::fromUcs4(code))
+        text += QChar(unit);
+    return {text, end + 1};
 }
 
 qsizetype specialIn(QByteArrayView bytes, bool isCData)
@@ -52,6 +54,14 @@ qsizetype sequenceLength(char lead)
     return byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
 }
 
+// Qt takes a byte order mark away, which is a character here.
+QString decoded(QByteArrayView bytes)
+{
+    const bool hasMark = bytes.startsWith("\xEF\xBB\xBF");
+    return hasMark ? QString(QChar::ByteOrderMark % QString::fromUtf8(bytes.sliced(3)))
+                   : QString::fromUtf8(bytes);
+}
+
 } // namespace
 
 void XmlText::append(QByteArrayView bytes, qsizetype offset, bool isCData)
@@ -60,7 +70,7 @@ void XmlText::append(QByteArrayView bytes, qsizetype offset, bool isCData)
         const qsizetype plain = specialIn(bytes, isCData);
         if (plain > 0) {
             m_runs.push_back({m_text.size(), offset, 0});
-            m_text += QString::fromUtf8(bytes.first(plain));
+            m_text += decoded(bytes.first(plain));
         }
         bytes = bytes.sliced(plain);
         offset += plain;
