@@ -83,7 +83,11 @@ public:
     // The "start" command of `dorvane try` for this site.
     QByteArray startCommand(const QJsonObject &changes = {}) const
     {
-        const QString base = QStringLiteral("http://127.0.0.1:") + QString::fromLatin1(m_port);
+        return startCommandFor(m_port.toUShort(), changes);
+    }
+    static QByteArray startCommandFor(quint16 port, const QJsonObject &changes = {})
+    {
+        const QString base = QStringLiteral("http://127.0.0.1:%1").arg(port);
         QJsonObject options{
             {QStringLiteral("mode"), QStringLiteral("DVOTAServing")},
             {QStringLiteral("otaKey"), QString::fromLatin1(keyBytes().toBase64())},

@@ -44,6 +44,7 @@ public:
         QFile file(QDir(path()).absoluteFilePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     }
+    // A member of `changes` that is null is left out of the file.
     void setProject(const QJsonObject &changes) const
     {
         QJsonObject project{
@@ -52,7 +53,8 @@ public:
             {QStringLiteral("versions"), QJsonArray{QStringLiteral("1.0"), QStringLiteral("2 0")}},
             {QStringLiteral("deliveryKey"), QString::fromLatin1(keyBytes().toBase64())}};
         for (auto change = changes.begin(); change != changes.end(); ++change)
-            project.insert(change.key(), change.value());
+            project.insert(change.key(),
+                           change->isNull() ? QJsonValue(QJsonValue::Undefined) : change.value());
         write(QStringLiteral("project.json"), QJsonDocument(project).toJson());
     }
     void publish(const QByteArray &target, const QDateTime &modified = {}) const

@@ -46,38 +46,14 @@ struct HttpAnswer
     }
 };
 
-// A running `dorvane serve`.
-class ServeProcess
+// Whoever listens on a port of 127.0.0.1, by the bytes on a connection.
+class HttpPeer
 {
 public:
-    explicit ServeProcess(const QString &folder, const QStringList &options = {})
-    {
-        m_process.start(QStringLiteral(DORVANE_TOOL), QStringList{QStringLiteral("serve"), folder} + options);
-        while (m_ready.count('\n') < 2 && m_process.waitForReadyRead(10000))
-            m_ready += m_process.readAllStandardOutput();
-        m_process.setReadChannel(QProcess::StandardError);
-        m_port = quint16(m_ready.left(m_ready.indexOf('\n')).split(':').constLast().toUInt());
-    }
-    ~ServeProcess()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    Q_DISABLE_COPY_MOVE(ServeProcess)
-
-    // The two lines that it prints when it is ready.
-    QByteArray ready() const { return m_ready; }
-    QProcess &process() { return m_process; }
+    explicit HttpPeer(quint16 port = 0)
+        : m_port(port)
+    {}
     quint16 port() const { return m_port; }
-
-    // What it has logged since it began, once `part` stands in it.
-    QByteArray logWith(const QByteArray &part)
-    {
-        m_log += m_process.readAllStandardError();
-        while (!m_log.contains(part) && m_process.waitForReadyRead(5000))
-            m_log += m_process.readAllStandardError();
-        return m_log;
-    }
 
     // The bytes as they stand, and the answer to them. Ends the connection.
     HttpAnswer send(const QByteArray &bytes, bool withoutBody = false) const
@@ -86,10 +62,11 @@ public:
         socket.connectToHost(QStringLiteral("127.0.0.1"), m_port);
         if (!socket.waitForConnected(5000))
             return {};
+        constexpr int patienceMs = 20000;
         socket.write(bytes);
         QByteArray received;
         HttpAnswer answer;
-        while (!isWhole(received, withoutBody, &answer) && socket.waitForReadyRead(5000))
+        while (!isWhole(received, withoutBody, &answer) && socket.waitForReadyRead(patienceMs))
             received += socket.readAll();
         return answer;
     }
@@ -114,15 +91,52 @@ private:
         if (end < 0)
             return false;
         HttpAnswer parsed{received.mid(9, 3).toInt(), received.left(end), received.mid(end + 4)};
-        const qsizetype expected = withoutBody ? 0 : parsed.header("Content-Length").toLongLong();
+        const bool neverHasBody = withoutBody || parsed.status == 204 || parsed.status == 304;
+        const qsizetype expected = neverHasBody ? 0 : parsed.header("Content-Length").toLongLong();
         if (parsed.body.size() < expected)
             return false;
         *answer = parsed;
         return true;
     }
 
+protected:
+    quint16 m_port = 0;
+};
+
+// A running `dorvane serve`.
+class ServeProcess : public HttpPeer
+{
+public:
+    explicit ServeProcess(const QString &folder, const QStringList &options = {})
+    {
+        m_process.start(QStringLiteral(DORVANE_TOOL), QStringList{QStringLiteral("serve"), folder} + options);
+        while (m_ready.count('\n') < 2 && m_process.waitForReadyRead(10000))
+            m_ready += m_process.readAllStandardOutput();
+        m_process.setReadChannel(QProcess::StandardError);
+        m_port = quint16(m_ready.left(m_ready.indexOf('\n')).split(':').constLast().toUInt());
+    }
+    ~ServeProcess()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(ServeProcess)
+
+    // The two lines that it prints when it is ready.
+    QByteArray ready() const { return m_ready; }
+    QProcess &process() { return m_process; }
+
+    // What it has logged since it began, once `part` stands in it.
+    QByteArray logWith(const QByteArray &part)
+    {
+        m_log += m_process.readAllStandardError();
+        while (!m_log.contains(part) && m_process.waitForReadyRead(5000))
+            m_log += m_process.readAllStandardError();
+        return m_log;
+    }
+
+private:
     QProcess m_process;
     QByteArray m_ready;
     QByteArray m_log;
-    quint16 m_port = 0;
 };

@@ -30,6 +30,7 @@ public:
     QStringList argumentList() const { return m_parser.positionalArguments().mid(m_arguments.size()); }
     bool isSet(const QString &option) const { return m_parser.isSet(option); }
     QString value(const QString &option) const { return m_parser.value(option); }
+    QStringList values(const QString &option) const { return m_parser.values(option); }
 
     // Say on standard error, after the command's name, what went wrong (fail) or what is wrong with
     // the arguments (misused), and return the exit status for it.

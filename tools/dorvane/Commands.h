@@ -7,6 +7,7 @@ int runServe(const QStringList &arguments);
 int runCheck(const QStringList &arguments);
 int runImport(const QStringList &arguments);
 int runPack(const QStringList &arguments);
+int runPackTree(const QStringList &arguments); // `pack` with --tree
 int runUnpack(const QStringList &arguments);
 int runKeygen(const QStringList &arguments);
 int runTry(const QStringList &arguments);

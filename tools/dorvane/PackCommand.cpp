@@ -1,31 +1,14 @@
-#include "Check.h"
-#include "CheckReport.h"
 #include "CheckedFolder.h"
 #include "CommandLine.h"
 #include "Commands.h"
 #include "DeliveredFile.h"
 #include "DeliveryKey.h"
-#include "TerminalOutput.h"
-
-namespace {
-
-// Tells errors and warnings; false when there is an error.
-bool passesCheck(const QString &path, const QByteArray &document)
-{
-    CheckOptions options;
-    options.locale = localeOfFileName(path);
-    CheckedPath file{path, document, findingsIn(document, options)};
-    std::erase_if(file.findings, [](const Finding &finding) { return finding.severity == Severity::Note; });
-    const QString report = textReport(file, isColourTerminal(stderr) ? Colours::On : Colours::Off);
-    if (!report.isEmpty())
-        printErrorLine(report.chopped(1));
-    return FindingCounts::of(file.findings).errors == 0;
-}
-
-} // namespace
+#include "PackCheck.h"
 
 int runPack(const QStringList &arguments)
 {
+    if (arguments.contains(QStringLiteral("--tree")))
+        return runPackTree(arguments);
     CommandLine line(
         QStringLiteral("pack"),
         QStringLiteral("Makes the file that applications download: the XLIFF document, gzip-compressed,\n"
@@ -42,6 +25,9 @@ int runPack(const QStringList &arguments)
          QStringLiteral("Leave placeholders such as %1 and %n that stand outside <ph> elements where they "
                         "are; applications will show them instead of the arguments.")});
     line.addOption({QStringLiteral("no-check"), QStringLiteral("Pack what has mistakes too.")});
+    line.addOption({QStringLiteral("tree"),
+                    QStringLiteral("Write the delivery tree of a whole project folder instead; see "
+                                   "\"dorvane pack --tree --help\".")});
     if (const auto status = line.parse(arguments))
         return *status;
 
@@ -57,7 +43,8 @@ int runPack(const QStringList &arguments)
     const auto packed = packedDocument(document, key, placeholders, &error);
     if (!packed)
         return line.fail(QStringLiteral("%1 is not readable XLIFF: %2").arg(line.argument(0), error));
-    if (!line.isSet(QStringLiteral("no-check")) && !passesCheck(line.argument(0), document))
+    if (!line.isSet(QStringLiteral("no-check")) &&
+        !passesCheck(line.argument(0), document, localeOfFileName(line.argument(0))))
         return line.fail(
             QStringLiteral("%1 is not packed; --no-check packs it as it is.").arg(line.argument(0)));
     if (packed->newPlaceholderElements > 0)

@@ -1,0 +1,183 @@
+// WebServer: nginx, Apache or Caddy over a delivery tree, with the configuration that the tool prints.
+#pragma once
+
+#include "ToolProcess.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUuid>
+
+#include <csignal>
+#include <optional>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+// A process of the current user on a free port of 127.0.0.1, with its files in a folder of its own. It ends
+// with this object, or with the test if that is killed. Around the printed configuration stands what
+// a machine can have for other sites, such as compression of everything.
+class WebServer : public HttpPeer
+{
+public:
+    // Null where the server is not installed: scripts/setup brings it.
+    static QString program(const QString &server)
+    {
+        const QString name = server == QStringLiteral("apache") ? QStringLiteral("apache2") : server;
+        const QString brought = QStringLiteral(DORVANE_SOURCE_DIR "/build/servers");
+        const QString found = QStandardPaths::findExecutable(name);
+        return !found.isNull()
+                   ? found
+                   : QStandardPaths::findExecutable(
+                         name, {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/local/bin"),
+                                brought + QStringLiteral("/usr/sbin"), brought + QStringLiteral("/usr/bin")});
+    }
+
+    // `project` is packed into `tree` once more for the configuration; nothing changes in the tree by that.
+    WebServer(const QString &server, const QString &project, const QString &tree)
+        : m_server(server)
+        , m_tree(tree)
+    {
+        QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7755)); // the server may be another user
+        markTree();
+        // Somebody else can take the port between the question and the start.
+        for (int attempt = 0; attempt < 5 && m_port == 0; ++attempt)
+            start(project);
+    }
+    ~WebServer() { stop(); }
+    Q_DISABLE_COPY_MOVE(WebServer)
+
+    QByteArray log() const
+    {
+        QFile file(path("delivery.log"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    // What it says of itself, for a test that fails.
+    QByteArray complaints()
+    {
+        QFile file(path("error.log"));
+        return m_process.readAllStandardError() +
+               (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    }
+
+private:
+    QString path(const char *name) const { return m_folder.path() + u'/' + QLatin1StringView(name); }
+    void write(const char *name, const QByteArray &content) const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+    static quint16 freePort()
+    {
+        QTcpServer server;
+        return server.listen(QHostAddress::LocalHost) ? server.serverPort() : quint16(0);
+    }
+    // A file that nobody else delivers, to know our server by.
+    void markTree()
+    {
+        m_mark = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        const QString folder = m_tree + QStringLiteral("/projects/mark/") + m_mark + QStringLiteral("/en");
+        QVERIFY(QDir().mkpath(folder));
+        QFile file(folder + QStringLiteral("/strings.gz"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+
+    void start(const QString &project)
+    {
+        const quint16 port = freePort();
+        const ToolRun printed = ToolRun::tool(
+            {QStringLiteral("pack"), QStringLiteral("--tree"), project, m_tree, QStringLiteral("--server"),
+             m_server, QStringLiteral("--listen"), QStringLiteral("127.0.0.1:%1").arg(port),
+             QStringLiteral("--log"), path("delivery.log")});
+        QVERIFY2(printed.status == 0, printed.errors.constData());
+        write("site", printed.output);
+        write("main", mainConfiguration());
+        m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), m_folder.path());
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), m_folder.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_folder.path());
+        m_process.setProcessEnvironment(environment);
+        m_process.start(program(m_server), arguments());
+        if (m_process.waitForStarted() && answers(port))
+            m_port = port;
+        else
+            stop();
+    }
+    bool answers(quint16 port)
+    {
+        const QByteArray target = "/projects/mark/" + m_mark.toLatin1() + "/en/strings.gz";
+        return QTest::qWaitFor(
+                   [this, port, target] {
+                       return m_process.state() == QProcess::NotRunning ||
+                              HttpPeer(port).get(target).status == 200;
+                   },
+                   20000) &&
+               m_process.state() == QProcess::Running;
+    }
+    void stop()
+    {
+        m_process.terminate();
+        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(10000))
+            m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    QStringList arguments() const
+    {
+        if (m_server == QStringLiteral("nginx"))
+            return {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-c"), path("main")};
+        if (m_server == QStringLiteral("apache"))
+            return {QStringLiteral("-f"), path("main"), QStringLiteral("-DFOREGROUND")};
+        return {QStringLiteral("run"), QStringLiteral("--config"), path("main"), QStringLiteral("--adapter"),
+                QStringLiteral("caddyfile")};
+    }
+    QByteArray mainConfiguration() const
+    {
+        const QByteArray own = m_server == QStringLiteral("nginx")    ? nginx()
+                               : m_server == QStringLiteral("apache") ? apache()
+                                                                      : caddy();
+        QByteArray text = own;
+        return text.replace("FOLDER", m_folder.path().toUtf8());
+    }
+    static QByteArray nginx()
+    {
+        return QByteArray(geteuid() == 0 ? "user www-data;\n" : "") +
+               "daemon off; worker_processes 2; pid FOLDER/pid; error_log FOLDER/error.log;\n"
+               "events { worker_connections 256; }\n"
+               "http {\n"
+               "client_body_temp_path FOLDER/body; proxy_temp_path FOLDER/proxy; fastcgi_temp_path "
+               "FOLDER/fast;\n"
+               "scgi_temp_path FOLDER/scgi; uwsgi_temp_path FOLDER/uwsgi; access_log FOLDER/access.log;\n"
+               "types { application/gzip gz; }\n"
+               "gzip on; gzip_types *; gzip_min_length 1; gzip_proxied any; sendfile on; tcp_nopush on;\n"
+               "expires 30d; charset utf-8; charset_types *;\n"
+               "include FOLDER/site;\n}\n";
+    }
+    static QByteArray apache()
+    {
+        QByteArray text;
+        for (const char *module : {"mpm_event", "authz_core", "mime", "dir", "alias", "filter", "deflate",
+                                   "expires", "headers", "rewrite", "env", "setenvif", "negotiation"})
+            text += QByteArray("LoadModule ") + module + "_module /usr/lib/apache2/modules/mod_" + module +
+                    ".so\n";
+        return text + (geteuid() == 0 ? "User www-data\nGroup www-data\n" : "") +
+               "ServerRoot FOLDER\nServerName localhost\nPidFile FOLDER/pid\nErrorLog FOLDER/error.log\n"
+               "DefaultRuntimeDir FOLDER\nTypesConfig /dev/null\nStartServers 1\nServerLimit "
+               "1\nThreadsPerChild 32\n"
+               "MaxRequestWorkers 32\nMinSpareThreads 1\nMaxSpareThreads 32\n"
+               "<Directory />\nRequire all denied\n</Directory>\n"
+               "AddEncoding x-gzip .gz\nAddType application/gzip .gz\nSetOutputFilter DEFLATE\n"
+               "AddDefaultCharset utf-8\nInclude FOLDER/site\n";
+    }
+    static QByteArray caddy() { return "{\n\tadmin off\n\tauto_https off\n}\nimport FOLDER/site\n"; }
+
+    QString m_server;
+    QString m_tree;
+    QString m_mark;
+    QTemporaryDir m_folder;
+    QProcess m_process;
+};
