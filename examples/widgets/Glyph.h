@@ -1,6 +1,8 @@
 // Glyph: a small round icon beside a text.
 #pragma once
 
+#include "GlyphPainting.h"
+
 #include <QWidget>
 
 class Glyph : public QWidget
@@ -8,9 +10,7 @@ class Glyph : public QWidget
     Q_OBJECT
 
 public:
-    enum Shape { Drop, Leaf, Calendar };
-
-    explicit Glyph(Shape shape, QWidget *parent = nullptr);
+    explicit Glyph(GlyphShape shape, QWidget *parent = nullptr);
 
     QSize sizeHint() const override;
 
@@ -18,5 +18,5 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    Shape m_shape;
+    GlyphShape m_shape;
 };

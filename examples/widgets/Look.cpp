@@ -1,8 +1,9 @@
 #include "Look.h"
 
+#include "GardenFont.h"
+
 #include <QApplication>
 #include <QFile>
-#include <QFont>
 #include <QPalette>
 #include <QStyleFactory>
 #include <QWidget>
@@ -29,13 +30,7 @@ void applyLook(QApplication &application)
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setPalette(palette());
 
-    // One family for each script where the machine has it: sizes and weights then match in every language.
-    QFont font = QApplication::font();
-    font.setFamilies({QStringLiteral("Open Sans"), QStringLiteral("Noto Sans"),
-                      QStringLiteral("Noto Sans Arabic UI"), QStringLiteral("VL PGothic"),
-                      QStringLiteral("Noto Sans CJK JP"), font.family()});
-    font.setPointSizeF(10.5);
-    QApplication::setFont(font);
+    QApplication::setFont(gardenFont(QApplication::font()));
 
     QFile sheet(QStringLiteral(":/windowgarden/look.qss"));
     if (sheet.open(QIODevice::ReadOnly))

@@ -48,7 +48,7 @@ void MainWindow::makeTabs()
 void MainWindow::makeMenus()
 {
     m_gardenMenu = menuBar()->addMenu(QString());
-    m_waterAll = m_gardenMenu->addAction(QString(), this, &MainWindow::waterAllThatAreDue);
+    m_waterAll = m_gardenMenu->addAction(QString(), &m_garden, &Garden::waterAllThatAreDue);
     m_gardenMenu->addSeparator();
     m_openPreferences = m_gardenMenu->addAction(QString(), this, &MainWindow::showPreferences);
     m_openPreferences->setShortcut(QKeySequence::Preferences);
@@ -96,14 +96,6 @@ void MainWindow::showAbout()
     box->addButton(tr("Close"), QMessageBox::AcceptRole);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
-}
-
-void MainWindow::waterAllThatAreDue()
-{
-    for (int row = 0; row < m_garden.rowCount(); ++row) {
-        if (m_garden.plant(row).daysUntilWatering(m_garden.today()) <= 0)
-            m_garden.setLastWatered(row, m_garden.today());
-    }
 }
 
 void MainWindow::showStatus()

@@ -30,7 +30,6 @@ private:
     QAction *addScreenAction(QWidget *page);
     void showPreferences();
     void showAbout();
-    void waterAllThatAreDue();
     void showStatus();
     void retranslateUi();
 

@@ -3,6 +3,7 @@
 #include "Garden.h"
 #include "Look.h"
 #include "PlantPicture.h"
+#include "PlantWords.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

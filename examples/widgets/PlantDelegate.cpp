@@ -1,7 +1,8 @@
 #include "PlantDelegate.h"
 
 #include "Garden.h"
-#include "PlantPicture.h"
+#include "PlantPainting.h"
+#include "PlantWords.h"
 
 #include <QPainter>
 
@@ -69,7 +70,7 @@ void PlantDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
     painter->setFont(option.font);
     painter->setPen(QColor(0x6c7a72));
     drawText(painter, option, row.place, Qt::AlignLeading | Qt::AlignVCenter,
-             index.data(Garden::PlaceRole).toString());
+             PlantWords::place(Place(index.data(Garden::PlaceRole).toInt())));
     painter->setPen(days < 0 ? QColor(0xb4482a) : days == 0 ? QColor(0x2a6f9e) : QColor(0x6c7a72));
     drawText(painter, option, row.due, Qt::AlignTrailing | Qt::AlignVCenter, due);
     painter->restore();

@@ -1,17 +1,9 @@
-// Pictures of the plants, drawn rather than shipped.
+// PlantPicture: a plant on a round, softly coloured ground.
 #pragma once
 
 #include "Plant.h"
 
 #include <QWidget>
-
-class QPainter;
-
-// Paints a potted plant into `target`, keeping its proportions.
-void paintPlant(QPainter &painter, const QRectF &target, PlantKind kind);
-
-// A plant on a round, softly coloured ground.
-void paintPlantBadge(QPainter &painter, const QRectF &target, PlantKind kind);
 
 class PlantPicture : public QWidget
 {

@@ -4,6 +4,7 @@
 #include "Look.h"
 #include "PlantDelegate.h"
 #include "PlantPicture.h"
+#include "PlantWords.h"
 
 #include <QEvent>
 #include <QFormLayout>
@@ -15,10 +16,36 @@
 #include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSortFilterProxyModel>
 #include <QVBoxLayout>
 
 namespace {
+
+// The plants whose names the user looks for. It names them, too.
+class FoundPlants : public QSortFilterProxyModel
+{
+public:
+    using QSortFilterProxyModel::QSortFilterProxyModel;
+
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        return role == Qt::DisplayRole ? nameOf(mapToSource(index))
+                                       : QSortFilterProxyModel::data(index, role);
+    }
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex &parent) const override
+    {
+        return filterRegularExpression().match(nameOf(sourceModel()->index(row, 0, parent))).hasMatch();
+    }
+
+private:
+    static QString nameOf(const QModelIndex &plant)
+    {
+        return PlantWords::name(PlantKind(plant.data(Garden::KindRole).toInt()));
+    }
+};
 
 QLabel *label(QWidget *parent, const char *role)
 {
@@ -33,7 +60,7 @@ QLabel *label(QWidget *parent, const char *role)
 PlantsPage::PlantsPage(Garden &garden, QWidget *parent)
     : QWidget(parent)
     , m_garden(garden)
-    , m_found(new QSortFilterProxyModel(this))
+    , m_found(new FoundPlants(this))
 {
     m_found->setSourceModel(&m_garden);
     m_found->setFilterCaseSensitivity(Qt::CaseInsensitive);

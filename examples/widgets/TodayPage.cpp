@@ -3,7 +3,8 @@
 #include "Garden.h"
 #include "Glyph.h"
 #include "Look.h"
-#include "PlantPicture.h"
+#include "PlantPainting.h"
+#include "PlantWords.h"
 
 #include <QCheckBox>
 #include <QEvent>
@@ -12,7 +13,6 @@
 #include <QLabel>
 #include <QLocale>
 #include <QPainter>
-#include <QPainterPath>
 #include <QProgressBar>
 #include <QVBoxLayout>
 
@@ -36,30 +36,12 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
         const qreal wide = width() / 3.6;
-        QRectF opening(0, 0, wide, height() - 6.0);
+        QRectF window(0, 0, wide + 8, height());
         for (const PlantKind kind : {PlantKind::Monstera, PlantKind::Cactus, PlantKind::Lavender}) {
-            painter.setBrush(QColor(0xf2f5e4));
-            painter.drawPath(arch(opening));
-            painter.setBrush(QColor(0xd3b48c));
-            painter.drawRoundedRect(QRectF(opening.left() - 4, opening.bottom(), wide + 8, 6), 2, 2);
-            paintPlant(painter, opening.adjusted(2, opening.height() - wide + 4, -2, 3.5), kind);
-            opening.translate((width() - wide) / 2, 0);
+            paintPlantWindow(painter, window, kind);
+            window.translate((width() - wide) / 2, 0);
         }
-    }
-
-private:
-    static QPainterPath arch(const QRectF &opening)
-    {
-        const QRectF top(opening.topLeft(), QSizeF(opening.width(), opening.width()));
-        QPainterPath path(opening.bottomLeft());
-        path.lineTo(top.left(), top.center().y());
-        path.arcTo(top, 180, -180);
-        path.lineTo(opening.bottomRight());
-        path.closeSubpath();
-        return path;
     }
 };
 
@@ -123,7 +105,7 @@ QWidget *TodayPage::makeFigures()
     auto *layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(14);
-    const auto add = [&](Glyph::Shape shape) {
+    const auto add = [&](GlyphShape shape) {
         auto *frame = card(row);
         auto *text = wrappingLabel(frame, "figure");
         auto *inside = new QHBoxLayout(frame);
@@ -134,9 +116,9 @@ QWidget *TodayPage::makeFigures()
         layout->addWidget(frame, 1);
         return text;
     };
-    m_due = add(Glyph::Drop);
-    m_owned = add(Glyph::Leaf);
-    m_streak = add(Glyph::Calendar);
+    m_due = add(GlyphShape::Drop);
+    m_owned = add(GlyphShape::Leaf);
+    m_streak = add(GlyphShape::Calendar);
     return row;
 }
 

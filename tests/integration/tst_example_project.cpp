@@ -1,5 +1,5 @@
-// The project folder of the widgets example against the application itself: what lupdate finds in
-// its sources must be in every language, complete and well-formed.
+// The project folder of the examples against the applications themselves: what lupdate finds in
+// their sources, C++, forms and QML, must be in every language, complete and well-formed.
 #include "DVPluralForm.h"
 #include "DVXliffParser.h"
 
@@ -106,9 +106,11 @@ private Q_SLOTS:
     void libraryReadsWhatStandsThere_data();
     void libraryReadsWhatStandsThere();
     void newPublicationDiffers();
+    void theExamplesSayTheSame();
 
 private:
-    void readTexts(const QString &path);
+    QMap<QString, bool> textsOf(const QString &example);
+    void readTexts(const QString &path, QMap<QString, bool> *texts);
     void readFile(const QString &path, QList<Unit> *units);
     void checkForms(const QString &language, const QString &key, const QStringList &categories);
     void checkPlaceholders(const QString &language, const Unit &unit);
@@ -119,19 +121,34 @@ private:
 
 void ExampleProjectTest::initTestCase()
 {
+    m_texts = textsOf(QStringLiteral("widgets"));
+    QVERIFY2(m_texts.size() > 80, qPrintable(QString::number(m_texts.size())));
+}
+
+QMap<QString, bool> ExampleProjectTest::textsOf(const QString &example)
+{
+    QMap<QString, bool> texts;
     QTemporaryDir folder;
     const QString found = folder.filePath(QStringLiteral("found.ts"));
     QProcess lupdate;
     lupdate.setProcessChannelMode(QProcess::MergedChannels);
     lupdate.start(QStringLiteral(DORVANE_LUPDATE),
-                  {QStringLiteral(DORVANE_SOURCE_DIR "/examples/widgets"), QStringLiteral("-ts"), found});
-    QVERIFY2(lupdate.waitForFinished(), qPrintable(lupdate.errorString()));
-    QVERIFY2(lupdate.exitCode() == 0, lupdate.readAll().constData());
-    readTexts(found);
-    QVERIFY2(m_texts.size() > 80, qPrintable(QString::number(m_texts.size())));
+                  {QStringLiteral(DORVANE_SOURCE_DIR "/examples/common"),
+                   QStringLiteral(DORVANE_SOURCE_DIR "/examples/") + example, QStringLiteral("-ts"), found});
+    if (lupdate.waitForFinished() && lupdate.exitCode() == 0)
+        readTexts(found, &texts);
+    else
+        qWarning("%s%s", qPrintable(lupdate.errorString()), lupdate.readAll().constData());
+    return texts;
 }
 
-void ExampleProjectTest::readTexts(const QString &path)
+// One project serves both, so a text of one that the other does not ask for would be missing or superfluous.
+void ExampleProjectTest::theExamplesSayTheSame()
+{
+    QCOMPARE(textsOf(QStringLiteral("quick")), m_texts);
+}
+
+void ExampleProjectTest::readTexts(const QString &path, QMap<QString, bool> *texts)
 {
     QFile file(path);
     QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
@@ -144,7 +161,7 @@ void ExampleProjectTest::readTexts(const QString &path)
         if (xml.name() == u"message")
             numerus = xml.attributes().value(QStringLiteral("numerus")) == u"yes";
         else if (xml.name() == u"source")
-            m_texts.insert(xml.readElementText(), numerus);
+            texts->insert(xml.readElementText(), numerus);
     }
     QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
 }

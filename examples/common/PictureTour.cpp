@@ -1,14 +1,8 @@
 #include "PictureTour.h"
 
-#include "MainWindow.h"
-
-#include <QAction>
-#include <QApplication>
-#include <QDialog>
+#include <QCommandLineParser>
 #include <QEvent>
-#include <QLabel>
-#include <QPixmap>
-#include <QTabWidget>
+#include <QGuiApplication>
 #include <QTimer>
 
 #include <cstdio>
@@ -29,24 +23,14 @@ void say(FILE *stream, const QString &line)
     std::fflush(stream);
 }
 
-QString shownTexts(const QWidget &window)
-{
-    QStringList texts;
-    for (const QLabel *label : window.findChildren<QLabel *>())
-        texts.append(label->text());
-    return texts.join(u'\n');
-}
-
 } // namespace
 
-PictureTour::PictureTour(MainWindow &window, const QString &folder, bool awaitPublication)
-    : m_window(window)
-    , m_tabs(window.findChild<QTabWidget *>())
-    , m_folder(folder)
-    , m_awaitPublication(awaitPublication)
+PictureTour::PictureTour(TouredApplication &application)
+    : m_application(application)
     , m_switching(new QTimer(this))
     , m_patience(new QTimer(this))
 {
+    readCommandLine();
     m_switching->setInterval(away);
     m_patience->setInterval(patience);
     m_patience->setSingleShot(true);
@@ -57,8 +41,26 @@ PictureTour::PictureTour(MainWindow &window, const QString &folder, bool awaitPu
     });
 }
 
+void PictureTour::readCommandLine()
+{
+    QCommandLineParser arguments;
+    const QCommandLineOption pictures(QStringLiteral("pictures"),
+                                      QStringLiteral("Take pictures of all screens and quit."),
+                                      QStringLiteral("folder"));
+    const QCommandLineOption await(QStringLiteral("await-publication"),
+                                   QStringLiteral("With --pictures: wait until new texts arrive."));
+    arguments.addHelpOption();
+    arguments.addOptions({pictures, await});
+    arguments.process(*QCoreApplication::instance());
+    m_wanted = arguments.isSet(pictures);
+    m_awaitPublication = arguments.isSet(await);
+    m_folder.setPath(arguments.value(pictures));
+}
+
 void PictureTour::start()
 {
+    if (!m_wanted)
+        return;
     if (!m_folder.mkpath(QStringLiteral("."))) {
         say(stderr, QStringLiteral("Cannot make the folder %1.").arg(m_folder.path()));
         QTimer::singleShot(0, this, [this] { end(1); });
@@ -67,28 +69,27 @@ void PictureTour::start()
     QTimer::singleShot(settling, this, [this] { visitScreen(0); });
 }
 
-void PictureTour::visitScreen(int tab)
+void PictureTour::visitScreen(int screen)
 {
-    if (tab == int(std::size(screens))) {
+    if (screen == int(std::size(screens))) {
         visitPreferences();
         return;
     }
-    m_tabs->setCurrentIndex(tab);
-    QTimer::singleShot(settling, this, [this, tab] {
-        if (take(&m_window, QLatin1StringView(screens[tab])))
-            visitScreen(tab + 1);
+    m_application.showScreen(screen);
+    QTimer::singleShot(settling, this, [this, screen] {
+        if (save(m_application.pictureOfWindow(), QLatin1StringView(screens[screen])))
+            visitScreen(screen + 1);
     });
 }
 
 void PictureTour::visitPreferences()
 {
-    m_window.findChild<QAction *>(QStringLiteral("openPreferences"))->trigger();
+    m_application.openPreferences();
     QTimer::singleShot(settling, this, [this] {
-        auto *dialog = m_window.findChild<QDialog *>();
-        if (!take(dialog, QStringLiteral("preferences")))
+        if (!save(m_application.pictureOfPreferences(), QStringLiteral("preferences")))
             return;
-        dialog->reject();
-        m_tabs->setCurrentIndex(0);
+        m_application.closePreferences();
+        m_application.showScreen(0);
         leaveOrEnd();
     });
 }
@@ -99,8 +100,8 @@ void PictureTour::leaveOrEnd()
         end(0);
         return;
     }
-    m_textsBefore = shownTexts(m_window);
-    m_window.installEventFilter(this);
+    m_textsBefore = m_application.shownTexts();
+    qApp->installEventFilter(this);
     say(stdout, QStringLiteral("waiting for a new publication"));
     m_patience->start();
     m_switching->start();
@@ -110,38 +111,33 @@ void PictureTour::leaveOrEnd()
 // a system would say when the user leaves and returns.
 void PictureTour::switchAwayAndBack()
 {
-    if (m_window.isVisible()) {
-        m_window.hide();
-        Q_EMIT qApp->applicationStateChanged(Qt::ApplicationHidden);
-    } else {
-        m_window.show();
-        m_window.activateWindow();
-        Q_EMIT qApp->applicationStateChanged(Qt::ApplicationActive);
-    }
+    const bool leaving = m_application.isWindowVisible();
+    m_application.setWindowVisible(!leaving);
+    Q_EMIT qApp->applicationStateChanged(leaving ? Qt::ApplicationHidden : Qt::ApplicationActive);
 }
 
 bool PictureTour::eventFilter(QObject *watched, QEvent *event)
 {
-    // The window sees the event after this filter.
-    if (event->type() == QEvent::LanguageChange)
+    // The windows see the event after the application.
+    if (watched == qApp && event->type() == QEvent::LanguageChange)
         QTimer::singleShot(settling, this, &PictureTour::showUpdate);
     return QObject::eventFilter(watched, event);
 }
 
 void PictureTour::showUpdate()
 {
-    if (m_ended || shownTexts(m_window) == m_textsBefore)
+    if (m_ended || m_application.shownTexts() == m_textsBefore)
         return;
     m_switching->stop();
-    m_window.show();
-    if (take(&m_window, QStringLiteral("today-updated")))
+    m_application.setWindowVisible(true);
+    if (save(m_application.pictureOfWindow(), QStringLiteral("today-updated")))
         end(0);
 }
 
-bool PictureTour::take(QWidget *widget, const QString &name)
+bool PictureTour::save(const QImage &picture, const QString &name)
 {
     const QString path = m_folder.filePath(name + QStringLiteral(".png"));
-    if (widget && widget->grab().save(path)) {
+    if (picture.save(path)) {
         say(stdout, path);
         return true;
     }
@@ -155,5 +151,5 @@ void PictureTour::end(int status)
     m_ended = true;
     m_switching->stop();
     m_patience->stop();
-    QApplication::exit(status);
+    QGuiApplication::exit(status);
 }

@@ -2,6 +2,15 @@
 
 #include <algorithm>
 
+namespace {
+
+QDateTime noonOf(QDate date)
+{
+    return {date, QTime(12, 0)};
+}
+
+} // namespace
+
 Garden::Garden(QObject *parent)
     : QAbstractListModel(parent)
     , m_today(QDate::currentDate())
@@ -29,17 +38,39 @@ QVariant Garden::data(const QModelIndex &index, int role) const
         return {};
     const Plant &one = plant(index.row());
     switch (role) {
-    case Qt::DisplayRole:
-        return PlantWords::name(one.kind);
     case KindRole:
         return int(one.kind);
     case PlaceRole:
-        return PlantWords::place(one.place);
+        return int(one.place);
+    case LightRole:
+        return int(one.light);
+    case RhythmRole:
+        return one.waterEveryDays;
+    case MillilitresRole:
+        return one.millilitres;
+    case LastWateredRole:
+        return noonOf(one.lastWatered);
     case DueRole:
         return one.daysUntilWatering(m_today);
+    case NeedsRole: {
+        const PlantNeeds needs = needsOf(one.kind);
+        return QVariantList{needs.light, needs.water, needs.humidity};
+    }
     default:
         return {};
     }
+}
+
+QHash<int, QByteArray> Garden::roleNames() const
+{
+    return {{KindRole, "kind"},
+            {PlaceRole, "place"},
+            {LightRole, "light"},
+            {RhythmRole, "rhythm"},
+            {MillilitresRole, "millilitres"},
+            {LastWateredRole, "lastWatered"},
+            {DueRole, "due"},
+            {NeedsRole, "needs"}};
 }
 
 int Garden::plantsToWater() const
@@ -65,10 +96,35 @@ void Garden::add(const Plant &plant)
     beginInsertRows({}, row, row);
     m_plants.push_back(plant);
     endInsertRows();
+    Q_EMIT changed();
 }
 
 void Garden::setLastWatered(int row, QDate date)
 {
     m_plants[size_t(row)].lastWatered = date;
     Q_EMIT dataChanged(index(row), index(row));
+    Q_EMIT changed();
+}
+
+QDateTime Garden::noonOfToday() const
+{
+    return noonOf(m_today);
+}
+
+void Garden::addPlant(int kind, int place, int light, int rhythm, int millilitres)
+{
+    add({PlantKind(kind), Place(place), Light(light), rhythm, millilitres, m_today});
+}
+
+void Garden::postpone(int row)
+{
+    setLastWatered(row, plant(row).lastWatered.addDays(1));
+}
+
+void Garden::waterAllThatAreDue()
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        if (plant(row).daysUntilWatering(m_today) <= 0)
+            setLastWatered(row, m_today);
+    }
 }

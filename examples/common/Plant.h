@@ -1,9 +1,7 @@
-// What the application keeps about a plant, and the words for it.
+// What the application keeps about a plant.
 #pragma once
 
-#include <QCoreApplication>
 #include <QDate>
-#include <QString>
 
 enum class PlantKind { Monstera, PeaceLily, SnakePlant, Basil, AloeVera, Lavender, BostonFern, Cactus };
 inline constexpr int plantKindCount = 8;
@@ -36,19 +34,3 @@ struct PlantNeeds
     int humidity;
 };
 PlantNeeds needsOf(PlantKind kind);
-
-// Words are looked up whenever they are shown, so that they follow the language.
-class PlantWords
-{
-    Q_DECLARE_TR_FUNCTIONS(PlantWords)
-
-public:
-    static QString name(PlantKind kind);
-    static QString care(PlantKind kind);
-    static QString place(Place place);
-    static QString light(Light light);
-    // "200 ml", in the digits of the user.
-    static QString amount(int millilitres);
-    // "in 3 days", "today", "2 days late".
-    static QString due(int days);
-};
