@@ -1,11 +1,13 @@
 // The controller's choice of the locale to serve, at launch and later.
 #include "DVAnalytics.h"
 #include "DVClock.h"
+#include "DVDiagnosticWords.h"
 #include "DVLocaleIdentifiers.h"
 #include "DVLog.h"
 #include "DVMainController.h"
 #include "DVMainQueue.h"
 
+#include <QFileInfo>
 #include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
@@ -34,6 +36,41 @@ bool DVMainController::launchTimeIsUp() const
     return elapsed > double(pullTimeout());
 }
 
+void DVMainController::beginChoice(const QString &why)
+{
+    m_record.choice = why;
+    m_record.fallback = DVDiagnostics::Fallback::None;
+    m_record.attempts.clear();
+}
+
+void DVMainController::noteAttempt(const DVLocaleStrings &strings, const QString &outcome)
+{
+    m_record.attempts.append({strings.locale().identifier(), outcome});
+}
+
+void DVMainController::noteServed(const DVLocaleStrings &strings, DVNeedsSync needed)
+{
+    if (!m_record.attempts.isEmpty())
+        m_record.fallback = DVDiagnostics::Fallback::LaterCandidate;
+    if (needed == DVNeedsSync::Missing)
+        noteAttempt(strings, u"downloaded while the start waited"_qs);
+    else if (needed == DVNeedsSync::UpToDate)
+        noteAttempt(strings, u"on the device, not expired"_qs);
+    else if (QFileInfo::exists(strings.publishedFilePath()))
+        noteAttempt(strings, u"on the device, expired: asked for newer strings in the background"_qs);
+    else
+        noteAttempt(strings, u"packaged: asked for newer strings in the background"_qs);
+}
+
+void DVMainController::noteNothingServed()
+{
+    if (m_localeStrings)
+        return;
+    const bool packaged = m_baseLocaleStrings && !m_baseLocaleStrings->loadedStrings().isEmpty();
+    m_record.fallback =
+        packaged ? DVDiagnostics::Fallback::BaseLocale : DVDiagnostics::Fallback::ApplicationsOwn;
+}
+
 // Lookups see the store with its first load, never before it: nobody reads an empty locale in between.
 void DVMainController::serve(const std::shared_ptr<DVLocaleStrings> &strings)
 {
@@ -50,6 +87,8 @@ DVMainController::Attempt DVMainController::syncAtLaunch(const std::shared_ptr<D
                                                          const QString &errorKey, QVariantMap *report)
 {
     if (launchTimeIsUp()) {
+        noteAttempt(*strings, QStringLiteral("not downloaded, the start had taken longer than %1 s by then")
+                                  .arg(pullTimeout()));
         report->insert(errorKey, u"App taking too long to start, bailing"_qs);
         dv_logInfo(u"Taking too long to start app, bailing..."_qs);
         return Attempt::Bailed;
@@ -57,10 +96,12 @@ DVMainController::Attempt DVMainController::syncAtLaunch(const std::shared_ptr<D
     dv_logDebug(QStringLiteral("Foreground sync of %1 strings").arg(strings->locale().identifier()));
     const DVErrorOr error = strings->pullSyncFromProdWithTimeout(double(pullTimeout()));
     if (error) {
+        noteAttempt(*strings, QString(u"could not be downloaded: " + dv_inWords(*error)));
         report->insert(errorKey, QStringLiteral("%1 - %2").arg(error->code).arg(error->description));
         dv_logInfo(error->description);
         return Attempt::Failed;
     }
+    noteServed(*strings, DVNeedsSync::Missing);
     serve(strings);
     return Attempt::Served;
 }
@@ -90,6 +131,7 @@ DVMainController::Attempt DVMainController::attemptLocale(int index, const DVLoc
         if (attempt != Attempt::Served)
             return attempt;
     } else {
+        noteServed(*strings, needed);
         serve(strings);
     }
     if (!loadServedStrings())
@@ -107,6 +149,7 @@ DVMainController::Attempt DVMainController::attemptLocale(int index, const DVLoc
 void DVMainController::autoSetLocale()
 {
     dv_logDebug(u"Figuring out user's locale."_qs);
+    beginChoice(u"choice of the device's languages"_qs);
     DVAnalytics::startEventTimer(eventName());
     QVariantMap report = newReport();
     QSet<QString> tried;
@@ -129,6 +172,7 @@ void DVMainController::autoSetLocale()
 
 void DVMainController::fallBackToPackaged(QVariantMap *report)
 {
+    noteNothingServed();
     if (!m_baseLocaleStrings) {
         dv_logDebug(u"Could not find any packaged strings"_qs);
         return;
@@ -148,6 +192,8 @@ void DVMainController::forceOTALocale(const QString &identifier, bool allowSync,
             withCompletion(success);
     };
     dv_logDebug(QString(u"Using forced locale " + identifier));
+    beginChoice(allowSync ? u"asked for by the option forceLocale"_qs
+                          : u"asked for by the application, with setLocaleWithId()"_qs);
     const auto strings = DVLocaleStrings::localeStringsForLocale(localeFromDorvneIdentifier(identifier));
     const DVNeedsSync needed = strings->needsSync();
     if (allowSync && needed == DVNeedsSync::Missing) {
@@ -156,6 +202,8 @@ void DVMainController::forceOTALocale(const QString &identifier, bool allowSync,
         report.insert(u"LocaleUsed"_qs, identifier);
         report.insert(u"Attempts"_qs, 1);
         const Attempt attempt = syncAtLaunch(strings, u"error"_qs, &report);
+        if (attempt != Attempt::Served)
+            noteNothingServed();
         if (attempt == Attempt::Bailed)
             return complete(false);
         const bool success = attempt == Attempt::Served && loadServedStrings();
@@ -163,6 +211,10 @@ void DVMainController::forceOTALocale(const QString &identifier, bool allowSync,
         DVAnalytics::stopEventTimer(eventName(), report);
         return complete(success);
     }
+    if (needed == DVNeedsSync::Missing)
+        noteAttempt(*strings, u"nothing on the device yet: downloading in the background"_qs);
+    else
+        noteServed(*strings, needed);
     serve(strings);
     const bool loaded = loadServedStrings();
     if (needed != DVNeedsSync::UpToDate)

@@ -7,6 +7,7 @@
 #include "DVHttpTransport.h"
 #include "DVLookup.h"
 #include "DVOffSwitch.h"
+#include "DVRecentEvents.h"
 #include "DVTableFiles.h"
 #include "DVTranslator.h"
 
@@ -113,8 +114,10 @@ void DVMainController::publishSnapshot()
     published.publish(snapshot);
     if (!m_translatorPlace || snapshot->servesSameAs(*before))
         return;
+    ++m_record.publications;
     m_translatorPlace->moveToFront();
-    m_translatorPlace->announceChange();
+    if (m_translatorPlace->announceChange())
+        ++m_record.languageChanges;
 }
 
 void DVMainController::applicationBegins()
@@ -129,6 +132,8 @@ void DVMainController::applicationEnds()
     for (const int observer : std::as_const(m_observers))
         DVNotificationCenter::defaultCenter().removeObserver(observer);
     m_observers.clear();
+    m_record = {};
+    DVRecentEvents::shared().clear();
     const bool started = m_launchMonotonic != 0;
     m_launchMonotonic = 0;
     auto &state = DVState::shared();

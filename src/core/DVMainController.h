@@ -6,6 +6,7 @@
 #include "DVPluralForm.h"
 #include "DVState.h"
 
+#include <Dorvane/DVDiagnostics.h>
 #include <Dorvane/DVError.h>
 #include <Dorvane/DVLocale.h>
 
@@ -76,6 +77,9 @@ public:
     static QString dorvaneFilesFolder();
     static QString cacheFolder();
 
+    DVDiagnostics diagnostics() const;
+    DVTextOrigin diagnostics(const QString &key, const QString &context, int n) const;
+
     // Publishes what lookups read; announces the change when they would answer differently.
     void publishSnapshot();
 
@@ -87,6 +91,8 @@ private:
     DVMainController();
 
     bool canStart() const;
+    // Logs why a start ends here.
+    bool failStart(const QString &message);
     bool applyServers(const QVariantMap &options);
     bool parseServingOptions(const QVariantMap &options);
     bool parseCaptureOptions(const QVariantMap &options);
@@ -102,11 +108,17 @@ private:
     Attempt syncAtLaunch(const std::shared_ptr<DVLocaleStrings> &strings, const QString &errorKey,
                          QVariantMap *report);
     void fallBackToPackaged(QVariantMap *report);
+    void beginChoice(const QString &why);
+    void noteAttempt(const DVLocaleStrings &strings, const QString &outcome);
+    void noteServed(const DVLocaleStrings &strings, DVNeedsSync needed);
+    void noteNothingServed();
+    void describeStrings(DVDiagnostics *value) const;
 
     QDateTime m_launchTime;
     qint64 m_launchMonotonic = 0; // nanoseconds; the wall clock may jump
     std::shared_ptr<DVLocaleStrings> m_localeStrings;
     std::shared_ptr<DVBaseLocaleStrings> m_baseLocaleStrings;
+    DVDiagnostics m_record; // what only the moment itself can tell; the rest is filled in when asked for
     std::unique_ptr<DVTranslatorPlace> m_translatorPlace;
     std::unique_ptr<QObject> m_foregroundWatch;
     QList<int> m_observers;

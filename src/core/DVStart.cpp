@@ -71,14 +71,18 @@ void DVMainController::startWithProjectId(const QString &projectId, const QVaria
     }
     dv_refreshLogSink();
     if (DVOptions::string(options, "mode"_L1) == u"DVDisabled"_qs) {
+        if (!appLaunched())
+            m_record.start = DVDiagnostics::Start::Disabled;
         dv_logInfo(u"Dorvane disabled"_qs);
         return;
     }
     if (projectId.isNull()) {
-        dv_logInfo(u"Failed to start Dorvane: invalid Project ID"_qs);
+        failStart(u"Failed to start Dorvane: invalid Project ID"_qs);
         return;
     }
     dv_logInfo(QString(u"Starting up Dorvane v" + dv_sdkVersion));
+    m_record.mode.clear();
+    m_record.startInWords.clear();
     m_launchTime = DVClock::now();
     m_launchMonotonic = DVClock::monotonicNanoseconds();
     DVState::shared().setAppId(projectId);
@@ -89,6 +93,7 @@ void DVMainController::startWithProjectId(const QString &projectId, const QVaria
     setupBaseLocale();
     runMode(options);
     DVAnalytics::trackEvent(u"Launch"_qs);
+    m_record.start = DVDiagnostics::Start::Launched;
     DVState::shared().appLaunched = true;
     if (!m_translatorPlace)
         m_translatorPlace = std::make_unique<DVTranslatorPlace>();
@@ -108,12 +113,21 @@ bool DVMainController::canStart() const
     return true;
 }
 
+bool DVMainController::failStart(const QString &message)
+{
+    m_record.start = DVDiagnostics::Start::Failed;
+    m_record.startInWords = message;
+    dv_logInfo(message);
+    return false;
+}
+
 bool DVMainController::parseLaunchOptions(const QVariantMap &options)
 {
     auto &state = DVState::shared();
     parseLogging(options);
     if (!options.value(u"mode"_qs).isNull()) {
         const QString mode = DVOptions::string(options, "mode"_L1).value_or(QString());
+        m_record.mode = mode;
         state.servingMode = mode == "DVOTAServing"_L1;
         state.screenshotMode = mode == "DVContextCapture"_L1;
         state.mixedMode = mode == "DVInAppReviewAndContextCapture"_L1;
@@ -138,11 +152,10 @@ bool DVMainController::parseServingOptions(const QVariantMap &options)
     auto &state = DVState::shared();
     dv_logInfo(u"OTA Serving enabled"_qs);
     const auto key = DVOptions::string(options, DVOTAKey);
-    if (!key) {
-        dv_logInfo(u"Failed to start Dorvane: OTA key missing. Please include the OTA key in the options "
-                   "dictionary as DVOTAKey."_qs);
-        return false;
-    }
+    if (!key)
+        return failStart(
+            u"Failed to start Dorvane: OTA key missing. Please include the OTA key in the options "
+            "dictionary as DVOTAKey."_qs);
     state.setAesKey(*key);
     if (const auto allow = DVOptions::boolean(options, "allowLocaleChange"_L1))
         state.allowLocaleChange = *allow;
@@ -157,10 +170,9 @@ bool DVMainController::parseCaptureOptions(const QVariantMap &options)
     const auto &session = DVAPISession::sharedInstance();
     if (!session.userSecret.isNull() && !session.userId.isNull())
         return true;
-    dv_logInfo(
+    return failStart(
         u"Failed to start Dorvane: API User ID or Secret missing for Context Capture mode. Please include "
         "the API User ID and Secret in the options dictionary as DVAPIUserId and DVAPIUserSecret."_qs);
-    return false;
 }
 
 bool DVMainController::applyServers(const QVariantMap &options)
@@ -169,8 +181,7 @@ bool DVMainController::applyServers(const QVariantMap &options)
         DVServerUrl::setServers(DVOptions::map(options, "servers"_L1).value_or(QVariantMap()));
     if (refused.isNull())
         return true;
-    dv_logInfo(QString(u"Failed to start Dorvane: server URL must be https: " + refused));
-    return false;
+    return failStart(QString(u"Failed to start Dorvane: server URL must be https: " + refused));
 }
 
 // Review and capture come with a library of their own. Without it texts must carry no markers.
@@ -179,9 +190,11 @@ void DVMainController::clearModesWithoutTools(bool say)
     auto &state = DVState::shared();
     if (!state.editionMode && !state.screenshotMode)
         return;
-    if (say)
-        dv_logInfo(
-            u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs);
+    if (say) {
+        m_record.startInWords =
+            u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs;
+        dv_logInfo(m_record.startInWords);
+    }
     state.editionMode = state.screenshotMode = state.mixedMode = false;
 }
 

@@ -65,10 +65,12 @@ void DVTranslatorPlace::moveToFront()
     m_translator = std::move(front);
 }
 
-void DVTranslatorPlace::announceChange()
+bool DVTranslatorPlace::announceChange()
 {
-    if (!std::exchange(m_pending, true))
-        QCoreApplication::postEvent(QCoreApplication::instance(), new PublicationEvent);
+    if (std::exchange(m_pending, true))
+        return false;
+    QCoreApplication::postEvent(QCoreApplication::instance(), new PublicationEvent);
+    return true;
 }
 
 bool DVTranslatorPlace::eventFilter(QObject *watched, QEvent *event)

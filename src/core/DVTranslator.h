@@ -32,8 +32,8 @@ public:
     // one before, so that lookups on other threads never find none.
     void moveToFront();
 
-    // Posts QEvent::LanguageChange to the application, once for what is pending.
-    void announceChange();
+    // Posts QEvent::LanguageChange to the application, unless one is pending. Returns whether it did.
+    bool announceChange();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

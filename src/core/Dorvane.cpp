@@ -66,6 +66,16 @@ void Dorvane::captureWindow(QObject *, std::function<void(const DVErrorOr &)> wi
     DVMainQueue::post([error, complete = std::move(withCompletion)] { complete(error); });
 }
 
+DVDiagnostics Dorvane::diagnostics()
+{
+    return DVMainController::sharedInstance().diagnostics();
+}
+
+DVTextOrigin Dorvane::diagnostics(const QString &key, const QString &context, int n)
+{
+    return DVMainController::sharedInstance().diagnostics(key, context, n);
+}
+
 void Dorvane::setMainBundle(const DVBundle &bundle)
 {
     DVBundle::setMainBundle(bundle);

@@ -307,6 +307,15 @@ QString DVAnalytics::saveFilePath() const
     return folder.isEmpty() ? QString() : QString(folder + u"/analytics");
 }
 
+std::optional<DVAnalytics::Status> DVAnalytics::status() const
+{
+    if (!d->fileMutex.tryLock())
+        return std::nullopt;
+    const Status status{d->file.record().events.size(), d->file.record().lastSent};
+    d->fileMutex.unlock();
+    return status;
+}
+
 void DVAnalytics::forgetLoaded()
 {
     {

@@ -7,6 +7,7 @@
 #include <QVariantMap>
 
 #include <memory>
+#include <optional>
 
 // Events are assembled, saved and sent on a serial queue of its own; tracking costs the caller one
 // insertion. Events survive a restart and a kill as soon as the queue has saved them. At most one
@@ -29,6 +30,15 @@ public:
 
     // The file "analytics" in the folder of the library's files.
     QString saveFilePath() const;
+
+    // The events that wait and the moment of the last request, as far as this process has looked at the file;
+    // nothing while it is being read or written. Never waits.
+    struct Status
+    {
+        qsizetype waiting = 0;
+        std::optional<double> lastSent; // seconds since 1970
+    };
+    std::optional<Status> status() const;
 
     // Forgets what is in memory, as a new process would; for tests.
     void forgetLoaded();

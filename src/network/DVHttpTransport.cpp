@@ -31,6 +31,7 @@ struct Threads
     std::unique_ptr<DVNetworkThread> thread;
     qint64 process = 0; // which started the thread
     bool endsWithApplication = false;
+    std::atomic<qint64> requests = 0;
     std::atomic<int> generation = 0; // counts ends, so that completions posted before one are dropped
 
     // In the child of a fork() the thread is gone, and with it whoever could end it: its object stays for
@@ -75,6 +76,7 @@ bool postToThread(DVNetworkThread::Work work)
         if (!std::exchange(all.endsWithApplication, true))
             qAddPostRoutine(endWithApplication);
     }
+    ++all.requests;
     all.thread->post(std::move(work));
     return true;
 }
@@ -227,6 +229,11 @@ void DVHttpTransport::shutDown(int milliseconds)
     }
     if (thread && !thread->end(milliseconds))
         static_cast<void>(thread.release()); // left behind, see DVNetworkThread::end()
+}
+
+qint64 DVHttpTransport::requestCount()
+{
+    return threads().requests;
 }
 
 bool DVHttpTransport::isEnding()

@@ -54,6 +54,9 @@ using Decode = std::function<void(DVHttpResponse *)>;
 DVErrorOr sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response,
                       Decode decode = {});
 
+// Requests that this process has started.
+qint64 requestCount();
+
 // Aborts everything, ends the thread within `milliseconds`; nothing completes afterwards. Used at
 // the application's end; a later request starts anew.
 void shutDown(int milliseconds);

@@ -8,6 +8,7 @@
 #include "DVFolders.h"
 #include "DVLog.h"
 #include "DVPrivateFile.h"
+#include "DVRecentEvents.h"
 #include "DVState.h"
 #include "DVVersion.h"
 
@@ -164,12 +165,14 @@ void DVNetwork::debugRequest(const DVHttpRequest &request, const DVHttpResponse 
     else if (DVState::shared().log && error)
         dv_logInfo(u"[JN] " % method % u' ' % url % u" => " % QString::number(withResponse.statusCode) %
                    u' ' % error->description);
-    if (error)
-        DVAnalytics::trackEvent(QStringLiteral("Request failed"),
-                                {{QStringLiteral("Error"), error->description},
-                                 {QStringLiteral("URL"), url},
-                                 {QStringLiteral("Method"), method},
-                                 {QStringLiteral("Code"), withResponse.statusCode}});
+    if (!error)
+        return;
+    DVRecentEvents::shared().noteError(*error);
+    DVAnalytics::trackEvent(QStringLiteral("Request failed"),
+                            {{QStringLiteral("Error"), error->description},
+                             {QStringLiteral("URL"), url},
+                             {QStringLiteral("Method"), method},
+                             {QStringLiteral("Code"), withResponse.statusCode}});
 }
 
 void DVNetwork::announceWrite(const QByteArray &data, const QString &toFile)

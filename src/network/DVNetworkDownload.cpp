@@ -7,6 +7,7 @@
 #include "DVStringsDelivery.h"
 
 #include "DVLog.h"
+#include "DVRecentEvents.h"
 #include "DVState.h"
 
 #include <QFileInfo>
@@ -26,9 +27,45 @@ DVHttpRequest downloadRequest(const QString &url)
     return request;
 }
 
-void report(bool sync, const DVHttpRequest &request, const DVHttpResponse &response, const DVErrorOr &error,
-            const QString &path)
+using Outcome = DVDiagnostics::Delivery::Outcome;
+
+// Of an answer that carries strings, or should.
+Outcome outcomeOfContent(const DVHttpResponse &response, const DVErrorOr &error, bool decrypted)
 {
+    if (error)
+        return error->domain == u"dorvane.network" ? Outcome::NoAnswer : Outcome::NotStored;
+    if (response.body.isEmpty())
+        return Outcome::Empty;
+    return decrypted ? Outcome::Fresh : Outcome::Undecryptable;
+}
+
+Outcome outcomeOf(const DVHttpResponse &response, const DVErrorOr &error, bool decrypted)
+{
+    switch (response.statusCode) {
+    case 0:
+        return Outcome::NoAnswer;
+    case 200:
+        return outcomeOfContent(response, error, decrypted);
+    case 304:
+        return Outcome::Current;
+    case 403:
+        return Outcome::Refused;
+    case 404:
+        return Outcome::NotFound;
+    default:
+        return response.statusCode >= 500 ? Outcome::ServerFailure : Outcome::Unexpected;
+    }
+}
+
+void report(bool sync, const DVHttpRequest &request, const DVHttpResponse &response, const DVErrorOr &error,
+            const QString &path, bool decrypted)
+{
+    DVDiagnostics::Delivery delivery;
+    delivery.outcome = outcomeOf(response, error, decrypted);
+    delivery.status = response.statusCode;
+    delivery.atLaunch = sync;
+    delivery.error = error;
+    DVRecentEvents::shared().noteDelivery(path, delivery);
     const QLatin1StringView heading(sync ? "Dorvane Sync Download Network Request"
                                          : "Dorvane Download Network Request");
     if (DVState::shared().debug)
@@ -64,16 +101,18 @@ struct Saved
     DVErrorOr error;
     QDateTime downloadDate;
     QDateTime expirationDate;
+    bool decrypted = false;
 };
 
 Saved saveAnswer(const DVErrorOr &connectionError, const DVHttpResponse &response, const QString &path)
 {
-    Saved saved{connectionError, {}, {}};
+    Saved saved{connectionError, {}, {}, false};
     if (saved.error)
         return saved;
     DVStringsDelivery::Content content;
     if (carriesStrings(response))
         content = DVStringsDelivery::decode(response.body);
+    saved.decrypted = !content.strings.isNull();
     // Decoding takes its time; the application may have ended meanwhile.
     if (!DVHttpTransport::isEnding())
         saved.error = saveContent(content, path, response, &saved.downloadDate, &saved.expirationDate);
@@ -108,7 +147,7 @@ void DVNetwork::downloadFileAtURL(const QString &url, const QString &localPath,
             *saved = saveAnswer(error, response, localPath);
         },
         [=](const DVErrorOr &, const DVHttpResponse &response) {
-            report(false, request, response, saved->error, localPath);
+            report(false, request, response, saved->error, localPath, saved->decrypted);
             if (withCompletion)
                 withCompletion(saved->error, response, saved->expirationDate, saved->downloadDate);
         });
@@ -129,11 +168,13 @@ DVErrorOr DVNetwork::syncDownloadProdUrl(const QString &url, double timeout, con
             const std::lock_guard lock(decoded->mutex);
             decoded->content = std::move(content);
         });
+    bool decrypted = false;
     if (!error) {
         const std::lock_guard lock(decoded->mutex);
         error = saveContent(decoded->content, toFile, response, downloadDate, expirationDate);
+        decrypted = !decoded->content.strings.isNull();
     }
-    report(true, request, response, error, toFile);
+    report(true, request, response, error, toFile, decrypted);
     return error;
 }
 

@@ -17,7 +17,7 @@
 std::shared_ptr<DVBaseLocaleStrings> DVBaseLocaleStrings::localeStringsForLocale(const DVLocale &locale)
 {
     auto strings = std::shared_ptr<DVBaseLocaleStrings>(new DVBaseLocaleStrings(locale));
-    strings->m_packaged = strings->packagedStrings();
+    strings->m_packaged = strings->readPackagedStrings();
     strings->setLoadedStrings(*strings->m_packaged);
     return strings;
 }
@@ -26,14 +26,18 @@ DVBaseLocaleStrings::DVBaseLocaleStrings(const DVLocale &locale)
     : DVLocaleStrings(locale)
 {}
 
-DVStringLayers DVBaseLocaleStrings::packagedStrings() const
+QString DVBaseLocaleStrings::packagedStringsPath() const
+{
+    if (!dv_isSafeLocaleIdentifier(locale().identifier()))
+        return {};
+    return DVBundle::mainBundle().pathForResource(QStringLiteral("Localizable"), QStringLiteral("strings"),
+                                                  locale().identifier());
+}
+
+DVStringLayers DVBaseLocaleStrings::readPackagedStrings() const
 {
     DVStringLayers packaged;
-    if (!dv_isSafeLocaleIdentifier(locale().identifier()))
-        return packaged;
-    const QString path = DVBundle::mainBundle().pathForResource(
-        QStringLiteral("Localizable"), QStringLiteral("strings"), locale().identifier());
-    loadStringsFromLocalizableStringsAtPath(path, &packaged);
+    loadStringsFromLocalizableStringsAtPath(packagedStringsPath(), &packaged);
     return packaged;
 }
 
@@ -74,7 +78,7 @@ bool DVBaseLocaleStrings::loadStringsFromLocalizableStringsAtPath(const QString 
 void DVBaseLocaleStrings::setSourceStrings(const DVStringLayers &sources)
 {
     if (!m_packaged)
-        m_packaged = packagedStrings();
+        m_packaged = readPackagedStrings();
     DVStringLayers layers = *m_packaged;
     layers.layOver(sources);
     setLoadedStrings(layers);

@@ -24,6 +24,10 @@ public:
     // The target locale whose files supply the source texts; invalid until known.
     DVLocale fetchedLocale() const { return m_fetchedLocale; }
 
+    // The packaged strings file; null when there is none. And what it holds, read once.
+    QString packagedStringsPath() const;
+    DVStringLayers packagedStrings() const { return m_packaged.value_or(DVStringLayers()); }
+
     // Lays the source texts of a locale's files over the packaged texts.
     void setSourceStrings(const DVStringLayers &sources);
 
@@ -33,7 +37,7 @@ public:
 
 private:
     explicit DVBaseLocaleStrings(const DVLocale &locale);
-    DVStringLayers packagedStrings() const;
+    DVStringLayers readPackagedStrings() const;
 
     DVLocale m_fetchedLocale;
     std::optional<DVStringLayers> m_packaged; // read once

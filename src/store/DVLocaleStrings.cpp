@@ -8,6 +8,7 @@
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
 #include "DVOtherVersions.h"
+#include "DVRecentEvents.h"
 #include "DVReplacedFile.h"
 #include "DVServerUrl.h"
 #include "DVState.h"
@@ -50,6 +51,15 @@ QList<DVLocale> localesOfFiles(const QString &folder, const QString &prefix, con
             locales.append(locale);
     }
     return locales;
+}
+
+void logLoaded(const char *what, const DVLocaleStrings &strings)
+{
+    dv_logDebugLazily([&] {
+        return QStringLiteral("%1 %2: %3 keys")
+            .arg(QLatin1StringView(what), strings.locale().identifier())
+            .arg(strings.loadedStrings().keyCount());
+    });
 }
 
 } // namespace
@@ -132,6 +142,7 @@ bool DVLocaleStrings::loadStringsFromPath(const QString &path, DVStringLayers *i
         return true;
     }
     if (error) {
+        DVRecentEvents::shared().noteError(*error);
         dv_logDebugLazily([&] {
             return QStringLiteral("Error loading strings from %1: %2").arg(path, error->description);
         });
@@ -147,29 +158,31 @@ bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *base
     const bool review = DVState::shared().editionMode;
     DVStringLayers result;
     DVStringLayers sources;
-    bool loaded = loadStringsFromPath(publishedFilePath(), &result, &sources, DVStringStatusPublished);
+    std::vector<DVLoadedFile> files;
+    const auto load = [&](const QString &path, quint32 status) {
+        const size_t before = result.tables().size();
+        if (!loadStringsFromPath(path, &result, &sources, status))
+            return false;
+        const bool holdsStrings = result.tables().size() > before;
+        files.insert(files.begin(), {path, holdsStrings ? result.tables().front() : nullptr});
+        return true;
+    };
+    bool loaded = load(publishedFilePath(), DVStringStatusPublished);
     if (loaded)
         DVOtherVersions::removeSoon();
     if (review)
-        loaded |= loadStringsFromPath(pendingFilePath(), &result, &sources, DVStringStatusNone);
+        loaded |= load(pendingFilePath(), DVStringStatusNone);
     if (!loaded)
-        loadStringsFromPath(packagedFilePath(), &result, &sources, DVStringStatusPublished);
-    if (!result.isEmpty())
+        load(packagedFilePath(), DVStringStatusPublished);
+    if (!result.isEmpty()) {
         m_loadedStrings = result;
+        m_loadedFiles = std::move(files);
+    }
     if (baseStrings)
         baseStrings->setSourceStrings(sources);
-    dv_logDebugLazily([&] {
-        return QStringLiteral("Loaded strings %1: %2 keys")
-            .arg(m_locale.identifier())
-            .arg(m_loadedStrings.keyCount());
-    });
-    if (baseStrings) {
-        dv_logDebugLazily([&] {
-            return QStringLiteral("Base locale strings %1: %2 keys")
-                .arg(baseStrings->locale().identifier())
-                .arg(baseStrings->loadedStrings().keyCount());
-        });
-    }
+    logLoaded("Loaded strings", *this);
+    if (baseStrings)
+        logLoaded("Base locale strings", *baseStrings);
     if (loadObserver())
         loadObserver()();
     DVNotificationCenter::defaultCenter().postNotification(

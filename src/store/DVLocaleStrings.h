@@ -13,8 +13,16 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 class DVBaseLocaleStrings;
+
+// A strings file that a store has loaded.
+struct DVLoadedFile
+{
+    QString path;
+    DVStringTablePtr strings; // null: it holds none
+};
 
 enum class DVNeedsSync {
     UpToDate = 0,
@@ -32,6 +40,8 @@ public:
 
     DVLocale locale() const { return m_locale; }
     const DVStringLayers &loadedStrings() const { return m_loadedStrings; }
+    // Where they came from, the first to be asked first.
+    const std::vector<DVLoadedFile> &loadedFiles() const { return m_loadedFiles; }
     // Strings changed in review and not yet saved to the platform.
     const DVStringLayers &dirtyStrings() const { return m_dirtyStrings; }
 
@@ -101,4 +111,5 @@ private:
     DVLocale m_locale;
     DVStringLayers m_loadedStrings;
     DVStringLayers m_dirtyStrings;
+    std::vector<DVLoadedFile> m_loadedFiles;
 };

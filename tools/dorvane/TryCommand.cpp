@@ -45,7 +45,9 @@ void declareOptions(CommandLine &line)
         "plural (key, number), locale, setLocale (id), strings (which: \"localized\" or \"base\"), "
         "foreground,\n"
         "deviceLocale (languages, locale), find (text), clock (advanceMs), wait (ms, or event and "
-        "timeoutMs).\n"
+        "timeoutMs),\n"
+        "diagnostics (replies with the members diagnostics and text: why texts are what they are; with key,\n"
+        "context and n: origin and text, where that one comes from).\n"
         "projectLocales is not there yet: it always replies with an error."));
 }
 

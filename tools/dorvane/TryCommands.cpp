@@ -1,4 +1,5 @@
 // The commands of the driver. Each reads all of its members before it does anything.
+#include "DiagnosticsJson.h"
 #include "FoundPieces.h"
 #include "TryDriver.h"
 
@@ -59,6 +60,7 @@ const QHash<QString, TryDriver::Command> &TryDriver::commands()
         {QStringLiteral("find"), &TryDriver::find},
         {QStringLiteral("clock"), &TryDriver::clock},
         {QStringLiteral("wait"), &TryDriver::wait},
+        {QStringLiteral("diagnostics"), &TryDriver::diagnostics},
     };
     return all;
 }
@@ -219,4 +221,22 @@ Reply TryDriver::wait(JsonMembers &members)
     m_waitsForUpdate = forEvent;
     m_waiting.start(int(milliseconds));
     return {};
+}
+
+// With a key: where its text comes from.
+Reply TryDriver::diagnostics(JsonMembers &members)
+{
+    const QString key = members.text("key");
+    const QString context = members.text("context");
+    const int n = int(members.integer("n", -1, std::numeric_limits<int>::max()));
+    if (!members.areGood())
+        return {};
+    if (members.has("key")) {
+        const DVTextOrigin origin = Dorvane::diagnostics(key, context, n);
+        return QJsonObject{{QStringLiteral("origin"), jsonFromTextOrigin(origin)},
+                           {QStringLiteral("text"), origin.toText()}};
+    }
+    const DVDiagnostics diagnostics = Dorvane::diagnostics();
+    return QJsonObject{{QStringLiteral("diagnostics"), jsonFromDiagnostics(diagnostics)},
+                       {QStringLiteral("text"), diagnostics.toText()}};
 }

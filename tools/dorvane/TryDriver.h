@@ -47,6 +47,7 @@ private:
     std::optional<QJsonObject> find(JsonMembers &members);
     std::optional<QJsonObject> clock(JsonMembers &members);
     std::optional<QJsonObject> wait(JsonMembers &members);
+    std::optional<QJsonObject> diagnostics(JsonMembers &members);
 
     InputLines m_input;
     DVDevice::Override m_device;

@@ -1,0 +1,44 @@
+#include "DVRecentEvents.h"
+
+#include "DVClock.h"
+
+DVRecentEvents &DVRecentEvents::shared()
+{
+    static auto *events = new DVRecentEvents;
+    return *events;
+}
+
+void DVRecentEvents::noteError(const DVError &error)
+{
+    const QDateTime now = DVClock::now();
+    const QMutexLocker lock(&m_mutex);
+    m_lastError = DVDiagnostics::Failure{error, now};
+}
+
+void DVRecentEvents::noteDelivery(const QString &path, DVDiagnostics::Delivery delivery)
+{
+    if (delivery.error)
+        noteError(*delivery.error);
+    delivery.when = DVClock::now();
+    const QMutexLocker lock(&m_mutex);
+    m_deliveries.insert(path, delivery);
+}
+
+std::optional<DVDiagnostics::Failure> DVRecentEvents::lastError() const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_lastError;
+}
+
+QMap<QString, DVDiagnostics::Delivery> DVRecentEvents::deliveries() const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_deliveries;
+}
+
+void DVRecentEvents::clear()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_lastError.reset();
+    m_deliveries.clear();
+}
