@@ -54,16 +54,26 @@ function(dorvane_use_floors target highest)
   endforeach()
 endfunction()
 
-# dorvane_finish_library(TARGET): what our libraries have in common: version, exported names, no names left open.
-function(dorvane_finish_library target)
+# dorvane_finish_library(TARGET FILE_NAME): what our libraries have in common: version, exported names, no names
+# left open.
+function(dorvane_finish_library target file_name)
   target_link_options(${target} PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
   if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
     set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
   endif()
-  set_target_properties(${target} PROPERTIES
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME ${file_name}
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} AUTOMOC OFF AUTORCC OFF)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL STATIC_LIBRARY)
+    target_compile_definitions(${target} INTERFACE DORVANE_STATIC)
+    if(UNIX AND NOT APPLE)
+      # The objects are those of a shared library. A host's own library that takes them in must not export them.
+      set(archive ${CMAKE_STATIC_LIBRARY_PREFIX}${file_name}${CMAKE_STATIC_LIBRARY_SUFFIX})
+      target_link_options(${target} INTERFACE LINKER:--exclude-libs,${archive})
+    endif()
+  endif()
 endfunction()
 
 # The library that applications link: all floors merged into one, because a static archive would
@@ -79,7 +89,7 @@ function(dorvane_add_library)
   target_link_libraries(Dorvane
     PUBLIC Qt6::Core
     PRIVATE Qt6::Network ICU::uc ICU::i18n OpenSSL::Crypto ZLIB::ZLIB LibXml2::LibXml2)
-  dorvane_finish_library(Dorvane)
+  dorvane_finish_library(Dorvane dorvane)
 endfunction()
 
 # dorvane_library_above(FOLDER NAME SOURCES ... LIBRARIES ...): a library above the core, Dorvane::NAME, from
@@ -95,7 +105,7 @@ function(dorvane_library_above folder name)
   add_library(Dorvane::${name} ALIAS Dorvane${name})
   target_link_libraries(Dorvane${name} PUBLIC Dorvane::Dorvane PRIVATE ${arg_LIBRARIES})
   set_target_properties(Dorvane${name} PROPERTIES EXPORT_NAME ${name})
-  dorvane_finish_library(Dorvane${name})
+  dorvane_finish_library(Dorvane${name} dorvane-${folder})
 endfunction()
 
 # dorvane_keep_library(TARGET SYMBOL): programs that link TARGET take it in even if their own code names nothing

@@ -14,10 +14,11 @@ our_sources() {
     find include src tools examples benchmarks tests -name '*.h' -o -name '*.cpp' | LC_ALL=C sort
 }
 
-# use_ccache: lets CMake (3.17 and later) take ccache wherever it is installed.
+# use_ccache: lets CMake (3.17 and later) take ccache wherever it is installed. The folder in which the compiler
+# runs does not count, so that a second build tree beside the first one compiles nothing again.
 use_ccache() {
     if command -v ccache >/dev/null; then
-        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1
     fi
 }
 

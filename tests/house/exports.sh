@@ -1,17 +1,40 @@
 #!/usr/bin/env bash
-# exports.sh LIBRARY: a guest exports its own names only, or they would meet the host's.
+# exports.sh LIBRARY [LIST]: a guest exports its own names only, or they would meet the host's; and exactly
+# those that the list has, because every name is a promise for all releases with this soname.
+# exports.sh --list LIBRARY: prints such a list.
 set -euo pipefail
+
+exported() { # LIBRARY: the names that it exports, as people read them
+    nm --dynamic --defined-only --demangle "$1" | cut -d' ' -f3- | LC_ALL=C sort -u
+}
+
+if [ "$1" = --list ]; then
+    exported "$2"
+    exit
+fi
+
 # Type information, virtual tables and the like belong to the class they name.
 belongings='(typeinfo for |typeinfo name for |vtable for |VTT for |guard variable for |(non-)?virtual thunk to )?'
 ours='(Dorvane|DV|dv_|dorvane)'
 
-symbols=$(nm --dynamic --defined-only --demangle "$1" | cut -d' ' -f3-)
+symbols=$(exported "$1")
 [ -n "$symbols" ] || {
     echo "$1 exports nothing" >&2
     exit 1
 }
 if foreign=$(grep -vE "^$belongings$ours" <<<"$symbols"); then
     echo "$1 exports names that are not its own:" >&2
-    sort -u <<<"$foreign" >&2
+    echo "$foreign" >&2
+    exit 1
+fi
+[ $# -gt 1 ] || exit 0
+if ! diff --unified=0 --label "$2" --label "$1" "$2" - <<<"$symbols" >&2; then
+    cat >&2 <<END
+
+The names above with "+" are exported and not listed, those with "-" listed and not exported.
+A name that went away breaks applications built before: it takes a new soname. If the change is meant:
+
+    $0 --list $1 > $2
+END
     exit 1
 fi

@@ -65,6 +65,13 @@ expect accepts "our own names" "$here/exports.sh" "$tree/lib.so"
 expect accepts "a library without dependencies of note" "$here/dependencies.sh" "$tree/lib.so"
 library 'void dv_ours() {} extern "C" void inflate() {}'
 expect rejects "a foreign name" "$here/exports.sh" "$tree/lib.so"
+printf '%s\n' 'dv_ours()' 'dv_theirs(int)' >"$tree/listed"
+library 'void dv_ours() {} void dv_theirs(int) {}'
+expect accepts "the listed names" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
+library 'void dv_ours() {} void dv_theirs(long) {}'
+expect rejects "a name whose parameters changed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
+library 'void dv_ours() {} void dv_theirs(int) {} void dv_more() {}'
+expect rejects "a name that is not listed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
 library 'void dv_ours() {}' -Wl,--no-as-needed -ldl -lrt -lpthread -lresolv
 expect rejects "a dependency that is not on the list" "$here/dependencies.sh" "$tree/lib.so"
 

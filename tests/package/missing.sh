@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# missing.sh PREFIX BUILD QUICK CMAKE_ARGUMENT...: what is not there says so, and what to do. QUICK is the state of
+# the component Quick in PREFIX, "installed" or "missing".
+. "$(dirname "$0")/common.sh"
+prefix=$1 build=$2 quick=$3
+shift 3
+arguments=(-DCMAKE_PREFIX_PATH="$prefix" "$@")
+
+# configure COMPONENTS VERSION: prints all that CMake says, in one line; its status is CMake's.
+configure() {
+    local status=0
+    rm -rf "$build"
+    cmake -S "$here/missing" -B "$build" -DCOMPONENTS="$1" -DVERSION="$2" "${arguments[@]}" >"$build.log" 2>&1 || status=$?
+    tr -s ' \n' ' ' <"$build.log"
+    return $status
+}
+
+refused() { # COMPONENTS VERSION TEXT
+    local said
+    said=$(configure "$1" "$2") && fail "find_package(Dorvane $2 REQUIRED $1) went through: $said"
+    [[ $said == *"$3"* ]] || fail "find_package(Dorvane $2 REQUIRED $1) said: $said"
+}
+
+accepted() { # COMPONENTS VERSION TEXT
+    local said
+    said=$(configure "$1" "$2") || fail "find_package(Dorvane $2 REQUIRED $1) failed: $said"
+    [[ $said == *"$3"* ]] || fail "find_package(Dorvane $2 REQUIRED $1) said: $said"
+}
+
+not_built="has no component Review: in-app review is not built yet in any installation of this version."
+refused "COMPONENTS;Review" 1.4 "$not_built"
+accepted "OPTIONAL_COMPONENTS;Review" 1.4 "$not_built"
+accepted "OPTIONAL_COMPONENTS;Review" 1.4 "Review: FALSE"
+refused "COMPONENTS;Kwik" 1.4 "Dorvane has no component Kwik. Its components are Quick and Review"
+refused "" 2.0 'compatible with requested version'
+refused "" 1.99 'compatible with requested version'
+accepted "" 1.0 "Build files have been written"
+if [ "$quick" = missing ]; then
+    refused "COMPONENTS;Quick" 1.4 "configure Dorvane with -DDORVANE_BUILD_QUICK=ON and install it again."
+    accepted "OPTIONAL_COMPONENTS;Quick" 1.4 "Quick: FALSE"
+else
+    accepted "COMPONENTS;Quick" 1.4 "Quick: TRUE"
+fi
