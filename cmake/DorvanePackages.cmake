@@ -6,6 +6,7 @@ endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME dorvane)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own first line
 set(CPACK_PACKAGE_VENDOR "The Dorvane authors")
 set(CPACK_PACKAGE_CONTACT "The Dorvane authors <dorvane@example.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -44,20 +45,20 @@ set(for_headers "libdorvane${major} ${same_version}, qt6-base-dev (>= 6.4)")
 
 dorvane_debian_package(library libdorvane${major} libs ""
   "over-the-air translations for Qt 6 applications
- Texts of tr(), .ui files and qtTrId() come from a translation platform:
+Texts of tr(), .ui files and qtTrId() come from a translation platform:
  new translations reach the users of an application without a release, in
- windows that are already open.
- .
- This package holds the library that applications link.")
+windows that are already open.
+
+This package holds the library that applications link.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 
 if(TARGET DorvaneQuick)
   dorvane_debian_package(quick libdorvane-quick${major} libs "libdorvane${major} ${same_version}"
     "over-the-air translations for Qt 6 applications (QML)
- Windows written in QML show new translations at once, and QML code can ask
+Windows written in QML show new translations at once, and QML code can ask
  for the locale, for texts and for plurals.
- .
- This package holds the library that QML applications link.")
+
+This package holds the library that QML applications link.")
   set(CPACK_DEBIAN_QUICK_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
   string(APPEND for_headers ", libdorvane-quick${major} ${same_version}, qt6-declarative-dev (>= 6.4)")
@@ -65,19 +66,19 @@ endif()
 
 dorvane_debian_package(development libdorvane-dev libdevel "${for_headers}"
   "over-the-air translations for Qt 6 applications (development)
- Texts of tr(), .ui files and qtTrId() come from a translation platform:
+Texts of tr(), .ui files and qtTrId() come from a translation platform:
  new translations reach the users of an application without a release, in
- windows that are already open.
- .
- This package holds the headers, the CMake and pkg-config files and the
- documents.")
+windows that are already open.
+
+This package holds the headers, the CMake and pkg-config files and the
+documents.")
 
 if(TARGET dorvane_tool)
   dorvane_debian_package(tools dorvane-tools utils ""
     "command-line tool for over-the-air translations of Qt 6 applications
- Makes and opens the files that applications download, serves a local
+Makes and opens the files that applications download, serves a local
  stand-in for the translation platform, and drives an application without
- windows to see what a project serves.")
+windows to see what a project serves.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 endif()
 

@@ -3,7 +3,7 @@
 # and Network and the modules named, of ours only the core, and no other library than these.
 set -euo pipefail
 modules=$(IFS='|' && echo "Core|Network${2:+|${*:2}}")
-allowed='^(libDorvane|libQt6('$modules')|libicu(uc|i18n|data)|libcrypto|libz|libxml2|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so(\.|$)'
+allowed='^(libdorvane|libQt6('$modules')|libicu(uc|i18n|data)|libcrypto|libz|libxml2|libstdc\+\+|libm|libgcc_s|libc|ld-linux[-a-z0-9_]*)\.so(\.|$)'
 
 needed=$(readelf --dynamic --wide "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 [ -n "$needed" ] || {

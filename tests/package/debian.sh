@@ -29,6 +29,8 @@ for package in "${packages[@]}"; do
     [ "$(field "$package" Maintainer)" = "The Dorvane authors <dorvane@example.invalid>" ] || fail "$package: maintainer"
     [ "$(field "$package" Description | wc -l)" -ge 3 ] || fail "$package has no description"
     [[ $(field "$package" Description) == [a-z]* ]] || fail "$package: the synopsis is $(field "$package" Description)"
+    # Two blanks would keep its lines as they are broken.
+    if field "$package" Description | grep -E "^  "; then fail "$package: its description is not filled"; fi
     if strange=$(dpkg-deb --contents "$out/$package"_*.deb | awk '$2 != "root/root" || $1 ~ /^.....w|^........w/ {print}' | grep -v '^l'); then
         fail "$package has files that others than root could change:"$'\n'"$strange"
     fi
@@ -51,4 +53,4 @@ gzip -t "$root/usr/share/man/man1/dorvane.1.gz"
 [ "$(in_new_home "$root/usr/bin/dorvane" --version)" = "dorvane $version" ] || fail "the packaged tool does not run"
 
 # Nothing of the build's is left for the application to find.
-"$here/find-package.sh" "$root/usr" "$build/consumer" shared "$@"
+"$here/find-package.sh" "$root/usr" "$build/consumer" shared -G Ninja "$@"

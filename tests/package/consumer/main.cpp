@@ -10,7 +10,7 @@
 static void start(const QString &locale)
 {
     // Nobody listens on this port: what is served comes from the packaged strings.
-    const QString nobody = QStringLiteral("http://127.0.0.1:1");
+    const QString nobody = QStringLiteral("https://127.0.0.1:1");
     Dorvane::startWithProjectId(
         QStringLiteral("consumer"),
         {{QStringLiteral("mode"), QStringLiteral("DVOTAServing")},
