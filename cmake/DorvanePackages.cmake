@@ -46,7 +46,7 @@ set(for_headers "libdorvane${major} ${same_version}, qt6-base-dev (>= 6.4)")
 dorvane_debian_package(library libdorvane${major} libs ""
   "over-the-air translations for Qt 6 applications
 Texts of tr(), .ui files and qtTrId() come from a translation platform:
- new translations reach the users of an application without a release, in
+new translations reach the users of an application without a release, in
 windows that are already open.
 
 This package holds the library that applications link.")
@@ -56,7 +56,7 @@ if(TARGET DorvaneQuick)
   dorvane_debian_package(quick libdorvane-quick${major} libs "libdorvane${major} ${same_version}"
     "over-the-air translations for Qt 6 applications (QML)
 Windows written in QML show new translations at once, and QML code can ask
- for the locale, for texts and for plurals.
+for the locale, for texts and for plurals.
 
 This package holds the library that QML applications link.")
   set(CPACK_DEBIAN_QUICK_PACKAGE_SHLIBDEPS ON)
@@ -67,7 +67,7 @@ endif()
 dorvane_debian_package(development libdorvane-dev libdevel "${for_headers}"
   "over-the-air translations for Qt 6 applications (development)
 Texts of tr(), .ui files and qtTrId() come from a translation platform:
- new translations reach the users of an application without a release, in
+new translations reach the users of an application without a release, in
 windows that are already open.
 
 This package holds the headers, the CMake and pkg-config files and the
@@ -77,7 +77,7 @@ if(TARGET dorvane_tool)
   dorvane_debian_package(tools dorvane-tools utils ""
     "command-line tool for over-the-air translations of Qt 6 applications
 Makes and opens the files that applications download, serves a local
- stand-in for the translation platform, and drives an application without
+stand-in for the translation platform, and drives an application without
 windows to see what a project serves.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 endif()
