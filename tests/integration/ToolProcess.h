@@ -64,10 +64,16 @@ public:
             return {};
         constexpr int patienceMs = 20000;
         socket.write(bytes);
-        QByteArray received;
         HttpAnswer answer;
-        while (!isWhole(received, withoutBody, &answer) && socket.waitForReadyRead(patienceMs))
+        QByteArray received;
+        qsizetype missing = 1;
+        while (missing > 0 && socket.waitForReadyRead(patienceMs)) {
             received += socket.readAll();
+            missing = missingBytes(received, withoutBody, &answer);
+        }
+        if (missing > 0)
+            return {};
+        answer.body = received.mid(answer.head.size() + 4);
         return answer;
     }
     HttpAnswer request(const QByteArray &method, const QByteArray &target, const QByteArray &headers = {},
@@ -85,18 +91,17 @@ public:
     }
 
 private:
-    static bool isWhole(const QByteArray &received, bool withoutBody, HttpAnswer *answer)
+    // At least one before the head is there. Sets what the head says.
+    static qsizetype missingBytes(const QByteArray &received, bool withoutBody, HttpAnswer *answer)
     {
-        const qsizetype end = received.indexOf("\r\n\r\n");
+        const qsizetype end = answer->head.isEmpty() ? received.indexOf("\r\n\r\n") : answer->head.size();
         if (end < 0)
-            return false;
-        HttpAnswer parsed{received.mid(9, 3).toInt(), received.left(end), received.mid(end + 4)};
-        const bool neverHasBody = withoutBody || parsed.status == 204 || parsed.status == 304;
-        const qsizetype expected = neverHasBody ? 0 : parsed.header("Content-Length").toLongLong();
-        if (parsed.body.size() < expected)
-            return false;
-        *answer = parsed;
-        return true;
+            return 1;
+        answer->status = received.mid(9, 3).toInt();
+        answer->head = received.left(end);
+        const bool neverHasBody = withoutBody || answer->status == 204 || answer->status == 304;
+        const qsizetype length = neverHasBody ? 0 : answer->header("Content-Length").toLongLong();
+        return end + 4 + length - received.size();
     }
 
 protected:

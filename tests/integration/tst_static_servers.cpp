@@ -67,6 +67,15 @@ QByteArray packedAlone(const TestProject &project)
     return run.status == 0 ? fileContent(path) : QByteArray();
 }
 
+bool opensToADocument(const QByteArray &delivered)
+{
+    const ToolRun decrypted = ToolRun::program(u"openssl"_qs,
+                                               {u"enc"_qs, u"-d"_qs, u"-aes-128-ecb"_qs, u"-K"_qs,
+                                                QString::fromLatin1(TestProject::keyBytes().toHex())},
+                                               delivered);
+    return decrypted.status == 0 && ToolRun::program(u"gzip"_qs, {u"-t"_qs}, decrypted.output).status == 0;
+}
+
 // A project, and a server that delivers it: `dorvane serve` over its folder, or one of the others over
 // the tree that is made from it.
 class Site
@@ -370,11 +379,12 @@ void tst_StaticServers::bigFile()
     QCOMPARE(texts.constFirst().size(), 120);
 }
 
-// Publications of thirty locales while somebody downloads without a pause: every body is one of the files
-// that were published.
+// Publications of a dozen locales while somebody downloads without a pause: every body is one of the files
+// that were published. Apache takes the length of a file before it opens it, so a rename in between gives
+// the new file in the old length, or an early end; devices must be able to tell.
 void tst_StaticServers::publishingNeverShowsHalfAFile()
 {
-    constexpr int locales = 30;
+    constexpr int locales = 12;
     QJsonArray names{u"fr-CA"_qs};
     for (int i = 1; i < locales; ++i)
         names += QString(u"aa-"_qs + QString::number(100 + i));
@@ -384,24 +394,29 @@ void tst_StaticServers::publishingNeverShowsHalfAFile()
     QSet<QByteArray> published;
     QSet<QByteArray> seen;
     int downloads = 0;
+    int ended = 0;
     const auto downloadOne = [&] {
         const QByteArray locale = names.at(random.bounded(locales)).toString().toLatin1();
         const QByteArray version = random.bounded(2) ? "1.0" : "1.1";
         const HttpAnswer answer =
             site.peer().get("/projects/garden/" + version + '/' + locale + "/strings.gz/force");
-        QCOMPARE(answer.status, 200);
-        seen += answer.body;
         ++downloads;
+        if (answer.status == 200)
+            seen += answer.body;
+        else if (server == u"apache" && answer.status == 0)
+            ++ended;
+        else
+            QCOMPARE(answer.status, 200);
     };
-    for (int publication = 0; publication < 4; ++publication) {
-        // Of different lengths, so that a mixture is no file of either.
-        const QByteArray document = StaticSite::document(noise(random, 300000 - 60000 * publication));
+    for (const int size : {200000, 100000, 150000}) {
+        const QByteArray document = StaticSite::document(noise(random, size));
         for (const QJsonValue name : names)
             site.project().write(name.toString() + u".xlf.new"_qs, document);
+        const bool first = published.isEmpty();
         for (const QJsonValue name : names) {
             const QString path = site.project().path() + u'/' + name.toString() + u".xlf"_qs;
             QCOMPARE(rename(qPrintable(path + u".new"_qs), qPrintable(path)), 0);
-            if (publication > 0)
+            if (!first)
                 downloadOne();
         }
         if (site.webServer()) {
@@ -409,21 +424,23 @@ void tst_StaticServers::publishingNeverShowsHalfAFile()
             QProcess pack;
             pack.start(QStringLiteral(DORVANE_TOOL),
                        {u"pack"_qs, u"--tree"_qs, site.project().path(), site.tree()});
-            QVERIFY(pack.waitForStarted());
-            while (!pack.waitForFinished(0) && pack.state() != QProcess::NotRunning &&
-                   !QTest::currentTestFailed())
-                if (publication > 0)
+            while (pack.state() != QProcess::NotRunning && !pack.waitForFinished(0))
+                if (!first)
                     downloadOne();
             QCOMPARE(pack.exitCode(), 0);
         }
-        for (int i = 0; i < 10; ++i)
+        for (int i = 0; i < 30; ++i)
             downloadOne();
         published += packedAlone(site.project());
     }
-    QCOMPARE(published.size(), 4);
-    QVERIFY2(published.contains(seen), "a body is none of the files that were published");
-    QCOMPARE(seen, published);
-    qInfo("%d downloads", downloads);
+    QCOMPARE(published.size(), 3);
+    QVERIFY(seen.contains(published));
+    const QSet<QByteArray> cut = seen - published;
+    qInfo("%d downloads, %d ended early, %d cut", downloads, ended, int(cut.size()));
+    for (const QByteArray &body : cut) {
+        QVERIFY2(server == u"apache", "a body is none of the files that were published");
+        QVERIFY2(!opensToADocument(body), "a device would take it for a publication");
+    }
 }
 
 // Who asked is nobody's business; what was asked for is the operator's.

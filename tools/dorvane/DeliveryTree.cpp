@@ -45,16 +45,44 @@ void removeUnfinishedFiles(const QString &folder)
         directory.remove(name);
 }
 
-bool holdsDocument(const QString &path, const QByteArray &file, const QString &key)
+// Whether files hold the document of `file`. Another release of zlib can have compressed it otherwise, so
+// files that differ are opened; the versions mostly share one, which is opened once.
+class Comparison
 {
-    QString error;
-    const QByteArray present = readWholeFile(path, &error);
-    if (!error.isEmpty() || present == file)
-        return error.isEmpty();
-    // Another release of zlib can have compressed the same document.
-    const QByteArray document = documentFromDeliveredFile(present, key, &error);
-    return error.isEmpty() && document == documentFromDeliveredFile(file, key, &error) && error.isEmpty();
-}
+public:
+    Comparison(const QByteArray &file, const QString &key)
+        : m_file(file)
+        , m_key(key)
+    {}
+    bool matches(const QString &path)
+    {
+        QString error;
+        const QByteArray present = readWholeFile(path, &error);
+        if (!error.isEmpty() || present == m_file)
+            return error.isEmpty();
+        if (present != m_lastPresent) {
+            m_lastPresent = present;
+            m_lastMatches = holdsSameDocument(present);
+        }
+        return m_lastMatches;
+    }
+
+private:
+    bool holdsSameDocument(const QByteArray &present)
+    {
+        QString error;
+        const QByteArray document = documentFromDeliveredFile(present, m_key, &error);
+        if (error.isEmpty() && m_document.isNull())
+            m_document = documentFromDeliveredFile(m_file, m_key, &error);
+        return error.isEmpty() && document == m_document;
+    }
+
+    const QByteArray m_file;
+    const QString m_key;
+    QByteArray m_document;
+    QByteArray m_lastPresent;
+    bool m_lastMatches = false;
+};
 
 qint64 latestDate(const QStringList &paths)
 {
@@ -147,10 +175,11 @@ std::optional<DeliveryTree::Published> DeliveryTree::publish(const QString &loca
 {
     QStringList outdated;
     Published published;
+    Comparison comparison(file, key);
     for (const QString &version : m_versions) {
         const QString path = filePath(version, locale);
         const bool isThere = QFileInfo(path).isFile();
-        if (isThere && holdsDocument(path, file, key))
+        if (isThere && comparison.matches(path))
             continue;
         outdated += path;
         if (published.change != Change::Replaced)
