@@ -11,7 +11,9 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegularExpression>
+#include <QThread>
 
+#include <atomic>
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
@@ -47,12 +49,24 @@ Item {
     Component.onCompleted: imperative = qsTr("hello")
     function assignAgain() { imperative = qsTr("hello") }
     Text { objectName: "bound"; text: counter.counted(qsTr("hello")) }
-    Text { objectName: "sentence"; text: qsTr("hello") + ", " + parent.width }
+    Text { objectName: "sentence"; text: `${qsTr("hello")}, ${parent.width}` }
     Text { objectName: "function"; text: word() }
     Text { objectName: "context"; text: qsTranslate("Elsewhere", "hello") }
     Text { objectName: "id"; text: qsTrId("hello") }
     Text { objectName: "number"; property int n: 3; text: qsTr("%n plant(s)", "", n) }
     Text { objectName: "assigned"; Component.onCompleted: text = qsTr("hello") }
+    Text { objectName: "rebound"; Component.onCompleted: text = Qt.binding(() => qsTr("hello")) }
+    Repeater { model: [qsTr("hello")]; Text { objectName: "array"; text: modelData } }
+    ListView {
+        width: 10; height: 100
+        model: ListModel { ListElement { word: QT_TR_NOOP("hello") } }
+        delegate: Text { objectName: "element"; text: qsTr(word) }
+    }
+    ListView {
+        width: 10; height: 100
+        model: ListModel { ListElement { word: qsTr("hello") } }
+        delegate: Text { objectName: "translatedElement"; text: word }
+    }
     Repeater { model: 2; Text { objectName: "repeated" + index; text: qsTr("hello") } }
     ListView { width: 10; height: 100; model: 1; delegate: Text { objectName: "delegate"; text: qsTr("hello") } }
 }
@@ -165,6 +179,7 @@ private Q_SLOTS:
     void engines();
     void destroyedBetweenPublicationAndDelivery();
     void destroyedWhileReTranslating();
+    void anEngineOnAnotherThread();
     void anEngineThatIsNotAttachedKeepsItsTexts();
     void theModuleAttachesItsEngine();
     void bindingsOnTheModule();
@@ -182,7 +197,8 @@ void tst_Quick::aPublicationReachesAnOpenWindowOnce()
     DorvaneQuick::attach(window.engine()); // once is enough, twice is harmless
     settle();
     const int before = window.counter.count;
-    const QStringList live{u"bound"_qs,     u"function"_qs,  u"context"_qs, u"id"_qs,
+    const QStringList live{u"rebound"_qs,   u"array"_qs,     u"element"_qs, u"translatedElement"_qs,
+                           u"bound"_qs,     u"function"_qs,  u"context"_qs, u"id"_qs,
                            u"repeated0"_qs, u"repeated1"_qs, u"delegate"_qs};
     for (const QString &name : live)
         QCOMPARE(window.text(qPrintable(name)), u"bonjour"_qs);
@@ -292,6 +308,32 @@ void tst_Quick::destroyedWhileReTranslating()
     QVERIFY(!second);
 }
 
+void tst_Quick::anEngineOnAnotherThread()
+{
+    Session session;
+    std::atomic<int> seen = 0; // 1: the first text, 2: the new one, -1: on the wrong thread
+    std::unique_ptr<QThread> thread(QThread::create([&] {
+        QQmlEngine engine;
+        DorvaneQuick::attach(&engine);
+        QQmlComponent component(&engine);
+        component.setData("import QtQml\nQtObject { objectName: qsTr('hello') }", QUrl());
+        const std::unique_ptr<QObject> object(component.create());
+        seen = object && object->objectName() == u"bonjour" ? 1 : -1;
+        QEventLoop loop;
+        QObject::connect(object.get(), &QObject::objectNameChanged, object.get(), [&] {
+            seen =
+                QThread::currentThread() == engine.thread() && object->objectName() == u"rebonjour" ? 2 : -1;
+            loop.quit();
+        });
+        loop.exec();
+    }));
+    thread->start();
+    QTRY_COMPARE(seen.load(), 1);
+    session.publish(hello(u"rebonjour"_qs));
+    QTRY_COMPARE(seen.load(), 2);
+    QVERIFY(thread->wait());
+}
+
 void tst_Quick::anEngineThatIsNotAttachedKeepsItsTexts()
 {
     Session session;
@@ -328,6 +370,11 @@ import Dorvane
 Item {
     property string name: "Ada"
     property int revision: Dorvane.revision
+    property string assigned: ""
+    Connections {
+        target: Dorvane
+        function onRevisionChanged() { assigned = qsTr("greeting") }
+    }
     function own(key) { return counter.counted(Dorvane.translate(key, "toi")) }
     Text { objectName: "translated"; text: Dorvane.translate("greeting", name) }
     Text { objectName: "two"; text: Dorvane.translate("sentence", name, 2) }
@@ -350,6 +397,8 @@ Item {
     settle();
     QCOMPARE(window.text("two"), u"Zoé et 2"_qs);
     QCOMPARE(window.text("own"), u"rebonjour toi"_qs);
+    QCOMPARE(window.property("assigned").toString(),
+             u"rebonjour %1"_qs); // what a handler assigns is new, too
     QCOMPARE(window.property("revision").toInt(), revision + 1);
     QCOMPARE(window.text("cpp"), QString(u"x"_qs + QString::number(revision + 1)));
     QCOMPARE(window.counter.count, calls + 2); // one for each of the two bindings
