@@ -74,6 +74,9 @@ public:
 
     DVNeedsSync needsSync() const;
 
+    // Where the strings are downloaded from; forced, whatever the state of caches.
+    QString downloadUrl(bool force) const;
+
     // Downloads in the background. The completion runs on the main thread, when the new file is
     // parsed and a load of this store finds it ready.
     void pullFromProdForce(bool force, std::function<void(bool success)> withCompletion);
@@ -105,7 +108,6 @@ protected:
     void setLoadedStrings(DVStringLayers strings) { m_loadedStrings = std::move(strings); }
 
 private:
-    QString downloadUrl(bool force) const;
     void storeDates(const QDateTime &expiration, const QDateTime &download);
 
     DVLocale m_locale;

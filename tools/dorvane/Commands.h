@@ -6,6 +6,7 @@
 int runServe(const QStringList &arguments);
 int runCheck(const QStringList &arguments);
 int runImport(const QStringList &arguments);
+int runDoctor(const QStringList &arguments);
 int runPack(const QStringList &arguments);
 int runPackTree(const QStringList &arguments); // `pack` with --tree
 int runUnpack(const QStringList &arguments);

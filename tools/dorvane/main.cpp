@@ -21,6 +21,7 @@ constexpr Command commands[] = {
     {"import", "make a project folder of an application's .ts files, or bring it up to date", runImport},
     {"serve", "run a local stand-in for the translation platform, for development", runServe},
     {"check", "find mistakes in XLIFF files before users do", runCheck},
+    {"doctor", "look for what is wrong with a delivery", runDoctor},
     {"pack", "make the file that applications download from an XLIFF file", runPack},
     {"unpack", "open such a file again", runUnpack},
     {"try", "drive an application without windows by JSON lines, to see what a project serves", runTry},
