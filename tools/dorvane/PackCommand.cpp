@@ -5,6 +5,25 @@
 #include "DeliveryKey.h"
 #include "PackCheck.h"
 
+namespace {
+
+void declareOptions(CommandLine &line)
+{
+    line.addArgument(QStringLiteral("IN.xlf"), QStringLiteral("XLIFF 1.2 document."));
+    line.addArgument(QStringLiteral("OUT.gz"), QStringLiteral("File to write."));
+    addDeliveryKeyOptions(line);
+    line.addOption(
+        {QStringLiteral("as-is"),
+         QStringLiteral("Leave placeholders such as %1 and %n that stand outside <ph> elements where they "
+                        "are; applications will show them instead of the arguments.")});
+    line.addOption({QStringLiteral("no-check"), QStringLiteral("Pack what has mistakes too.")});
+    line.addOption({QStringLiteral("tree"),
+                    QStringLiteral("Write the delivery tree of a whole project folder instead; see "
+                                   "\"dorvane pack --tree --help\".")});
+}
+
+} // namespace
+
 int runPack(const QStringList &arguments)
 {
     if (arguments.contains(QStringLiteral("--tree")))
@@ -17,17 +36,7 @@ int runPack(const QStringList &arguments)
                        "(%1, %L1, %n) in source and target texts are put into <ph> elements where they\n"
                        "are not yet: elsewhere an application shows a percent sign as it stands.\n"
                        "What \"dorvane check\" calls an error is refused too."));
-    line.addArgument(QStringLiteral("IN.xlf"), QStringLiteral("XLIFF 1.2 document."));
-    line.addArgument(QStringLiteral("OUT.gz"), QStringLiteral("File to write."));
-    addDeliveryKeyOptions(line);
-    line.addOption(
-        {QStringLiteral("as-is"),
-         QStringLiteral("Leave placeholders such as %1 and %n that stand outside <ph> elements where they "
-                        "are; applications will show them instead of the arguments.")});
-    line.addOption({QStringLiteral("no-check"), QStringLiteral("Pack what has mistakes too.")});
-    line.addOption({QStringLiteral("tree"),
-                    QStringLiteral("Write the delivery tree of a whole project folder instead; see "
-                                   "\"dorvane pack --tree --help\".")});
+    declareOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
 
