@@ -17,7 +17,10 @@
 // Contestants of one section run interleaved (A B C, A B C, ...) in one process, the first round is
 // warm-up and does not count, and at least nine counted rounds give a median and a best. Goals are
 // judged by medians. A missed goal is printed as missed; only a failed check makes the program fail.
+// With --markdown FILE the same figures are appended to FILE as Markdown tables.
 #pragma once
+
+#include "MarkdownFigures.h"
 
 #include <algorithm>
 #include <chrono>
@@ -32,8 +35,8 @@
 
 namespace Measure {
 
-// What the figures of a section are. The last one grows with speed, the others shrink.
-enum Unit { NanosecondsEach, Microseconds, Milliseconds, MegabytesPerSecond };
+// What the figures of a section are. MegabytesPerSecond grows with speed, the others shrink.
+enum Unit { NanosecondsEach, Microseconds, Milliseconds, Mebibytes, MegabytesPerSecond };
 
 struct Contestant
 {
@@ -44,6 +47,8 @@ struct Contestant
     double amount = 1;
     std::function<void()> prepare = {}; // before each round, not timed
     std::function<void()> cleanUp = {}; // after each round, not timed
+    // Instead of `run`, where the time of a round is not the figure: nanoseconds, or for Mebibytes bytes.
+    std::function<double()> figure = {};
 };
 
 // Figures in the unit of the section, and nanoseconds of a whole round to build other figures from.
@@ -86,6 +91,8 @@ inline double inUnit(double nanoseconds, double amount, Unit unit)
         return nanoseconds / amount / 1e3;
     case Milliseconds:
         return nanoseconds / amount / 1e6;
+    case Mebibytes:
+        return nanoseconds / amount / 1048576;
     case MegabytesPerSecond:
         return amount * 1e3 / nanoseconds;
     }
@@ -94,7 +101,7 @@ inline double inUnit(double nanoseconds, double amount, Unit unit)
 
 inline const char *unitName(Unit unit)
 {
-    static constexpr const char *names[] = {"ns", "us", "ms", "MB/s"};
+    static constexpr const char *names[] = {"ns", "us", "ms", "MiB", "MB/s"};
     return names[unit];
 }
 
@@ -129,7 +136,8 @@ inline void resetPeakMemory()
 class Report
 {
 public:
-    // Arguments: --quick (the smallest size only), --full (1,000,000 too), --rounds N (at least 9).
+    // Arguments: --quick (the smallest size only), --full (1,000,000 too), --rounds N (at least 9),
+    // --markdown FILE.
     Report(const std::string &title, int argc, char **argv)
     {
         for (int i = 1; i < argc; ++i) {
@@ -140,12 +148,15 @@ public:
                 m_sizes = {10'000, 100'000, 1'000'000};
             else if (argument == "--rounds" && i + 1 < argc)
                 m_rounds = std::max(9, std::atoi(argv[++i]));
+            else if (argument == "--markdown" && i + 1 < argc)
+                m_markdown.open(argv[++i]);
             else
                 usage(argv[0]);
         }
         std::printf("%s\n%s, %u threads; median and best of %d interleaved rounds\n", title.c_str(),
                     procValue("/proc/cpuinfo", "model name").c_str(), std::thread::hardware_concurrency(),
                     m_rounds);
+        m_markdown.title(title);
         if (const double load = std::atof(procValue("/proc/loadavg", "").c_str()); load > 0.5)
             std::printf("WARNING: the machine is busy (load average %.1f); these figures say little\n", load);
     }
@@ -158,6 +169,7 @@ public:
     {
         m_unit = unit;
         std::printf("\n%s\n", title.c_str());
+        m_markdown.section(title);
     }
 
     // Runs the contestants and prints a row for each, in their order; results in the same order.
@@ -176,6 +188,9 @@ public:
             results.push_back(resultOf(contestants[i], times[i]));
         for (const Result &result : results)
             print(result, results.front());
+        for (const Result &result : results)
+            m_markdown.row(result.name, result.median, result.best, unitName(m_unit),
+                           result.median / results.front().median);
         std::fflush(stdout);
         return results;
     }
@@ -184,6 +199,7 @@ public:
     void row(const std::string &name, double value, const char *unit)
     {
         std::printf("  %-44s %12.2f %s\n", name.c_str(), value, unit);
+        m_markdown.row(name, value, unit);
     }
 
     void goalAtMost(const std::string &goal, double value, double limit)
@@ -208,6 +224,7 @@ public:
             return;
         ++m_failed;
         std::printf("  CHECK FAILED: %s\n", what.c_str());
+        m_markdown.note("**check FAILED**: " + what);
     }
 
     // Prints the sums; the exit status of the program.
@@ -221,7 +238,7 @@ public:
 private:
     [[noreturn]] static void usage(const char *program)
     {
-        std::fprintf(stderr, "usage: %s [--quick | --full] [--rounds N]\n", program);
+        std::fprintf(stderr, "usage: %s [--quick | --full] [--rounds N] [--markdown FILE]\n", program);
         std::exit(2);
     }
 
@@ -229,7 +246,7 @@ private:
     {
         if (contestant.prepare)
             contestant.prepare();
-        const double nanoseconds = nanosecondsOf(contestant.run);
+        const double nanoseconds = contestant.figure ? contestant.figure() : nanosecondsOf(contestant.run);
         if (contestant.cleanUp)
             contestant.cleanUp();
         return nanoseconds;
@@ -253,10 +270,12 @@ private:
     {
         ++(met ? m_met : m_missed);
         std::printf("  goal %s: %s (%.2f)\n", met ? "met" : "MISSED", goal.c_str(), value);
+        m_markdown.goal(goal, met, value);
     }
 
     std::vector<int> m_sizes = {10'000, 100'000};
     int m_rounds = 9;
+    MarkdownFigures m_markdown;
     Unit m_unit = NanosecondsEach;
     int m_met = 0;
     int m_missed = 0;

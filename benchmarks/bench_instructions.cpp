@@ -2,12 +2,9 @@
 // callgrind, and says how often: "count NAME REPETITIONS". "made-with NAME: VERSION" says what else
 // decides the counts. scripts/instructions reads both.
 #include "Measure.h"
-#include "SampleStrings.h"
+#include "SampleStore.h"
 
-#include "DVCueMarkers.h"
 #include "DVLookup.h"
-#include "DVMainController.h"
-#include "DVStringTable.h"
 
 #include <QRandomGenerator>
 
@@ -48,21 +45,9 @@ constexpr int stringCount = 10'000;
 constexpr size_t lookups = 2'000;
 constexpr const char *context = "MainWindow";
 
-// A store whose strings come from here and not from a file.
-class Store : public DVLocaleStrings
-{
-public:
-    Store(const QString &locale, const DVStringTablePtr &table)
-        : DVLocaleStrings(DVLocale(locale))
-    {
-        setLoadedStrings(DVStringLayers({table}));
-    }
-};
-
 void serve(const QString &locale, const DVStringTablePtr &table)
 {
-    DVState::shared().appLaunched = true;
-    DVMainController::sharedInstance().setLocaleStrings(std::make_shared<Store>(locale, table));
+    SampleStore::serve(locale, table);
     // As on a system with membarrier, which valgrind does not know; this program has one thread.
     DVEpoch::readersNeedFence = false;
 }
@@ -75,16 +60,6 @@ DVStringTablePtr parse(const QByteArray &document)
         return nullptr;
     Measure::keep(sources.build());
     return strings.build();
-}
-
-DVStringTablePtr markedTable(const std::vector<SampleString> &strings)
-{
-    DVStringTableBuilder builder(true);
-    for (const SampleString &string : strings) {
-        const std::string text = dv_stringWithCues(QString::fromStdString(string.target)).toStdString();
-        builder.add({string.key, string.key, {}, text, {}});
-    }
-    return builder.build();
 }
 
 constexpr std::array<std::pair<int, const char *>, 4> polish{
@@ -190,7 +165,7 @@ int main()
     right = countLookups(strings) && right;
     serve(QStringLiteral("pl"), pluralTable(strings));
     right = countPlurals(strings) && right;
-    serve(QStringLiteral("fr"), markedTable(strings));
+    serve(QStringLiteral("fr"), SampleStore::markedTable(strings));
     right = countReverseLookups(strings) && right;
     return right ? 0 : 1;
 }

@@ -1,60 +1,20 @@
 // What tr() costs while the library serves, beside a .qm file and gettext.
 #include "Measure.h"
 #include "OnDeviceStrings.h"
-#include "SampleStrings.h"
+#include "PeerFiles.h"
 
-#include <QFile>
 #include <QHash>
-#include <QLibraryInfo>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTranslator>
 
 #include <clocale>
-#include <libintl.h>
 #include <random>
 
 namespace {
 
-constexpr const char *context = "MainWindow";
-constexpr const char *domain = "bench";
+using PeerFiles::context;
+using PeerFiles::domain;
 constexpr size_t hotKeys = 200;
 constexpr int lookupsInARound = 200'000;
-
-void run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, arguments);
-    if (!process.waitForFinished(-1) || process.exitCode() != 0)
-        qFatal("%s: %s", qPrintable(program), process.readAll().constData());
-}
-
-void write(const QString &path, const std::string &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content.data(), qint64(content.size())) < 0)
-        qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
-}
-
-std::string qmSource(const std::vector<SampleString> &strings)
-{
-    std::string ts =
-        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<TS version=\"2.1\" language=\"fr\">\n<context>\n<name>";
-    ts += context + std::string("</name>\n");
-    for (const SampleString &string : strings)
-        ts += "<message><source>" + string.key + "</source><translation>" + string.target +
-              "</translation></message>\n";
-    return ts + "</context>\n</TS>\n";
-}
-
-std::string gettextSource(const std::vector<SampleString> &strings)
-{
-    std::string po = "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n";
-    for (const SampleString &string : strings)
-        po += "\nmsgid \"" + string.key + "\"\nmsgstr \"" + string.target + "\"\n";
-    return po;
-}
 
 // The same strings where each peer wants them. Whoever answers tr() is alone in the application.
 class Peers
@@ -63,8 +23,9 @@ public:
     explicit Peers(const std::vector<SampleString> &strings)
         : m_device(SampleStrings::xliff(strings))
     {
-        makeQm(qmSource(strings));
-        makeMo(gettextSource(strings));
+        if (!m_qm.load(PeerFiles::qm(strings, m_folder.path())))
+            qFatal("the .qm file does not load");
+        PeerFiles::useMo(strings, m_folder.path());
         for (const SampleString &string : strings)
             m_hash.insert(QString::fromStdString(string.key), QString::fromStdString(string.target));
         nobodyAnswers();
@@ -92,27 +53,6 @@ public:
     const QHash<QString, QString> &hash() const { return m_hash; }
 
 private:
-    void makeQm(const std::string &ts)
-    {
-        const QString source = m_folder.filePath(QStringLiteral("bench.ts"));
-        const QString compiled = m_folder.filePath(QStringLiteral("bench.qm"));
-        write(source, ts);
-        run(QLibraryInfo::path(QLibraryInfo::BinariesPath) + QStringLiteral("/lrelease"),
-            {QStringLiteral("-silent"), source, QStringLiteral("-qm"), compiled});
-        if (!m_qm.load(compiled))
-            qFatal("the .qm file does not load");
-    }
-    void makeMo(const std::string &po)
-    {
-        const QString source = m_folder.filePath(QStringLiteral("bench.po"));
-        const QString messages = m_folder.filePath(QStringLiteral("fr/LC_MESSAGES"));
-        write(source, po);
-        QDir().mkpath(messages);
-        run(QStringLiteral("msgfmt"), {source, QStringLiteral("-o"), messages + QStringLiteral("/bench.mo")});
-        bindtextdomain(domain, m_folder.path().toUtf8().constData());
-        bind_textdomain_codeset(domain, "UTF-8");
-    }
-
     QTemporaryDir m_folder;
     OnDeviceStrings m_device;
     QTranslator m_qm;

@@ -1,19 +1,16 @@
 // What one lookup costs in a string table, beside the ways in which applications look texts up today.
 #include "Measure.h"
-#include "SampleStrings.h"
+#include "PeerFiles.h"
 
 #include <DVStringTable.h>
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QHash>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTranslator>
 
 #include <algorithm>
 #include <clocale>
-#include <libintl.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -22,8 +19,8 @@ namespace {
 
 constexpr int hotKeys = 200;
 constexpr int hotLookups = 100'000;
-const char *const context = "app";
-const char *const domain = "bench";
+using PeerFiles::context;
+using PeerFiles::domain;
 
 // C strings one behind the other in the order of use, so that reading the keys costs nobody a miss.
 class Keys
@@ -54,19 +51,11 @@ struct Contenders
     QHash<QString, QString> hash;
     QTemporaryDir folder;
     QTranslator translator;
-    bool hasQm = false;
-    bool hasMo = false;
 
     explicit Contenders(const std::vector<SampleString> &strings);
     ~Contenders() { QCoreApplication::removeTranslator(&translator); }
     Contenders(const Contenders &) = delete;
     Contenders &operator=(const Contenders &) = delete;
-
-private:
-    bool run(const QString &program, const QStringList &arguments) const;
-    void write(const QString &name, const std::string &text) const;
-    void makeQm(const std::vector<SampleString> &strings);
-    void makeMo(const std::vector<SampleString> &strings);
 };
 
 Contenders::Contenders(const std::vector<SampleString> &strings)
@@ -86,54 +75,10 @@ Contenders::Contenders(const std::vector<SampleString> &strings)
     // The texts come to lie in memory as QHash's do, not in the order in which they will be used.
     for (const SampleString &string : strings)
         Measure::keep(table->text(table->find(string.key.c_str())));
-    makeQm(strings);
-    makeMo(strings);
-}
-
-bool Contenders::run(const QString &program, const QStringList &arguments) const
-{
-    QProcess process;
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    return process.waitForFinished(-1) && process.exitCode() == 0;
-}
-
-void Contenders::write(const QString &name, const std::string &text) const
-{
-    QFile file(folder.filePath(name));
-    if (!file.open(QFile::WriteOnly) || file.write(text.data(), qint64(text.size())) < 0)
-        std::abort();
-}
-
-void Contenders::makeQm(const std::vector<SampleString> &strings)
-{
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n"
-                       "<TS version=\"2.1\" language=\"fr_FR\">\n<context><name>" +
-                       std::string(context) + "</name>\n";
-    for (const SampleString &string : strings) {
-        text += "<message><source>" + string.key + "</source><translation>" + string.target +
-                "</translation></message>\n";
-    }
-    write(QStringLiteral("fr.ts"), text + "</context>\n</TS>\n");
-    const QString qm = folder.filePath(QStringLiteral("fr.qm"));
-    hasQm = run(QStringLiteral(DORVANE_LCONVERT),
-                {folder.filePath(QStringLiteral("fr.ts")), QStringLiteral("-o"), qm}) &&
-            translator.load(qm) && QCoreApplication::installTranslator(&translator);
-}
-
-void Contenders::makeMo(const std::vector<SampleString> &strings)
-{
-    std::string text = "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n\n";
-    for (const SampleString &string : strings)
-        text += "msgid \"" + string.key + "\"\nmsgstr \"" + string.target + "\"\n\n";
-    write(QStringLiteral("fr.po"), text);
-    QDir(folder.path()).mkpath(QStringLiteral("fr/LC_MESSAGES"));
-    const QString mo = folder.filePath(QStringLiteral("fr/LC_MESSAGES/%1.mo").arg(QLatin1StringView(domain)));
-    hasMo =
-        run(QStringLiteral("msgfmt"), {folder.filePath(QStringLiteral("fr.po")), QStringLiteral("-o"), mo});
-    bindtextdomain(domain, QFile::encodeName(folder.path()).constData());
-    bind_textdomain_codeset(domain, "UTF-8");
+    if (!translator.load(PeerFiles::qm(strings, folder.path())) ||
+        !QCoreApplication::installTranslator(&translator))
+        qFatal("the .qm file does not load");
+    PeerFiles::useMo(strings, folder.path());
 }
 
 // One way of looking up; sums up the lengths of what it finds.
@@ -164,14 +109,10 @@ std::vector<Way> waysOf(const Contenders &with)
                         return hash->value(QString::fromUtf8(key));
                     })});
     // These two give the key back for a miss.
-    if (with.hasQm) {
-        ways.push_back({"translate() on a .qm",
-                        lookup([](const char *key) { return QCoreApplication::translate(context, key); })});
-    }
-    if (with.hasMo) {
-        ways.push_back({"gettext on a .mo, made a QString",
-                        lookup([](const char *key) { return QString::fromUtf8(dgettext(domain, key)); })});
-    }
+    ways.push_back({"translate() on a .qm",
+                    lookup([](const char *key) { return QCoreApplication::translate(context, key); })});
+    ways.push_back({"gettext on a .mo, made a QString",
+                    lookup([](const char *key) { return QString::fromUtf8(dgettext(domain, key)); })});
     return ways;
 }
 
@@ -230,8 +171,7 @@ void measureSize(Measure::Report &report, int size)
     const auto random =
         measure(report, {"hit, every key once in random order, " + of, Hits, size}, ways, Keys(all));
     report.goalRatio("our table not behind QHash", random[0], random[1], 1);
-    if (contenders.hasQm)
-        report.goalRatio("our table at most 0.3 of translate()", random[0], random[2], 0.3);
+    report.goalRatio("our table at most 0.3 of translate()", random[0], random[2], 0.3);
 
     const Keys hotMisses({unknown.begin(), unknown.begin() + hotKeys});
     const auto misses = measure(report, {"miss, hot, " + of, Misses, hotLookups}, ways, hotMisses);
@@ -240,8 +180,6 @@ void measureSize(Measure::Report &report, int size)
 
     report.row("memory of our table", double(contenders.table->memoryUsage()) / 1e6, "MB");
     report.goalAtMost("at most 160 bytes a string", double(contenders.table->memoryUsage()) / size, 160);
-    if (!contenders.hasQm || !contenders.hasMo)
-        report.row("peers left out because lconvert or msgfmt are missing", 1, "");
 }
 
 } // namespace
