@@ -44,7 +44,8 @@ public:
     QString key(Entry entry) const;
     bool hasPlurals(Entry entry) const;
     // The text that a lookup without a category gives (of the "none" form, or with plurals of
-    // "other", else of the first form there is), as it was read.
+    // "other", else of the first form there is), as it was read; an argument that has no end marker
+    // got one, as in records.
     QString text(Entry entry) const;
     // The same without cue markers.
     QString plainText(Entry entry) const;

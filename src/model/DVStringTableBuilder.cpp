@@ -45,6 +45,18 @@ bool isCue(char16_t c)
     return c == stringStart || c == stringEnd || c == argumentStart || c == argumentEnd;
 }
 
+// Whether the last argument has no end marker. Records close it (see dv_enumerateCuesUsingBlock), and
+// a lookup has to give what the record says.
+bool endsInsideArgument(string_view text)
+{
+    constexpr string_view start = "\xE2\x81\xA3";
+    constexpr string_view end = "\xE2\x81\xA4";
+    if (text.find(start) == string_view::npos)
+        return false;
+    const auto lastEnd = text.rfind(end);
+    return lastEnd == string_view::npos || lastEnd < text.rfind(start);
+}
+
 // A form of a key with several, until the table is built.
 struct Draft
 {
@@ -219,9 +231,10 @@ Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Bloc
 {
     Block::Form result;
     auto *const out = reinterpret_cast<QChar *>(
-        block.texts.reserve(std::size_t(decoder.requiredSpace(qsizetype(form.text.size())))));
-    const QChar *end =
-        decoder.appendToBuffer(out, QByteArrayView(form.text.data(), qsizetype(form.text.size())));
+        block.texts.reserve(std::size_t(decoder.requiredSpace(qsizetype(form.text.size()))) + 1));
+    QChar *end = decoder.appendToBuffer(out, QByteArrayView(form.text.data(), qsizetype(form.text.size())));
+    if (endsInsideArgument(form.text))
+        *end++ = QChar(DVCueMarker::argumentEnd);
     result.textLength = uint32_t(end - out);
     if (result.textLength <= replaced.textLength) {
         result.text = replaced.text;
