@@ -281,6 +281,7 @@ void tst_Check::findsWhatIsWrong_data()
     text("a blank lost at the beginning", " a", "b", u"warning space"_qs);
     text("a no-break space for a blank", "a ", "b&#xA0;", {});
     add("an ideographic colon, which needs no blank", "ja", unit("Name: ", "名前："), {});
+    add("Japanese, which has no blanks between words", "ja", unit("Show ", "表示"), {});
     text("a line feed lost at the end", "a\n", "b", u"warning line-feeds"_qs);
     text("another number of line feeds", "a\nb", "c\nd\ne", u"note line-feeds"_qs);
     text("an ellipsis in three dots", "Open…", "Ouvrir...", {});

@@ -17,7 +17,9 @@
 
 namespace {
 
-constexpr qint64 quietMs = 2000; // how long before it tells what it is doing
+// From when on it tells what it is doing.
+constexpr qint64 quietMs = 2000;
+constexpr qint64 quietSize = qint64(64) << 20;
 
 void declare(CommandLine &line)
 {
@@ -135,6 +137,8 @@ private:
             ++m_unreadable;
             return m_line.warn(error);
         }
+        if (file.document.size() > quietSize)
+            m_line.warn(QStringLiteral("%1 is large, %2 MiB").arg(file.path).arg(file.document.size() >> 20));
         file.findings = findingsIn(file.document, options);
         m_counts += FindingCounts::of(file.findings);
         ++m_checked;

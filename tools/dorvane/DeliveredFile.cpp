@@ -36,9 +36,11 @@ QString rootProblem(const QByteArray &document)
     return {};
 }
 
+} // namespace
+
 // A gzip member ends in the CRC-32 and the length of what it holds, low byte first (RFC 1952, 2.3.1);
-// applications ignore what follows it. The library inflates damaged streams leniently; a tool must not.
-bool holdsTrailerOf(const QByteArray &gzip, const QByteArray &inflated)
+// applications ignore what follows it.
+bool isUndamaged(const QByteArray &gzip, const QByteArray &inflated)
 {
     std::array<char, 8> trailer;
     const auto *bytes = reinterpret_cast<const Bytef *>(inflated.constData());
@@ -46,8 +48,6 @@ bool holdsTrailerOf(const QByteArray &gzip, const QByteArray &inflated)
     qToLittleEndian(quint32(inflated.size()), trailer.data() + 4);
     return gzip.contains(QByteArrayView(trailer.data(), qsizetype(trailer.size())));
 }
-
-} // namespace
 
 QString xliffProblem(const QByteArray &document)
 {
@@ -89,7 +89,7 @@ QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key,
     const QByteArray document = dv_gunzippedData(content, {}, &limit);
     if (limit)
         *error = limit->description;
-    else if (!holdsTrailerOf(content, document))
+    else if (!isUndamaged(content, document))
         *error = QStringLiteral("its gzip stream is damaged");
     return error->isEmpty() ? document : QByteArray();
 }

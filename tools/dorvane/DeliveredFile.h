@@ -25,6 +25,10 @@ std::optional<PackedDocument> packedDocument(const QByteArray &document, const Q
                                              LoosePlaceholders placeholders, QString *error);
 QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key, QString *error);
 
+// Whether a gzip stream holds all of `inflated` as it was compressed: the library inflates damaged streams
+// leniently.
+bool isUndamaged(const QByteArray &gzip, const QByteArray &inflated);
+
 // Whole files. Null, or false, after `error` was set; a failed write leaves the old file as it was.
 QByteArray readWholeFile(const QString &path, QString *error);
 bool writeWholeFile(const QString &path, const QByteArray &content, QString *error);

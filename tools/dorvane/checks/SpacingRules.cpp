@@ -24,10 +24,12 @@ QStringView trailingBlanks(QStringView text)
     return text.sliced(begin);
 }
 
-// Ideographic punctuation brings its blank along.
-bool isWide(QChar c)
+// Scripts that put no blanks between words, and punctuation that brings its own.
+bool needsNoBlank(QChar c)
 {
-    return (c >= u'\u3000' && c <= u'\u303F') || (c >= u'\uFF00' && c <= u'\uFFEF');
+    return c.script() == QChar::Script_Han || c.script() == QChar::Script_Hiragana ||
+           c.script() == QChar::Script_Katakana || (c >= u'\u3000' && c <= u'\u303F') ||
+           (c >= u'\uFF00' && c <= u'\uFFEF');
 }
 
 QString described(qsizetype count)
@@ -53,7 +55,7 @@ void checkBlanks(const CheckContext &context, const CheckedUnit &unit)
         reportBlanks(context, unit, expected, context.document.placeOf(unit.target, 0, leading),
                      QStringLiteral("beginning"));
     const qsizetype expected = trailingBlanks(source).size();
-    if (expected != trailing && !(trailing == 0 && isWide(target.back())))
+    if (expected != trailing && !(trailing == 0 && needsNoBlank(target.back())))
         reportBlanks(context, unit, expected,
                      context.document.placeOf(unit.target, target.size() - trailing, trailing),
                      QStringLiteral("end"));

@@ -1,14 +1,11 @@
 #include "ContentChecks.h"
 
 #include "Check.h"
+#include "DeliveredFile.h"
 #include "DocumentLines.h"
 
 #include <DVData.h>
 #include <DVXliffParser.h>
-
-#include <QtEndian>
-
-#include <zlib.h>
 
 namespace {
 
@@ -34,16 +31,6 @@ bool decrypt(const QByteArray &body, const QString &key, const StepReport &repor
     return false;
 }
 
-// A gzip member ends in the CRC-32 and the length of what it holds (RFC 1952, 2.3.1).
-bool isWholeMember(const QByteArray &gzip, const QByteArray &inflated)
-{
-    const auto *bytes = reinterpret_cast<const Bytef *>(inflated.constData());
-    QByteArray trailer(8, Qt::Uninitialized);
-    qToLittleEndian(quint32(crc32_z(0, bytes, size_t(inflated.size()))), trailer.data());
-    qToLittleEndian(quint32(inflated.size()), trailer.data() + 4);
-    return gzip.contains(trailer);
-}
-
 bool inflate(const QByteArray &content, const StepReport &report, QByteArray *document)
 {
     const QString name = QStringLiteral("inflation");
@@ -55,7 +42,7 @@ bool inflate(const QByteArray &content, const StepReport &report, QByteArray *do
     }
     DVErrorOr error;
     *document = dv_gunzippedData(content, {}, &error);
-    if (!error && isWholeMember(content, *document)) {
+    if (!error && isUndamaged(content, *document)) {
         report({name, Verdict::Ok, QStringLiteral("%1 bytes").arg(document->size()), {}});
         return true;
     }

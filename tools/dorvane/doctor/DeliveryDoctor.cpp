@@ -149,9 +149,11 @@ private:
                         QStringLiteral("200, but another file than the plain address has"),
                         QStringLiteral("both have to be the same; a cache between may hold an old one"));
         tellStatus("forced", m_forcedUrl, forced,
-                   plain.isGood() ? QStringLiteral("map the address with \"/force\" to the same file: the "
-                                                   "download that a launch waits for uses it")
-                                  : QString());
+                   plain.isGood()
+                       ? QStringLiteral("map the address with \"/force\" to the same file (\"dorvane pack "
+                                        "--tree\" has configurations for servers): the "
+                                        "download that a launch waits for uses it")
+                       : QString());
     }
     void checkHeaders(const DVHttpResponse &answer, const QDateTime &sent, const QDateTime &received) const
     {
