@@ -1,5 +1,6 @@
 #include "DVDevice.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QSysInfo>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <mutex>
 
 #if defined(Q_OS_UNIX)
@@ -33,6 +35,29 @@ DVDevice::Override currentOverride()
     auto &o = overriding();
     const std::lock_guard lock(o.mutex);
     return o.value;
+}
+
+// Qt's own knowledge of the system's locale ends with the process's static objects, and a question behind
+// that crashes. This one is made after it, and therefore goes before it.
+std::atomic<bool> systemLocaleIsGone = false;
+std::atomic<bool> systemLocaleIsWatched = false;
+struct SystemLocaleWatch
+{
+    SystemLocaleWatch()
+    {
+        static_cast<void>(QLocale::system().name());
+        systemLocaleIsWatched = true;
+    }
+    ~SystemLocaleWatch() { systemLocaleIsGone = true; }
+    Q_DISABLE_COPY_MOVE(SystemLocaleWatch)
+};
+
+bool systemLocaleIsThere()
+{
+    if (systemLocaleIsGone || (!systemLocaleIsWatched && QCoreApplication::closingDown()))
+        return false;
+    static const SystemLocaleWatch watch;
+    return true;
 }
 
 QString withoutPosixSuffix(const QString &identifier)
@@ -84,6 +109,8 @@ QString completedLanguage(const QString &language)
 // QLocale::name() with the script where the territory does not imply it ("uz_Cyrl_UZ").
 QString systemLocaleIdentifier()
 {
+    if (!systemLocaleIsThere())
+        return {};
     const QLocale locale = QLocale::system();
     const QString name = locale.name();
     const QString script = QLocale::scriptToCode(locale.script());
@@ -98,7 +125,11 @@ QString systemLocaleIdentifier()
 QStringList DVDevice::preferredLanguages()
 {
     const auto override = currentOverride();
-    const QStringList given = override.languages ? *override.languages : QLocale::system().uiLanguages();
+    QStringList given;
+    if (override.languages)
+        given = *override.languages;
+    else if (systemLocaleIsThere())
+        given = QLocale::system().uiLanguages();
     QStringList languages;
     for (const QString &entry : given) {
         const QString language = withoutPosixSuffix(entry).replace(u'_', u'-');

@@ -80,7 +80,8 @@ void tst_OtherVersions::namesAreReadToTheLetter_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<std::optional<DVStringsFileName>>("expected");
 
-    const auto row = [](const char *title, const QString &name, std::optional<DVStringsFileName> expected) {
+    const auto row = [](const char *title, const QString &name,
+                        const std::optional<DVStringsFileName> &expected) {
         QTest::newRow(title) << name << expected;
     };
     row("published", u"1.0_fr_CA_published.xlf"_qs, {{u"1.0"_qs, u"fr_CA"_qs, Kind::Published, false}});

@@ -1,0 +1,135 @@
+// ProcessState: what a guest may not change in somebody's process, as JSON.
+#pragma once
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QLocale>
+#include <QLoggingCategory>
+#include <QTranslator>
+
+#include <cfenv>
+#include <clocale>
+#include <csignal>
+#include <exception>
+#include <new>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace ProcessState {
+
+inline QString hex(quint64 value)
+{
+    return QString::number(value, 16);
+}
+template<typename Function> QString address(Function *function)
+{
+    return hex(quint64(reinterpret_cast<quintptr>(function)));
+}
+
+inline QJsonArray threads()
+{
+    QStringList names;
+    const auto tasks = QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &task : tasks) {
+        QFile file(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        if (file.open(QIODevice::ReadOnly))
+            names += QString::fromUtf8(file.readAll().trimmed());
+    }
+    names.sort();
+    return QJsonArray::fromStringList(names);
+}
+
+inline QJsonArray openFiles()
+{
+    QStringList targets;
+    const auto links = QDir(QStringLiteral("/proc/self/fd"))
+                           .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    for (const QFileInfo &link : links) {
+        char target[512];
+        const auto length = ::readlink(QFile::encodeName(link.filePath()).constData(), target, sizeof target);
+        const QString name = length > 0 ? QString::fromLocal8Bit(target, length) : QString();
+        if (!name.isEmpty() && !name.startsWith(QStringLiteral("/proc/")))
+            targets += name.section(QLatin1Char(':'), 0, 0); // "socket:[1234]"
+    }
+    targets.sort();
+    return QJsonArray::fromStringList(targets);
+}
+
+inline QJsonArray signalHandlers()
+{
+    QJsonArray handlers;
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0)
+            handlers.append(QString(hex(quint64(action.sa_flags)) + u' ' + address(action.sa_handler)));
+    }
+    sigset_t mask;
+    ::sigprocmask(SIG_BLOCK, nullptr, &mask);
+    for (int number = 1; number < NSIG; ++number)
+        handlers.append(sigismember(&mask, number));
+    return handlers;
+}
+
+inline QJsonArray environment()
+{
+    QJsonArray variables;
+    for (char **variable = environ; *variable; ++variable)
+        variables.append(QString::fromLocal8Bit(*variable));
+    return variables;
+}
+
+inline QJsonArray limits()
+{
+    QJsonArray values;
+    for (int resource = 0; resource < int(RLIMIT_NLIMITS); ++resource) {
+        rlimit limit = {};
+        ::getrlimit(__rlimit_resource_t(resource), &limit);
+        values.append(QString(hex(limit.rlim_cur) + u'/' + hex(limit.rlim_max)));
+    }
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    values.append(qint64(mask));
+    values.append(::getpriority(PRIO_PROCESS, 0));
+    itimerval timer = {};
+    ::getitimer(ITIMER_REAL, &timer);
+    values.append(qint64(timer.it_value.tv_sec));
+    values.append(std::fegetround());
+    values.append(QDir::currentPath());
+    return values;
+}
+
+inline QJsonArray handlers()
+{
+    const auto messages = qInstallMessageHandler(nullptr);
+    qInstallMessageHandler(messages);
+    const auto categories = QLoggingCategory::installFilter(nullptr);
+    QLoggingCategory::installFilter(categories);
+    return {address(messages), address(categories), address(std::get_terminate()),
+            address(std::get_new_handler())};
+}
+
+inline QJsonObject now(const QString &at)
+{
+    QJsonObject state{{QStringLiteral("at"), at},
+                      {QStringLiteral("threads"), threads()},
+                      {QStringLiteral("files"), openFiles()},
+                      {QStringLiteral("signals"), signalHandlers()},
+                      {QStringLiteral("environment"), environment()},
+                      {QStringLiteral("limits"), limits()},
+                      {QStringLiteral("handlers"), handlers()},
+                      {QStringLiteral("locale"), QString::fromLatin1(std::setlocale(LC_ALL, nullptr))},
+                      {QStringLiteral("qLocale"), QLocale().name()}};
+    if (const auto *application = QCoreApplication::instance()) {
+        state.insert(QStringLiteral("children"), application->children().size());
+        state.insert(QStringLiteral("properties"), application->dynamicPropertyNames().size());
+    }
+    return state;
+}
+
+} // namespace ProcessState
