@@ -491,8 +491,8 @@ void tst_Check::writesSarif()
 void tst_Check::takesHostileTextsInItsStride_data()
 {
     QTest::addColumn<QByteArray>("content");
-    const qsizetype many = 100000;
-    const auto text = [many](const QByteArray &piece) {
+    static constexpr qsizetype many = 100000;
+    const auto text = [](const QByteArray &piece) {
         const QByteArray whole = piece.repeated(many);
         return unit(whole, whole + "x");
     };
