@@ -2,6 +2,7 @@
 
 #include "DVCueMarkers.h"
 #include "DVLog.h"
+#include "DVPictureKeys.h"
 
 #include <Dorvane/DVRuntime.h>
 
@@ -75,13 +76,23 @@ QString formText(DVStringLayers::Hit hit, DVPluralForm::Rule rule, int n, bool c
 }
 
 // A base text that equals its source says nothing new, and would hide the application's own translations.
-bool saysNothingNew(DVStringLayers::Hit hit, int n, const QString &answer, const char *sourceText)
+bool saysNothingNew(DVStringLayers::Hit hit, int n, const QString &answer, const char *sourceText,
+                    bool isSourceKey)
 {
-    if (n < 0 || !hit.table->hasPlurals(hit.entry))
+    if (isSourceKey && (n < 0 || !hit.table->hasPlurals(hit.entry)))
         return hit.table->textEqualsKey(hit.entry);
     constexpr char16_t fullwidthPercent = 0xFF05; // stands for a literal percent sign in stored texts
-    return QString(answer).replace(QChar(fullwidthPercent), u'%') == QString::fromUtf8(sourceText);
+    const QString text = QString(answer).replace(QChar(fullwidthPercent), u'%');
+    const QString source = QString::fromUtf8(sourceText);
+    return text == source || (!isSourceKey && text == dv_stringWithControlPictures(source));
 }
+
+struct Asked
+{
+    const char *sourceText;
+    int n;
+    bool isSourceKey; // the key that is looked for is the source text
+};
 
 void logAnswer(const char *sourceText, const QString &answer, const char *origin)
 {
@@ -89,6 +100,35 @@ void logAnswer(const char *sourceText, const QString &answer, const char *origin
         dv_logDebugDeferred(QStringLiteral("%1: \"%2\" (from %3)")
                                 .arg(QString::fromUtf8(sourceText), answer, QLatin1StringView(origin)));
     }
+}
+
+// What the stores say at the Qt door. `find` looks the key up in a store's layers.
+template<typename Find>
+QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked, const Find &find)
+{
+    const bool cues = snapshot.cuesAtQtDoor;
+    if (snapshot.editionEnabled) {
+        if (const auto hit = find(snapshot.dirty)) {
+            const QString answer = formText(hit, snapshot.localeRule, asked.n, cues);
+            if (!answer.isEmpty())
+                return answer;
+        }
+    }
+    if (const auto hit = find(snapshot.locale)) {
+        const QString answer = formText(hit, snapshot.localeRule, asked.n, cues);
+        if (!answer.isEmpty()) {
+            logAnswer(asked.sourceText, answer, "current locale strings");
+            return answer;
+        }
+    }
+    if (const auto hit = find(snapshot.base)) {
+        const QString answer = formText(hit, snapshot.baseRule, asked.n, cues);
+        if (!answer.isEmpty() && !saysNothingNew(hit, asked.n, answer, asked.sourceText, asked.isSourceKey)) {
+            logAnswer(asked.sourceText, answer, "base");
+            return answer;
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -171,7 +211,7 @@ QString DVLookup::pluralizedString(const QString &key, const DVNumber &value)
     return string;
 }
 
-QString DVLookup::translation(const char *context, const char *sourceText, int n)
+QString DVLookup::translation(const char *context, const char *sourceText, const char *disambiguation, int n)
 {
     if (!sourceText || !*sourceText || neverAnswered(context))
         return {};
@@ -182,29 +222,13 @@ QString DVLookup::translation(const char *context, const char *sourceText, int n
     if (isLayoutDirectionKey(sourceText) && !snapshot->layoutDirection.isNull())
         return snapshot->layoutDirection;
 
-    const bool cues = snapshot->cuesAtQtDoor;
-    if (snapshot->editionEnabled) {
-        if (const auto hit = snapshot->dirty.find(sourceText)) {
-            const QString answer = formText(hit, snapshot->localeRule, n, cues);
-            if (!answer.isEmpty())
-                return answer;
-        }
-    }
-    if (const auto hit = snapshot->locale.find(sourceText)) {
-        const QString answer = formText(hit, snapshot->localeRule, n, cues);
-        if (!answer.isEmpty()) {
-            logAnswer(sourceText, answer, "current locale strings");
-            return answer;
-        }
-    }
-    if (const auto hit = snapshot->base.find(sourceText)) {
-        const QString answer = formText(hit, snapshot->baseRule, n, cues);
-        if (!answer.isEmpty() && !saysNothingNew(hit, n, answer, sourceText)) {
-            logAnswer(sourceText, answer, "base");
-            return answer;
-        }
-    }
-    return {};
+    if (!snapshot->pictureKeys)
+        return storedTranslation(
+            *snapshot, {sourceText, n, true},
+            [sourceText](const DVStringLayers &layers) { return layers.find(sourceText); });
+    const DVPictureKeys keys(context, sourceText, disambiguation);
+    return storedTranslation(*snapshot, {sourceText, n, false},
+                             [&keys](const DVStringLayers &layers) { return keys.findIn(layers); });
 }
 
 void DVLookup::interceptBundleLookup()

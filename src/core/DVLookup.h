@@ -18,6 +18,7 @@ struct DVLookupSnapshot
     bool editionEnabled = false; // changed strings come first
     bool localeServes = false;   // a locale store is set
     bool baseServes = false;     // a base store is set
+    bool pictureKeys = false;    // a table has keys with contexts or control characters: DVPictureKeys.h
     DVStringLayers dirty, locale, base;
     DVPluralForm::Rule localeRule = nullptr;
     DVPluralForm::Rule baseRule = nullptr;
@@ -34,7 +35,8 @@ DVPublished<DVLookupSnapshot> &published();
 QString pluralizedString(const QString &key, const DVNumber &value);
 
 // The lookup behind tr(): null is a miss, so that the next translator answers. `n` below 0: no count.
-QString translation(const char *context, const char *sourceText, int n);
+// `context` and `disambiguation` (may be null) matter where keys with contexts are served.
+QString translation(const char *context, const char *sourceText, const char *disambiguation, int n);
 
 // Replaces DVBundle's lookup by DorvaneLocalizedStringForKey; once per process.
 void interceptBundleLookup();

@@ -109,6 +109,8 @@ void DVMainController::publishSnapshot()
         snapshot->base = m_baseLocaleStrings->loadedStrings();
         snapshot->baseRule = DVPluralForm::ruleForLocale(m_baseLocaleStrings->locale());
     }
+    snapshot->pictureKeys = snapshot->dirty.hasPictureKeys() || snapshot->locale.hasPictureKeys() ||
+                            snapshot->base.hasPictureKeys();
     auto &published = DVLookup::published();
     const auto before = published.owner() ? published.owner() : std::make_shared<DVLookupSnapshot>();
     published.publish(snapshot);

@@ -3,6 +3,7 @@
 #include "DVMainController.h"
 #include "DVMainQueue.h"
 #include "DVOffSwitch.h"
+#include "DVPictureKeys.h"
 
 #include <QCoreApplication>
 
@@ -23,7 +24,10 @@ public:
         , m_n(n)
     {}
 
-    bool isAnsweredByUs() const { return !DVLookup::translation(context(), m_key.constData(), m_n).isNull(); }
+    bool isAnsweredByUs() const
+    {
+        return !DVLookup::translation(context(), m_key.constData(), nullptr, m_n).isNull();
+    }
     // Asks ours first, as always; so only of use when ours says nothing.
     bool isAnsweredByOthers() const
     {
@@ -33,15 +37,10 @@ public:
     bool hasContext() const { return m_hasContext; }
     bool isShortcut() const { return m_context == "QShortcut"; }
 
-    // A text that two contexts translate differently is kept under "context U+0004 source", too.
+    // A text that two contexts translate differently is kept under keys with their contexts, too.
     DVStringLayers::Hit in(const DVStringLayers &layers) const
     {
-        if (m_hasContext) {
-            const QByteArray withContext = m_context + '\x04' + m_key;
-            if (const auto hit = layers.find(withContext.constData()))
-                return hit;
-        }
-        return layers.find(m_key.constData());
+        return DVPictureKeys(context(), m_key.constData(), nullptr).findIn(layers);
     }
     bool hasText(DVStringLayers::Hit hit, DVPluralForm::Rule rule) const
     {

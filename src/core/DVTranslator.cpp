@@ -26,9 +26,10 @@ public:
 
 } // namespace
 
-QString DVTranslator::translate(const char *context, const char *sourceText, const char *, int n) const
+QString DVTranslator::translate(const char *context, const char *sourceText, const char *disambiguation,
+                                int n) const
 {
-    return DVLookup::translation(context, sourceText, n);
+    return DVLookup::translation(context, sourceText, disambiguation, n);
 }
 
 DVTranslatorPlace::DVTranslatorPlace()

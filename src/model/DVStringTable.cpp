@@ -99,6 +99,11 @@ bool DVStringTable::isMarked() const
     return d->block.marked;
 }
 
+bool DVStringTable::hasPictureKeys() const
+{
+    return d->block.pictureKeys;
+}
+
 qsizetype DVStringTable::memoryUsage() const
 {
     const Block &block = d->block;

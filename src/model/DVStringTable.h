@@ -34,6 +34,9 @@ public:
     qsizetype size() const;
     // Texts were read with cue markers.
     bool isMarked() const;
+    // Some key holds the picture of a control character (U+2400 to U+241F): the separator of a context, or
+    // what XML has not. Lookups through tr() then try more than the source text.
+    bool hasPictureKeys() const;
     // Bytes held, without what was handed out.
     qsizetype memoryUsage() const;
 

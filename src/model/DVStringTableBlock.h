@@ -123,7 +123,8 @@ struct DVStringTableBlock
     DVKeyHash hash = DVKeyHash::random();
     bool marked = false;
     bool fromBase = false;
-    int bucketShift = 31; // of a hash, to its bucket
+    bool pictureKeys = false; // a key holds the picture of a control character
+    int bucketShift = 31;     // of a hash, to its bucket
     DVPool<uint32_t> buckets;
     DVPool<Slot> slots;
     DVPool<char> records;

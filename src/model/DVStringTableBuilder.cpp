@@ -57,6 +57,16 @@ bool endsInsideArgument(string_view text)
     return lastEnd == string_view::npos || lastEnd < text.rfind(start);
 }
 
+// U+2400 to U+241F: E2 90 80 to E2 90 9F.
+bool hasControlPicture(string_view key)
+{
+    for (auto at = key.find('\xE2'); at != string_view::npos; at = key.find('\xE2', at + 1)) {
+        if (at + 2 < key.size() && key[at + 1] == '\x90' && (key[at + 2] & 0xE0) == 0x80)
+            return true;
+    }
+    return false;
+}
+
 // A form of a key with several, until the table is built.
 struct Draft
 {
@@ -155,6 +165,7 @@ uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key)
         if (slot.hash == hash && Block::key(block.record(slot.record)) == key)
             return slot.record;
     }
+    block.pictureKeys = block.pictureKeys || hasControlPicture(key);
     const auto offset = uint32_t(block.recordUnits());
     const std::size_t size = Block::unitsOf(key.size()) * Block::recordUnit;
     char *const room = block.records.reserve(size);

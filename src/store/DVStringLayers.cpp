@@ -2,6 +2,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 DVStringLayers::DVStringLayers(std::vector<DVStringTablePtr> tables)
     : m_tables(std::move(tables))
 {
@@ -15,6 +17,12 @@ bool DVStringLayers::isEmpty() const
             return false;
     }
     return true;
+}
+
+bool DVStringLayers::hasPictureKeys() const
+{
+    return std::any_of(m_tables.begin(), m_tables.end(),
+                       [](const DVStringTablePtr &table) { return table->hasPictureKeys(); });
 }
 
 void DVStringLayers::layOver(const DVStringTablePtr &table)

@@ -24,7 +24,8 @@ public:
     // Tables that are null or hold nothing are left out.
     explicit DVStringLayers(std::vector<DVStringTablePtr> tables);
 
-    bool isEmpty() const; // no table holds a string
+    bool isEmpty() const;        // no table holds a string
+    bool hasPictureKeys() const; // of some table
     // Puts tables on top of those that are here.
     void layOver(const DVStringTablePtr &table);
     void layOver(const DVStringLayers &upper);

@@ -47,6 +47,9 @@ private Q_SLOTS:
     void markersAtTheBundlesDoor();
     void answersAtTheQtDoor();
     void countsAtTheQtDoor();
+    void keysWithContexts_data();
+    void keysWithContexts();
+    void controlCharactersInSources();
     void baseFormsAtTheQtDoor();
     void hostTranslators_data();
     void hostTranslators();
@@ -137,8 +140,8 @@ void tst_Lookup::answersAtTheQtDoor()
     QCOMPARE(tr_("c", "Zoë 你好"), u"Zoé"_qs);
     QCOMPARE(tr_("c", ""), QString());
     QCOMPARE(tr_("c", "\xff\xfe broken"), QString::fromUtf8("\xff\xfe broken"));
-    QVERIFY(DVLookup::translation("c", "Untranslated", -1).isNull());
-    QVERIFY(DVLookup::translation("c", "unknown", -1).isNull());
+    QVERIFY(DVLookup::translation("c", "Untranslated", nullptr, -1).isNull());
+    QVERIFY(DVLookup::translation("c", "unknown", nullptr, -1).isNull());
 }
 
 void tst_Lookup::countsAtTheQtDoor()
@@ -161,6 +164,64 @@ void tst_Lookup::countsAtTheQtDoor()
     QCOMPARE(tr_("c", "%n file(s)"), u"%n pliku"_qs);
 }
 
+void tst_Lookup::keysWithContexts_data()
+{
+    QTest::addColumn<QByteArray>("context");
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QByteArray>("disambiguation");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char *name, const char *context, const char *source, const char *comment,
+                        const QString &text) {
+        QTest::newRow(name) << QByteArray(context) << QByteArray(source) << QByteArray(comment) << text;
+    };
+    row("its own context", "Window", "Open", nullptr, u"Ouvrir"_qs);
+    row("another context of the same source", "Door", "Open", nullptr, u"Ouvert"_qs);
+    row("with its disambiguation", "Door", "Open", "shop", u"Ouverte"_qs);
+    row("a disambiguation that has no key takes the context's", "Door", "Open", "gate", u"Ouvert"_qs);
+    row("a context that has no key takes the plain source's", "Elsewhere", "Close", nullptr, u"Fermer"_qs);
+    row("a context whose own key comes before the plain source's", "Door", "Close", nullptr, u"Clore"_qs);
+    row("no context has an empty one", nullptr, "Open", nullptr, u"Sans"_qs);
+    row("untranslated in this context: not the plain text", "Till", "Close", nullptr, u"Close"_qs);
+    row("a context that nobody knows", "Elsewhere", "Open", nullptr, u"Open"_qs);
+    row("the source of a key with a context says nothing new", "Base", "50 % %1", nullptr, u"50 % %1"_qs);
+}
+
+void tst_Lookup::keysWithContexts()
+{
+    QFETCH(QByteArray, context);
+    QFETCH(QByteArray, source);
+    QFETCH(QByteArray, disambiguation);
+    DVTestHost host;
+    DVFaultServer server;
+    deliver(server,
+            DVTestHost::xliff({{u"1"_qs, u"Window\u2404Open"_qs, u"Open"_qs, u"Ouvrir"_qs},
+                               {u"2"_qs, u"Door\u2404Open"_qs, u"Open"_qs, u"Ouvert"_qs},
+                               {u"3"_qs, u"Door\u2404Open\u2404shop"_qs, u"Open"_qs, u"Ouverte"_qs},
+                               {u"4"_qs, u"Close"_qs, u"Close"_qs, u"Fermer"_qs},
+                               {u"5"_qs, u"Door\u2404Close"_qs, u"Close"_qs, u"Clore"_qs},
+                               {u"6"_qs, u"\u2404Open"_qs, u"Open"_qs, u"Sans"_qs},
+                               {u"7"_qs, u"Till\u2404Close"_qs, u"Close"_qs, u""_qs},
+                               {u"8"_qs, u"Base\u240450 % %1"_qs, u"50 % <ph id=\"1\">%1</ph>"_qs, u""_qs}}));
+    Dorvane::startWithProjectId(u"p"_qs, host.servingOptions(server));
+    const auto orNull = [](const QByteArray &text) { return text.isNull() ? nullptr : text.constData(); };
+    QTEST(QCoreApplication::translate(orNull(context), source.constData(), orNull(disambiguation)), "text");
+}
+
+// XML has no U+001B; its picture stands in the file.
+void tst_Lookup::controlCharactersInSources()
+{
+    DVTestHost host;
+    DVFaultServer server;
+    deliver(server, DVTestHost::xliff({{u"1"_qs, u"\u241B[1mHi\u241B[0m"_qs, u"s"_qs, u"Salut"_qs},
+                                       {u"2"_qs, u"\u2407"_qs, u"\u2407"_qs, u""_qs},
+                                       {u"3"_qs, u"\u2409 tab"_qs, u"s"_qs, u"image"_qs}}));
+    Dorvane::startWithProjectId(u"p"_qs, host.servingOptions(server));
+    QCOMPARE(tr_("c", "\x1b[1mHi\x1b[0m"), u"Salut"_qs);
+    QCOMPARE(tr_("c", "\a"), u"\a"_qs);
+    QCOMPARE(tr_("c", "\t tab"), u"\t tab"_qs); // XML has it: no picture is looked for
+    QCOMPARE(tr_("c", "\u2409 tab"), u"image"_qs);
+}
+
 // English sources of a delivered file: "one" differs from the key, "other" is the key.
 void tst_Lookup::baseFormsAtTheQtDoor()
 {
@@ -171,8 +232,8 @@ void tst_Lookup::baseFormsAtTheQtDoor()
                                {u"1[other]"_qs, u"%n files"_qs, u"<ph id=\"1\">%n</ph> files"_qs, u""_qs}}));
     Dorvane::startWithProjectId(u"p"_qs, host.servingOptions(server));
     QCOMPARE(tr_("c", "%n files", 1), u"1 file"_qs);
-    QVERIFY(DVLookup::translation("c", "%n files", 2).isNull());
-    QVERIFY(DVLookup::translation("c", "%n files", -1).isNull());
+    QVERIFY(DVLookup::translation("c", "%n files", nullptr, 2).isNull());
+    QVERIFY(DVLookup::translation("c", "%n files", nullptr, -1).isNull());
 }
 
 void tst_Lookup::hostTranslators_data()

@@ -143,6 +143,8 @@ class tst_StringTable : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void knowsWhetherKeysHoldPictures_data();
+    void knowsWhetherKeysHoldPictures();
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
     void behavesAsGroupsDo_data();
@@ -486,6 +488,29 @@ void tst_StringTable::fourThreads()
                 QVERIFY(seen[size_t(thread)][i].constData() == seen[0][i].constData());
         }
     }
+}
+
+void tst_StringTable::knowsWhetherKeysHoldPictures_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("holds");
+    QTest::newRow("a context's separator") << u"A\u2404b"_qs << true;
+    QTest::newRow("the first picture") << u"\u2400"_qs << true;
+    QTest::newRow("the last picture") << u"b\u241F"_qs << true;
+    QTest::newRow("the sign behind the pictures") << u"\u2420"_qs << false;
+    QTest::newRow("another sign with the same first byte") << u"a\u2026 \u2400"_qs.left(2) << false;
+    QTest::newRow("plain") << u"plain"_qs << false;
+    QTest::newRow("empty") << u""_qs << false;
+}
+
+void tst_StringTable::knowsWhetherKeysHoldPictures()
+{
+    QFETCH(QString, key);
+    DVStringTableBuilder builder(false);
+    addTo(builder, {.key = u"other"_qs, .text = u"\u2404"_qs});
+    addTo(builder, {.key = key, .text = u"x"_qs});
+    addTo(builder, {.key = u"another"_qs, .text = u"x"_qs});
+    QTEST(builder.build()->hasPictureKeys(), "holds");
 }
 
 QTEST_APPLESS_MAIN(tst_StringTable)
