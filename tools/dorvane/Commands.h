@@ -5,6 +5,7 @@
 
 int runServe(const QStringList &arguments);
 int runCheck(const QStringList &arguments);
+int runExport(const QStringList &arguments);
 int runImport(const QStringList &arguments);
 int runDoctor(const QStringList &arguments);
 int runPack(const QStringList &arguments);

@@ -113,7 +113,9 @@ QByteArray readWholeFile(const QString &path, QString *error)
 bool writeWholeFile(const QString &path, const QByteArray &content, QString *error)
 {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit())
+    // commit() alone does not see a disk that fills up when the buffer is written.
+    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush() &&
+        file.commit())
         return true;
     *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
     return false;

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLocale>
 #include <QRegularExpression>
 
 #include <map>
@@ -206,7 +207,8 @@ private:
             QStringLiteral("(?:^|[_.-])([a-z]{2,3}(?:[-_](?:[A-Z][a-z]{3}|[A-Z]{2}|[0-9]{3}))*)$"));
         if (const auto match = lproj.match(QFileInfo(path).absoluteFilePath()); match.hasMatch())
             return match.captured(1);
-        return name.match(QFileInfo(path).completeBaseName()).captured(1);
+        const QString last = name.match(QFileInfo(path).completeBaseName()).captured(1);
+        return QLocale(last).language() == QLocale::C ? QString() : last; // "my_app" is no language
     }
 
     int importInto(const QString &locale, const Batch &batch)

@@ -19,6 +19,7 @@ struct Command
 
 constexpr Command commands[] = {
     {"import", "make a project folder of an application's .ts files, or bring it up to date", runImport},
+    {"export", "write a project folder's strings as .ts, .strings or XLIFF files", runExport},
     {"serve", "run a local stand-in for the translation platform, for development", runServe},
     {"check", "find mistakes in XLIFF files before users do", runCheck},
     {"doctor", "look for what is wrong with a delivery", runDoctor},

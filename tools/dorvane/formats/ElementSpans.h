@@ -13,11 +13,8 @@ struct ElementSpan
 };
 
 // Of every element of one of these names, in the order in which they begin. The document must be well-formed
-// and without a document type declaration but an empty one.
+// and without a document type declaration.
 QList<ElementSpan> elementSpans(QByteArrayView document, const QList<QByteArrayView> &names);
-
-// The name at the start of what stands behind a tag's "<" or "</".
-QByteArrayView tagName(QByteArrayView tag);
 
 // The tag at the start of `element`, from "<" to ">".
 QByteArrayView firstTag(QByteArrayView element);

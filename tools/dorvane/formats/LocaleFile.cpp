@@ -59,6 +59,8 @@ QByteArrayList linesOfUse(const XliffUse &use)
     lines.append("  " + contextElement(contextTypeOfContext, use.context));
     if (!use.comment.isEmpty())
         lines.append("  " + contextElement(contextTypeOfComment, use.comment));
+    if (use.unfinished)
+        lines.append("  " + contextElement(contextTypeOfUnfinished, *use.unfinished));
     if (!use.sourceFile.isEmpty()) {
         lines.append("  " + contextElement(u"sourcefile", use.sourceFile));
         lines.append("  " + contextElement(u"linenumber", use.sourceLine));

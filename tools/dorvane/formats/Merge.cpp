@@ -3,6 +3,8 @@
 #include "NumerusForms.h"
 #include "XmlCharacters.h"
 
+#include <algorithm>
+
 namespace {
 
 // Beyond, a tag would be longer than applications read.
@@ -131,36 +133,44 @@ private:
 
     LocaleString stringOf(const KeyedMessages &keyed)
     {
-        const Message *served = nullptr;
-        const Message *suggested = nullptr;
+        const auto firstIn = [&keyed](Message::State state) -> const Message * {
+            const auto found =
+                std::find_if(keyed.messages.cbegin(), keyed.messages.cend(), [state](const Message *message) {
+                    return message->state == state && !message->forms.isEmpty();
+                });
+            return found == keyed.messages.cend() ? nullptr : *found;
+        };
+        const Message &first = *keyed.messages.constFirst();
+        const Message *served = firstIn(Message::Finished);
         LocaleString string;
         string.key = keyed.key;
+        string.source = withControlPictures(first.source.isEmpty() ? keyed.key : first.source);
         bool isPlural = false;
         for (const Message *message : keyed.messages) {
             isPlural = isPlural || message->plural;
-            if (!served && message->state == Message::Finished && !message->forms.isEmpty())
-                served = message;
-            if (!suggested && message->state == Message::Unfinished && !message->forms.isEmpty())
-                suggested = message;
-            addUse(string, *message);
+            addUse(string, *message, served);
             addNotes(string, *message);
         }
-        const Message &first = *keyed.messages.constFirst();
-        string.source = withControlPictures(first.source.isEmpty() ? keyed.key : first.source);
         setForms(string, isPlural, served, first);
-        if (suggested)
+        if (const Message *suggested = firstIn(Message::Unfinished))
             string.suggestions = writableForms(*suggested);
         return string;
     }
 
-    void addUse(LocaleString &string, const Message &message) const
+    void addUse(LocaleString &string, const Message &message, bool isServed) const
     {
         if (message.context.isEmpty() && message.comment.isEmpty() && message.sourceFile.isEmpty())
             return;
-        XliffUse use{withControlPictures(message.context), withControlPictures(message.comment), {}, {}};
+        XliffUse use;
+        use.context = withControlPictures(message.context);
+        use.comment = withControlPictures(message.comment);
         if (m_options.locations && !message.sourceFile.isEmpty()) {
             use.sourceFile = message.sourceFile;
             use.sourceLine = QString::number(message.sourceLine);
+        }
+        if (isServed && message.state == Message::Unfinished) {
+            const QString texts = message.texts.join(QChar(keySeparator));
+            use.unfinished = hasControlCharacters(texts) || !isXmlText(texts) ? QString() : texts;
         }
         if (isXmlText(use.context) && isXmlText(use.comment) && !string.uses.contains(use))
             string.uses.append(use);

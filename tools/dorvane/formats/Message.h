@@ -38,6 +38,7 @@ struct Message
     // Of a plural message by CLDR's category ("one", "other"), else under the empty name. Forms without
     // a text are left out.
     QMap<QString, QString> forms;
+    QStringList texts; // of a .ts file: the same as they stand there, empty ones included
     QString developerNote;
     QString translatorNote;
     QString sourceFile; // location, where it was asked for

@@ -106,6 +106,7 @@ private:
         const FilePosition begin = position();
         QStringList numerusForms;
         const QString text = readText(&numerusForms);
+        message.texts = message.plural ? numerusForms : QStringList(text);
         if (message.plural)
             setForms(message, numerusForms, begin);
         else if (!text.isEmpty())

@@ -152,6 +152,8 @@ private:
                 use.context = text;
             else if (type == contextTypeOfComment || type.endsWith(u"-msgctxt"))
                 use.comment = text;
+            else if (type == contextTypeOfUnfinished)
+                use.unfinished = text;
             else if (type == u"sourcefile")
                 use.sourceFile = text;
             else if (type == u"linenumber")
@@ -182,6 +184,6 @@ std::optional<XliffDocument> readXliff(const QByteArray &document, FormatError *
 
 QString bracketSuffix(const QString &id)
 {
-    const qsizetype open = id.lastIndexOf(u'[');
-    return open >= 0 && id.endsWith(u']') ? id.sliced(open + 1, id.size() - open - 2) : QString();
+    // As applications read it: what stands behind a second "[" does not count.
+    return id.endsWith(u']') ? id.section(u'[', 1, 1).chopped(1) : QString();
 }

@@ -21,6 +21,9 @@ struct XliffUse
     QString comment;
     QString sourceFile;
     QString sourceLine;
+    // Its translation was not finished here when another use of the same key had one; the texts that there
+    // were, between U+2404.
+    std::optional<QString> unfinished;
     friend bool operator==(const XliffUse &, const XliffUse &) = default;
 };
 
@@ -59,3 +62,4 @@ QString bracketSuffix(const QString &id);
 // Names of what stands in a <context> of ours.
 inline constexpr char16_t contextTypeOfContext[] = u"x-qt-context";
 inline constexpr char16_t contextTypeOfComment[] = u"x-qt-comment";
+inline constexpr char16_t contextTypeOfUnfinished[] = u"x-qt-unfinished";

@@ -1,0 +1,515 @@
+// dorvane import and export between Qt's own tools: what goes around comes back the same.
+#include "ToolProcess.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTranslator>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// What a small application asks for.
+struct Asked
+{
+    QByteArray context;
+    QByteArray source;
+    QByteArray comment;
+    bool counts = false;
+};
+
+const QList<Asked> &questions()
+{
+    static const QList<Asked> list{
+        {"Window", "Open", "", false},
+        {"Door", "Open", "", false},
+        {"Door", "Open", "shop", false},
+        {"Window", "&File", "", false},
+        {"Menu", "&File", "", false},
+        {"Window", "50% of %1 & <b>%L2</b> \"quoted\" 'single'", "", false},
+        {"Window", "Line\nfeed\ttab\\n", "", false},
+        {"Window", "  spaces  ", "", false},
+        {"Window", "\x1b[1mbold\x1b[0m \x01", "", false},
+        {"Window", "carriage\r\nreturn", "", false},
+        {"Window", "\xF0\x9F\x8C\xBB \xC3\xA9t\xC3\xA9 \xC2\xA0 \xE2\x80\x8F", "", false},
+        {"Window", "%s costs %.2f", "", false},
+        {"Window", "%n file(s)", "", true},
+        {"Door", "%n file(s)", "", true},
+        {"Door", "%Ln day(s) of %1", "", true},
+        {"Window", "a ]]> <![CDATA[ &amp; -->", "", false},
+        {"Fancy::Name<T>", "Deep", "a comment\nof two lines", false},
+        {"", "No context", "", false},
+        {"Window", QByteArray("Long ") + QByteArray(3000, 'x'), "", false},
+    };
+    return list;
+}
+
+QByteArray cppLiteral(const QByteArray &text)
+{
+    QByteArray result = "\"";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || c == '"' || c == '\\' || byte == 0x7F)
+            result += '\\' + QByteArray::number(byte, 8).rightJustified(3, '0');
+        else
+            result += c;
+    }
+    return result + '"';
+}
+
+QByteArray applicationSource()
+{
+    QByteArray source = "#include <QCoreApplication>\nvoid ask(int n) {\n";
+    for (const Asked &asked : questions()) {
+        source += "    QCoreApplication::translate(" + cppLiteral(asked.context) + ", " +
+                  cppLiteral(asked.source) + ", " + cppLiteral(asked.comment) + (asked.counts ? ", n" : "") +
+                  ");\n";
+    }
+    return source + "}\n";
+}
+
+ToolRun qtTool(const char *name, const QStringList &arguments)
+{
+    return ToolRun::program(QStringLiteral(QT_TOOLS_DIR "/") + QString::fromLatin1(name), arguments);
+}
+
+// Every empty translation filled with a text of its own, as a translator would; some left unfinished.
+QByteArray translated(const QByteArray &ts)
+{
+    QByteArray result;
+    int number = 0;
+    static const QByteArray empty = "<translation type=\"unfinished\"></translation>";
+    static const QByteArray forms = "<translation type=\"unfinished\">\n";
+    static const QByteArray form = "<numerusform></numerusform>";
+    for (QByteArray line : ts.split('\n')) {
+        line += '\n';
+        const QByteArray text = "T" + QByteArray::number(++number) + " %1 &amp;x &quot; 100%";
+        if (line.contains(empty) && number % 9 == 0)
+            line.replace(empty,
+                         QByteArray("<translation type=\"unfinished\">guess " + text + "</translation>"));
+        else if (line.contains(empty) && number % 13 != 0)
+            line.replace(empty, QByteArray("<translation>" + text + "</translation>"));
+        line.replace(forms, "<translation>\n");
+        line.replace(form, QByteArray("<numerusform>%n " + text + "</numerusform>"));
+        result += line;
+    }
+    return result.chopped(1);
+}
+
+QStringList answers(const QTranslator &translator)
+{
+    QStringList result;
+    for (const Asked &asked : questions()) {
+        for (int n = asked.counts ? 0 : -1; n < (asked.counts ? 201 : 0); ++n)
+            result.append(QString::fromUtf8(asked.source) + u'|' + QString::number(n) + u'|' +
+                          translator.translate(asked.context.constData(), asked.source.constData(),
+                                               asked.comment.constData(), n));
+    }
+    return result;
+}
+
+} // namespace
+
+class tst_Import : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression(u".*"_qs));
+        m_folder = std::make_unique<QTemporaryDir>();
+    }
+
+    void roundTrip_data();
+    void roundTrip();
+    void makesAProject();
+    void laterImports();
+    void keepsWhatSomebodyWrote();
+    void reportsConflicts();
+    void stringsFiles();
+    void refuses_data();
+    void refuses();
+    void readsTheLocaleFrom_data();
+    void readsTheLocaleFrom();
+    void hundredThousandMessages();
+    void killedWhileWriting_data();
+    void killedWhileWriting();
+
+private:
+    QString path(const QString &name) const { return m_folder->filePath(name); }
+    QString project() const { return path(u"garden"_qs); }
+    QString write(const QString &name, const QByteArray &content) const
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QFile file(path(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write the test's own file");
+        return file.fileName();
+    }
+    QByteArray content(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    // Messages of one context, each "source" and "translation element".
+    static QByteArray ts(const QByteArray &messages, const QByteArray &language = "fr")
+    {
+        return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n<TS version=\"2.1\" language=\"" +
+               language + "\">\n<context>\n    <name>A</name>\n" + messages + "</context>\n</TS>\n";
+    }
+    static QByteArray message(const QByteArray &source, const QByteArray &translation)
+    {
+        return "    <message>\n        <source>" + source + "</source>\n        " + translation +
+               "\n    </message>\n";
+    }
+    ToolRun import(const QStringList &files, const QStringList &options = {}) const
+    {
+        return ToolRun::tool(QStringList{u"import"_qs} + files + QStringList{u"--into"_qs, project()} +
+                             options);
+    }
+    ToolRun exportTo(const QString &file, const QStringList &options = {}) const
+    {
+        return ToolRun::tool(QStringList{u"export"_qs, project(), u"--to"_qs, path(file)} + options);
+    }
+    void compile(const QString &tsName, QTranslator *translator) const
+    {
+        const QString compiled = path(tsName + u".qm"_qs);
+        const ToolRun released = qtTool("lrelease", {u"-silent"_qs, path(tsName), u"-qm"_qs, compiled});
+        QVERIFY2(released.status == 0, released.errors.constData());
+        QVERIFY(translator->load(compiled));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void tst_Import::roundTrip_data()
+{
+    QTest::addColumn<QString>("language");
+    for (const char *language : {"fr", "pl", "ar", "ja", "lv", "cy", "he", "ru", "ga", "pt_BR", "mk"})
+        QTest::newRow(language) << QString::fromLatin1(language);
+}
+
+void tst_Import::roundTrip()
+{
+    QFETCH(QString, language);
+    write(u"app/main.cpp"_qs, applicationSource());
+    const ToolRun updated = qtTool("lupdate", {u"-silent"_qs, path(u"app"_qs), u"-ts"_qs,
+                                               path(u"empty.ts"_qs), u"-target-language"_qs, language});
+    QVERIFY2(updated.status == 0, updated.errors.constData());
+    const QByteArray original = translated(content(u"empty.ts"_qs));
+    QVERIFY(original.contains("<translation>T"));
+    write(u"app.ts"_qs, original);
+    QTranslator before;
+    compile(u"app.ts"_qs, &before);
+    const QStringList expected = answers(before);
+
+    const ToolRun imported = import({path(u"app.ts"_qs)});
+    QVERIFY2(imported.status == 0, imported.errors.constData());
+
+    // Into the file that it came from: nothing changes.
+    ToolRun exported = exportTo(u"same.ts"_qs, {u"--template"_qs, path(u"app.ts"_qs)});
+    QVERIFY2(exported.status == 0, exported.errors.constData());
+    QCOMPARE(content(u"same.ts"_qs), original);
+
+    // Into a fresh file of lupdate's, and into one of our own making.
+    exported = exportTo(u"merged.ts"_qs, {u"--template"_qs, path(u"empty.ts"_qs)});
+    QVERIFY2(exported.status == 0, exported.errors.constData());
+    exported = exportTo(u"own.ts"_qs);
+    QVERIFY2(exported.status == 0, exported.errors.constData());
+    for (const QString &name : {u"merged.ts"_qs, u"own.ts"_qs}) {
+        const ToolRun converted = qtTool("lconvert", {path(name), u"-o"_qs, path(u"converted.ts"_qs)});
+        QVERIFY2(converted.status == 0, converted.errors.constData());
+        QTranslator after;
+        compile(name, &after);
+        const QStringList found = answers(after);
+        for (qsizetype i = 0; i < expected.size(); ++i)
+            QCOMPARE(found[i], expected[i]);
+    }
+    QCOMPARE(content(u"merged.ts"_qs), original);
+}
+
+void tst_Import::makesAProject()
+{
+    write(u"app_fr.ts"_qs, ts(message("Hello %1", "<translation>Bonjour %1</translation>")));
+    const ToolRun run = import({path(u"app_fr.ts"_qs)});
+    QCOMPARE(run.status, 0);
+    QVERIFY(run.output.contains("1 new, 0 changed, 0 unchanged"));
+    QVERIFY(run.output.contains(QByteArray("\nNext:\n  dorvane check " + project().toUtf8())));
+    const QJsonObject made = QJsonDocument::fromJson(content(u"garden/project.json"_qs)).object();
+    QCOMPARE(made[u"projectId"].toString(), u"garden"_qs);
+    QCOMPARE(made[u"sourceLocale"].toString(), u"en"_qs);
+    QCOMPARE(made[u"targetLocales"].toArray(), QJsonArray{u"fr"_qs});
+    QCOMPARE(QByteArray::fromBase64(made[u"deliveryKey"].toString().toLatin1()).size(), 32);
+    QVERIFY(content(u"garden/fr.xlf"_qs).contains("<target>Bonjour <ph id=\"1\">%1</ph></target>"));
+    QCOMPARE(ToolRun::tool({u"check"_qs, project()}).status, 0);
+
+    // A project that somebody wrote: only the locale is added, and nothing twice.
+    const QByteArray own =
+        "{ \"projectId\": \"x\", \"mine\": [1,2],\n  \"deliveryKey\": \"MDEyMzQ1Njc4OWFiY2RlZg==\","
+        "\n  \"targetLocales\": [\"de\"] }\n";
+    write(u"garden/project.json"_qs, own);
+    QCOMPARE(import({path(u"app_fr.ts"_qs)}).status, 0);
+    QCOMPARE(content(u"garden/project.json"_qs), QByteArray(own).replace("[\"de\"]", "[\"de\", \"fr\"]"));
+    QCOMPARE(import({path(u"app_fr.ts"_qs)}).status, 0);
+    QCOMPARE(content(u"garden/project.json"_qs), QByteArray(own).replace("[\"de\"]", "[\"de\", \"fr\"]"));
+}
+
+void tst_Import::laterImports()
+{
+    const auto imported = [this](const QByteArray &messages) {
+        write(u"app_fr.ts"_qs, ts(messages));
+        return import({path(u"app_fr.ts"_qs)}).output;
+    };
+    imported(message("same", "<translation>pareil</translation>") +
+             message("edited", "<translation>avant</translation>") +
+             message("gone", "<translation>parti</translation>") +
+             message("reopened", "<translation>fini</translation>"));
+    const QByteArray before = content(u"garden/fr.xlf"_qs);
+    const QByteArray output =
+        imported(message("same", "<translation>pareil</translation>") +
+                 message("edited", "<translation>après</translation>") +
+                 message("reopened", "<translation type=\"unfinished\">à revoir</translation>") +
+                 message("new", "<translation type=\"unfinished\"></translation>") +
+                 message("old", "<translation type=\"vanished\">vieux</translation>"));
+    QVERIFY2(output.contains("1 new, 1 changed, 2 unchanged, 1 not in these files any more (kept); "
+                             "2 unfinished (not served); 1 vanished or obsolete (skipped)"),
+             output.constData());
+    const QByteArray after = content(u"garden/fr.xlf"_qs);
+    QVERIFY(after.contains("<target>après</target>"));
+    QVERIFY2(after.contains("<target>fini</target>"), "a translation is not lost to an unfinished one");
+    QVERIFY(after.contains("<target>parti</target>"));
+    QVERIFY(!after.contains("vieux"));
+    // Nothing moved: the old file is the new one without what was added, but for the edited text.
+    const qsizetype added = after.indexOf("      <trans-unit id=\"new-");
+    QVERIFY(added > 0);
+    QCOMPARE(after.first(added),
+             QByteArray(before.first(before.indexOf("    </body>"))).replace("avant", "après"));
+}
+
+// Other tools' attributes and elements, notes and indentation in units that do not change.
+void tst_Import::keepsWhatSomebodyWrote()
+{
+    write(u"app_fr.ts"_qs, ts(message("a", "<translation>un</translation>") +
+                              message("b", "<translation>deux</translation>")));
+    const QByteArray own =
+        "<?xml version=\"1.0\"?>\n<xliff version=\"1.2\"><file original='x' x:y=\"z\" "
+        "xmlns:x=\"urn:x\"><body><!-- <trans-unit> -->\n"
+        "\t<trans-unit id='1' resname='a' approved='yes'>\n\t\t<source>a</source><target "
+        "state='final'>un</target>\n\t\t<note>mine</note><context-group>"
+        "<context context-type='x-qt-context'>A</context></context-group>\n\t</trans-unit>\n"
+        "\t<trans-unit id='2' resname='b' approved='no'><source>b</source><target>zwei"
+        "</target><note>theirs</note></trans-unit>\n"
+        "</body></file></xliff>\n";
+    write(u"garden/fr.xlf"_qs, own);
+    const ToolRun run = import({path(u"app_fr.ts"_qs)});
+    QVERIFY2(run.output.contains("0 new, 1 changed, 1 unchanged"), run.output.constData());
+    const QByteArray changed = own.left(own.indexOf("\t<trans-unit id='2'")) +
+                               "\t<trans-unit id='2' resname='b' approved='no'>\n"
+                               "\t  <source>b</source>\n\t  <target>deux</target>\n"
+                               "\t  <context-group purpose=\"information\">\n"
+                               "\t    <context context-type=\"x-qt-context\">A</context>\n"
+                               "\t  </context-group>\n\t  <note>theirs</note>\n\t</trans-unit>\n"
+                               "</body></file></xliff>\n";
+    QCOMPARE(content(u"garden/fr.xlf"_qs), changed);
+}
+
+void tst_Import::reportsConflicts()
+{
+    const QByteArray second = "</context>\n<context>\n    <name>B</name>\n";
+    write(u"app_fr.ts"_qs, ts(message("Open", "<translation>Ouvrir</translation>") + second +
+                              message("Open", "<translation>Ouvert</translation>")));
+    ToolRun run = import({path(u"app_fr.ts"_qs)});
+    QCOMPARE(run.status, 0);
+    const QByteArray report = path(u"app_fr.ts"_qs).toUtf8() +
+                              ":6:13: warning: \"Open\" has 2 different translations:\n"
+                              "    A: \"Ouvrir\", line 6\n    B: \"Ouvert\", line 13\n  Each is kept";
+    QVERIFY2(run.errors.contains(report), run.errors.constData());
+    QVERIFY(content(u"garden/fr.xlf"_qs).contains("resname=\"A\u2404Open\""));
+    QVERIFY(content(u"garden/fr.xlf"_qs).contains("resname=\"B\u2404Open\""));
+    QVERIFY(!content(u"garden/fr.xlf"_qs).contains("resname=\"Open\""));
+
+    run = import({path(u"app_fr.ts"_qs)}, {u"--contexts"_qs, u"never"_qs});
+    QVERIFY2(run.errors.contains("The first one is used everywhere"), run.errors.constData());
+    const QByteArray plain = content(u"garden/fr.xlf"_qs);
+    QVERIFY(plain.sliced(plain.indexOf("resname=\"Open\"")).contains("<target>Ouvrir</target>"));
+}
+
+void tst_Import::stringsFiles()
+{
+    write(u"en.lproj/Localizable.strings"_qs, "\"count\" = \"%d of %@ (50%)\"; \"quit\" = \"Quit\";");
+    write(u"fr.lproj/Localizable.strings"_qs,
+          "/* x */ \"count\" = \"%1$d de %2$@\"; \"quit\" = \"Quitter \\\"\";");
+    const ToolRun run =
+        import({path(u"en.lproj/Localizable.strings"_qs), path(u"fr.lproj/Localizable.strings"_qs)});
+    QVERIFY2(run.status == 0, run.errors.constData());
+    const QByteArray french = content(u"garden/fr.xlf"_qs);
+    QVERIFY(french.contains("<source><ph id=\"1\">%d</ph> of <ph id=\"2\">%@</ph> (50%)</source>"));
+    QVERIFY(french.contains("<target><ph id=\"1\">%1$d</ph> de <ph id=\"2\">%2$@</ph></target>"));
+    QVERIFY(french.contains("<source>Quit</source>"));
+    QCOMPARE(exportTo(u"out/"_qs, {u"--format"_qs, u"strings"_qs}).status, 0);
+    QCOMPARE(content(u"out/fr.lproj/Localizable.strings"_qs),
+             QByteArray("\"count\" = \"%1$d de %2$@\";\n\n\"quit\" = \"Quitter \\\"\";\n\n"));
+    QCOMPARE(exportTo(u"out/"_qs, {u"--format"_qs, u"xliff"_qs}).status, 0);
+    QCOMPARE(content(u"out/garden_fr.xliff"_qs), french);
+}
+
+void tst_Import::refuses_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QByteArray>("says"); // after the file's path
+    const auto row = [](const char *title, const char *name, const QByteArray &document, const char *says) {
+        QTest::newRow(title) << QString::fromLatin1(name) << document << QByteArray(says);
+    };
+    row("an end that is missing", "a_fr.ts", ts(message("a", "<translation>b")), ":9:15: ");
+    row("a document type declaration with entities", "a_fr.ts",
+        "<!DOCTYPE TS [<!ENTITY a \"b\">]>\n<TS language=\"fr\"/>", ":1:1: ");
+    row("another document type", "a_fr.ts", "<!DOCTYPE html>\n<TS language=\"fr\"/>", ":1:1: ");
+    row("one with an address", "a_fr.ts",
+        "<!DOCTYPE TS SYSTEM \"file:///etc/passwd\">\n<TS language=\"fr\"/>", ":1:1: ");
+    row("another root element", "a_fr.ts", "<html/>", "this is no .ts file");
+    row("a character that is none", "a_fr.ts", ts(message("<byte value=\"xzz\"/>", "")),
+        "<byte value=\"xzz\"/> is no character");
+    row("no language anywhere", "app.ts", "<TS><context/></TS>", "does not say which language it is in");
+    row("nothing", "a_fr.ts", "", ":1:1: ");
+    row("not UTF-8", "a_fr.ts", ts(message("\xFF", "")), ":7:");
+    row("no strings file", "fr.strings", "\"a\" = ", "this is no strings file");
+    row("XLIFF 2", "fr.xlf", "<xliff version=\"2.0\"/>", "save or export it as XLIFF 1.2");
+    row("another kind of file", "fr.po", "msgid", "files that end in .ts, .strings, .xlf or .xliff");
+    row("65 levels of tags too many", "a_fr.ts",
+        "<TS language=\"fr\">" + QByteArray("<x>").repeated(400) + QByteArray("</x>").repeated(400) + "</TS>",
+        ":1:");
+}
+
+void tst_Import::refuses()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, document);
+    QFETCH(QByteArray, says);
+    write(name, document);
+    const ToolRun run = import({path(name)});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.errors.contains(path(name).toUtf8()), run.errors.constData());
+    QVERIFY2(run.errors.contains(says), run.errors.constData());
+    QVERIFY2(!QFileInfo::exists(project()), "nothing is made of a file that cannot be read");
+}
+
+void tst_Import::readsTheLocaleFrom_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("file");
+    const QByteArray silent =
+        "<TS><context><name>A</name><message><source>a</source></message></context></TS>";
+    QTest::newRow("what the file says")
+        << u"app_de.ts"_qs << ts(message("a", ""), "fr_CA") << QStringList() << u"fr-CA.xlf"_qs;
+    QTest::newRow("the option before all") << u"app_de.ts"_qs << ts(message("a", ""))
+                                           << QStringList{u"--locale"_qs, u"pt_BR"_qs} << u"pt-BR.xlf"_qs;
+    QTest::newRow("the name") << u"my.app_zh_TW.ts"_qs << silent << QStringList() << u"zh-TW.xlf"_qs;
+    QTest::newRow("a name that is the language") << u"pl.ts"_qs << silent << QStringList() << u"pl.xlf"_qs;
+    QTest::newRow("the folder of a strings file")
+        << u"pt_PT.lproj/Localizable.strings"_qs << QByteArray("\"a\" = \"b\";") << QStringList()
+        << u"pt-PT.xlf"_qs;
+    QTest::newRow("an XLIFF document")
+        << u"x.xliff"_qs
+        << QByteArray("<xliff><file target-language=\"nl\"><body><trans-unit id=\"1\">"
+                      "<source>a</source></trans-unit></body></file></xliff>")
+        << QStringList() << u"nl.xlf"_qs;
+}
+
+void tst_Import::readsTheLocaleFrom()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, document);
+    QFETCH(QStringList, options);
+    QFETCH(QString, file);
+    write(name, document);
+    const ToolRun run = import({path(name)}, options);
+    QVERIFY2(run.status == 0, run.errors.constData());
+    QVERIFY2(QFileInfo::exists(path(u"garden/"_qs + file)), run.output.constData());
+}
+
+// Time is printed, not judged but for growing with the square: four times the messages may take at most
+// ten times as long.
+void tst_Import::hundredThousandMessages()
+{
+    const auto importOf = [this](int count) {
+        QByteArray messages;
+        for (int i = 0; i < count; ++i) {
+            // Half of them share their source with other contexts.
+            const QByteArray number = QByteArray::number(i);
+            messages += message("Message " + (i % 2 == 0 ? number : "x"),
+                                "<translation>Traduction " + number + "</translation>");
+            if (i % 2 == 0)
+                messages += "</context><context><name>C" + number + "</name>";
+        }
+        write(u"big_fr.ts"_qs, ts(messages));
+        QDir(project()).removeRecursively();
+        QElapsedTimer timer;
+        timer.start();
+        const ToolRun run = import({path(u"big_fr.ts"_qs)});
+        const qint64 fresh = timer.restart();
+        const ToolRun again = import({path(u"big_fr.ts"_qs)});
+        qInfo("%d messages: %lld ms, again %lld ms", count, static_cast<long long>(fresh),
+              static_cast<long long>(timer.elapsed()));
+        return run.status == 0 && again.output.contains("0 new, 0 changed") ? std::max<qint64>(fresh, 1) : -1;
+    };
+    const qint64 quarter = importOf(25'000);
+    const qint64 whole = importOf(100'000);
+    QVERIFY(quarter > 0 && whole > 0);
+    QVERIFY2(whole < 10 * quarter, qPrintable(u"%1 ms, %2 ms"_qs.arg(quarter).arg(whole)));
+}
+
+void tst_Import::killedWhileWriting_data()
+{
+    QTest::addColumn<QString>("calls");
+    QTest::addColumn<QString>("fault");
+    for (const char *calls : {"write,pwrite64", "rename,renameat,renameat2", "link,linkat,unlink,unlinkat",
+                              "fsync,fdatasync", "ftruncate,chmod,fchmod"}) {
+        QTest::addRow("killed at each %s", calls) << QString::fromLatin1(calls) << u"signal=SIGKILL"_qs;
+        QTest::addRow("a full disk at each %s", calls) << QString::fromLatin1(calls) << u"error=ENOSPC"_qs;
+    }
+}
+
+// The old file or the new one, never a half, at whichever call it happens; and the next import works.
+void tst_Import::killedWhileWriting()
+{
+    QFETCH(QString, calls);
+    QFETCH(QString, fault);
+    if (ToolRun::program(u"strace"_qs, {u"-o"_qs, u"/dev/null"_qs, u"true"_qs}).status != 0)
+        QSKIP("strace may not trace here");
+    write(u"app_fr.ts"_qs, ts(message("a", "<translation>avant</translation>")));
+    QCOMPARE(import({path(u"app_fr.ts"_qs)}).status, 0);
+    const QByteArray before = content(u"garden/fr.xlf"_qs);
+    const QByteArray after = QByteArray(before).replace("avant", "après");
+    write(u"app_fr.ts"_qs, ts(message("a", "<translation>après</translation>")));
+    constexpr int mostCalls = 50;
+    int nth = 1;
+    for (; nth < mostCalls; ++nth) {
+        write(u"garden/fr.xlf"_qs, before);
+        const ToolRun run = ToolRun::program(
+            u"strace"_qs,
+            {u"-f"_qs, u"-qq"_qs, u"-o"_qs, path(u"trace"_qs), u"-e"_qs,
+             QString(u"inject="_qs + calls + u':' + fault + u":when="_qs + QString::number(nth)),
+             QStringLiteral(DORVANE_TOOL), u"import"_qs, path(u"app_fr.ts"_qs), u"--into"_qs, project()});
+        const QByteArray found = content(u"garden/fr.xlf"_qs);
+        QVERIFY2(found == before || found == after, found.constData());
+        if (run.status == 0 && !content(u"trace"_qs).contains("INJECTED"))
+            break; // there is no call of that number
+    }
+    QVERIFY(nth < mostCalls);
+    QCOMPARE(import({path(u"app_fr.ts"_qs)}).status, 0);
+    QCOMPARE(content(u"garden/fr.xlf"_qs), after);
+}
+
+QTEST_GUILESS_MAIN(tst_Import)
+#include "tst_import.moc"
