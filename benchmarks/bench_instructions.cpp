@@ -104,10 +104,11 @@ bool countLookups(const std::vector<SampleString> &strings)
         absent.push_back(string.key + ".absent");
     }
     const bool hits = count("hit", lookups, [&](size_t i) {
-        return DVLookup::translation(context, strings[i].key.c_str(), -1).size() == expected[i].size();
+        return DVLookup::translation(context, strings[i].key.c_str(), nullptr, -1).size() ==
+               expected[i].size();
     });
     const bool misses = count("miss", lookups, [&](size_t i) {
-        return DVLookup::translation(context, absent[i].c_str(), -1).isNull();
+        return DVLookup::translation(context, absent[i].c_str(), nullptr, -1).isNull();
     });
     return hits && misses;
 }
@@ -120,7 +121,7 @@ bool countPlurals(const std::vector<SampleString> &strings)
                            qsizetype(std::strlen(polish[i % polish.size()].second)));
     return count("plural", lookups, [&](size_t i) {
         const int n = polish[i % polish.size()].first;
-        return DVLookup::translation(context, strings[i].key.c_str(), n).size() == expected[i];
+        return DVLookup::translation(context, strings[i].key.c_str(), nullptr, n).size() == expected[i];
     });
 }
 
