@@ -13,24 +13,31 @@
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 
-// One at a time: folders and the library are the process's. Nothing is fetched, since nothing has expired.
+// One at a time: folders and the library are the process's. Nothing is fetched, unless it has expired.
 class OnDeviceStrings
 {
 public:
-    explicit OnDeviceStrings(const QByteArray &xliff)
+    explicit OnDeviceStrings(const QByteArray &xliff, int freshDays = 365)
     {
-        QLoggingCategory::setFilterRules(QStringLiteral("dorvane=false"));
-        QCoreApplication::setApplicationVersion(QStringLiteral("1.0"));
-        DVFolders::setDocuments(m_folder.path());
-        DVUserDefaults::standard().reload();
+        use(m_folder.path());
         const auto store = DVLocaleStrings::localeStringsForLocale(DVLocale(QStringLiteral("fr")));
         if (const auto error = DVPrivateFile::write(store->publishedFilePath(), xliff))
             qFatal("%s", qPrintable(error->description));
-        store->setExpirationDate(QDateTime::currentDateTimeUtc().addYears(1));
+        store->setExpirationDate(QDateTime::currentDateTimeUtc().addDays(freshDays));
     }
     ~OnDeviceStrings() { takeOut(); }
     Q_DISABLE_COPY_MOVE(OnDeviceStrings)
 
+    QString path() const { return m_folder.path(); }
+
+    // The strings that an object in another process put into this folder.
+    static void use(const QString &folder)
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("dorvane=false"));
+        QCoreApplication::setApplicationVersion(QStringLiteral("1.0"));
+        DVFolders::setDocuments(folder);
+        DVUserDefaults::standard().reload();
+    }
     // As at the application's end: no translator of the library is left, no strings are held.
     static void takeOut()
     {
@@ -39,18 +46,19 @@ public:
     }
     // As at the application's beginning.
     static void putIn() { DVMainController::sharedInstance().applicationBegins(); }
+    static constexpr QLatin1StringView key{"AAAAAAAAAAAAAAAAAAAAAA=="};
     // The call that an application makes.
-    static void start()
+    static void start(bool analytics = false, const QString &server = QStringLiteral("http://127.0.0.1:9"))
     {
         Dorvane::startWithProjectId(
             QStringLiteral("bench"),
             {{QStringLiteral("mode"), QStringLiteral("DVOTAServing")},
-             {QStringLiteral("otaKey"), QStringLiteral("AAAAAAAAAAAAAAAAAAAAAA==")},
+             {QStringLiteral("otaKey"), QString(key)},
              {QStringLiteral("forceLocale"), QStringLiteral("fr")},
-             {QStringLiteral("analytics"), false},
+             {QStringLiteral("analytics"), analytics},
              {QStringLiteral("logging"), QStringLiteral("off")},
              {QStringLiteral("servers"),
-              QVariantMap{{QStringLiteral("deliveryCdn"), QStringLiteral("http://127.0.0.1:9")}}}});
+              QVariantMap{{QStringLiteral("deliveryCdn"), server}, {QStringLiteral("api"), server}}}});
     }
 
 private:

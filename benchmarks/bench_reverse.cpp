@@ -24,14 +24,18 @@ struct Displayed
         table = SampleStore::markedTable(strings);
         for (const SampleString &string : strings)
             texts.push_back(dv_stringWithCues(QString::fromStdString(string.target)));
-        for (size_t i = 0; i < strings.size(); ++i)
-            keys.insert(texts[i], QString::fromStdString(strings[i].key));
+        for (size_t i = 0; i < strings.size(); ++i) {
+            const QString key = QString::fromStdString(strings[i].key);
+            keys.insert(texts[i], key);
+            lowerCaseKeys.insert(texts[i].toLower(), key);
+        }
         std::shuffle(texts.begin(), texts.end(), std::mt19937(3)); // NOLINT: the same order in every run
     }
 
     DVStringTablePtr table;
     std::vector<QString> texts;
     QHash<QString, QString> keys;
+    QHash<QString, QString> lowerCaseKeys; // letters are compared without case, as the library does
 };
 
 QString keyByLibrary(const QString &text)
@@ -57,9 +61,13 @@ Measure::Contestant contestant(const char *name, const std::vector<QString> &tex
 std::vector<Measure::Result> contest(Measure::Report &report, const Displayed &displayed,
                                      const std::vector<QString> &texts)
 {
-    return report.run({contestant("Dorvane, displayed text to record", texts, keyByLibrary),
-                       contestant("QHash of the displayed texts", texts,
-                                  [&displayed](const QString &text) { return displayed.keys.value(text); })});
+    return report.run(
+        {contestant("Dorvane, displayed text to record", texts, keyByLibrary),
+         contestant("QHash of the displayed texts", texts,
+                    [&displayed](const QString &text) { return displayed.keys.value(text); }),
+         contestant("QHash of the texts in lower case", texts, [&displayed](const QString &text) {
+             return displayed.lowerCaseKeys.value(text.toLower());
+         })});
 }
 
 // Returns the median of a lookup among few texts.
@@ -79,10 +87,12 @@ double measure(Measure::Report &report, int size)
     const auto results = contest(report, displayed, hot);
     report.row("the first lookup, which builds the index, once", index / 1e6, "ms");
     report.goalRatio("at most 10 hash lookups", results[0], results[1], 10);
+    report.goalRatio("at most 10 hash lookups that ignore case too", results[0], results[2], 10);
 
     report.section(of + "every text once, in random order", Measure::NanosecondsEach);
     const auto random = contest(report, displayed, displayed.texts);
     report.goalRatio("at most 10 hash lookups", random[0], random[1], 10);
+    report.goalRatio("at most 10 hash lookups that ignore case too", random[0], random[2], 10);
     return results[0].median;
 }
 
