@@ -20,7 +20,7 @@ struct ToolRun
         process.start(program, arguments);
         process.write(input);
         process.closeWriteChannel();
-        const bool ended = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+        const bool ended = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit;
         return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
                 process.readAllStandardError()};
     }
