@@ -43,6 +43,7 @@ struct Child
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         std::vector<char *> arguments;
+        arguments.reserve(command.size() + 1);
         for (const std::string &argument : command)
             arguments.push_back(const_cast<char *>(argument.c_str()));
         arguments.push_back(nullptr);

@@ -152,6 +152,28 @@ void lookUp(const std::vector<SampleString> &strings, int lookups)
         Measure::keep(QCoreApplication::translate(PeerFiles::context, strings[size_t(i)].key.c_str()));
 }
 
+// The peer: the same strings in a .qm file.
+class PackagedQm
+{
+public:
+    explicit PackagedQm(const std::vector<SampleString> &strings)
+        : m_path(PeerFiles::qm(strings, m_folder.path()))
+    {}
+    void load()
+    {
+        m_translator = std::make_unique<QTranslator>();
+        if (!m_translator->load(m_path))
+            qFatal("the .qm file does not load");
+        QCoreApplication::installTranslator(m_translator.get());
+    }
+    void takeOut() { m_translator.reset(); }
+
+private:
+    QTemporaryDir m_folder;
+    QString m_path;
+    std::unique_ptr<QTranslator> m_translator;
+};
+
 void measureLaunch(Measure::Report &report, const std::string &title,
                    const std::vector<SampleString> &strings, const Delivered &delivered)
 {
@@ -166,21 +188,16 @@ void measureLaunch(Measure::Report &report, const std::string &title,
             lookUp(strings, lookups);
         };
     };
-    const QTemporaryDir folder;
-    const QString qm = PeerFiles::qm(strings, folder.path());
-    std::unique_ptr<QTranslator> translator;
+    PackagedQm packaged(strings);
     const auto loadQm = [&](int lookups) {
         return [&, lookups] {
-            translator = std::make_unique<QTranslator>();
-            if (!translator->load(qm))
-                qFatal("the .qm file does not load");
-            QCoreApplication::installTranslator(translator.get());
+            packaged.load();
             lookUp(strings, lookups);
         };
     };
     const auto takeOut = [&] {
         OnDeviceStrings::takeOut();
-        translator.reset();
+        packaged.takeOut();
     };
     // The table of a file is not kept on the device yet.
     report.section(title + "launch with current strings on the device, which it parses",

@@ -105,17 +105,38 @@ int runChild(int argc, char **argv)
 
 // The measuring process
 
-void measure(Measure::Report &report, int size)
+// The children that measure, and what the last of each kind said.
+struct Children
 {
-    const QTemporaryDir folder;
-    const std::string self = QCoreApplication::applicationFilePath().toStdString();
-    const std::string path = folder.path().toStdString();
-    Child::run({self, "--child", "make", path, std::to_string(size)});
+    std::string self = QCoreApplication::applicationFilePath().toStdString();
+    QTemporaryDir folder;
     Child ours;
     Child qt;
-    const std::vector<std::string> convert = {PeerFiles::qtTool(QStringLiteral("lconvert")).toStdString(),
-                                              "-i", document(folder.path()).toStdString(), "-o",
-                                              path + "/strings.qm"};
+
+    double growthOfOurs()
+    {
+        ours = Child::run({self, "--child", "ours", folder.path().toStdString()});
+        return ours.figure("growth");
+    }
+    double growthOfQt()
+    {
+        qt = Child::run({self, "--child", "qt", folder.path().toStdString()});
+        return qt.figure("growth");
+    }
+    double peakOfLconvert() const
+    {
+        return Child::run({PeerFiles::qtTool(QStringLiteral("lconvert")).toStdString(), "-i",
+                           document(folder.path()).toStdString(), "-o",
+                           folder.filePath(QStringLiteral("strings.qm")).toStdString()})
+            .peakBytes;
+    }
+};
+
+void measure(Measure::Report &report, int size)
+{
+    Children children;
+    Child::run(
+        {children.self, "--child", "make", children.folder.path().toStdString(), std::to_string(size)});
     report.section("peak memory of an update, " + std::to_string(size) + " strings", Measure::Mebibytes);
     const auto results = report.run({
         {"ours: what decrypt, inflate, write, parse, build add",
@@ -123,30 +144,20 @@ void measure(Measure::Report &report, int size)
          1,
          {},
          {},
-         [&] {
-             ours = Child::run({self, "--child", "ours", path});
-             return ours.figure("growth");
-         }},
-        {"ours, the whole process", {}, 1, {}, {}, [&] { return ours.peakBytes; }},
+         [&] { return children.growthOfOurs(); }},
+        {"ours, the whole process", {}, 1, {}, {}, [&] { return children.ours.peakBytes; }},
         {"lconvert to a .qm file, the whole process",
          {},
          1,
          {},
          {},
-         [&] { return Child::run(convert).peakBytes; }},
-        {"what zlib, QXmlStreamReader, QHash add",
-         {},
-         1,
-         {},
-         {},
-         [&] {
-             qt = Child::run({self, "--child", "qt", path});
-             return qt.figure("growth");
-         }},
+         [&] { return children.peakOfLconvert(); }},
+        {"what zlib, QXmlStreamReader, QHash add", {}, 1, {}, {}, [&] { return children.growthOfQt(); }},
     });
-    const double held = ours.figure("held") / 1048576;
+    const double held = children.ours.figure("held") / 1048576;
     report.row("of it the table, which stays", held, "MiB");
-    report.check(ours.figure("strings") == size && qt.figure("strings") == size, "both hold every string");
+    report.check(children.ours.figure("strings") == size && children.qt.figure("strings") == size,
+                 "both hold every string");
     if (size >= 100'000) // below it the library's code counts for more than its data
         report.goalAtMost("at most the table and 8 MiB", results[0].median - held, 8);
     report.goalRatio("the whole process not above lconvert", results[1], results[2], 1);

@@ -1,5 +1,6 @@
 // What a reader pays for strings that may be replaced at any moment: one reading of a published value,
 // on one and on two threads, while a writer publishes a hundred times a second.
+#include "Allocations.h"
 #include "Measure.h"
 
 #include "DVPublished.h"
@@ -7,7 +8,6 @@
 #include <QReadWriteLock>
 
 #include <linux/seccomp.h>
-#include <new>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -15,8 +15,6 @@
 #include <unistd.h>
 
 namespace {
-
-thread_local long allocations = 0; // of the calling thread
 
 struct Snapshot
 {
@@ -132,6 +130,7 @@ template<typename Way> double timeOf(Way &way, int threads, int readings, std::a
     const Writer<Way> writer(way);
     std::atomic<int> ready = 0;
     std::vector<std::thread> readers;
+    readers.reserve(static_cast<size_t>(threads));
     std::vector<double> times(static_cast<size_t>(threads));
     for (double &time : times) {
         readers.emplace_back([&] {
@@ -202,8 +201,8 @@ void readWithoutTheSystem(bool alsoCallTheSystem, Outcome *outcome)
         *outcome = Unsupported;
         _exit(0);
     }
-    const long before = allocations;
-    const bool right = readAll(ours, 20'000'000) && allocations == before;
+    const long before = allocationsOfThread();
+    const bool right = readAll(ours, 20'000'000) && allocationsOfThread() == before;
     if (alsoCallTheSystem)
         syscall(SYS_getppid);
     *outcome = right ? Right : Wrong;
@@ -237,22 +236,6 @@ void checkManners(Measure::Report &report)
 }
 
 } // namespace
-
-void *operator new(std::size_t size)
-{
-    ++allocations;
-    if (void *memory = std::malloc(size ? size : 1))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void *memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 int main(int argc, char **argv)
 {
