@@ -4,40 +4,83 @@
 
 #include <Placeholder.h>
 
-#include <algorithm>
+#include <QList>
 
 namespace {
 
-using Placeholders = std::vector<Placeholder>;
-
-CheckedText asWritten(const QString &text)
+struct Range
 {
-    CheckedText checked;
-    checked.content.append(text.toUtf8(), 0, true);
-    return checked;
-}
+    qsizetype begin;
+    qsizetype length;
+};
+using Ranges = QList<Range>;
 
-// "%%" is a placeholder where there are printf-style ones too: the text is a format then, and the two make
-// one sign.
-void leaveOutLiterals(Placeholders &placeholders)
+// Placeholders outside elements are found in texts that have no element yet.
+class Text
 {
-    const bool isFormat =
-        std::any_of(placeholders.cbegin(), placeholders.cend(),
-                    [](const auto &placeholder) { return placeholder.style == Placeholder::Format; });
-    std::erase_if(placeholders, [isFormat](const Placeholder &placeholder) {
-        return placeholder.style == Placeholder::Literal && (!isFormat || placeholder.written.size() < 2);
-    });
-}
+public:
+    explicit Text(const QString &text) { m_text.content.append(text.toUtf8(), 0, true); }
 
-QByteArray withElements(QStringView text, const Placeholders &placeholders)
+    QStringView text() const { return m_text.text(); }
+    // "%@", "%d", ...: what each printf-style placeholder ends in.
+    QString conversions() const
+    {
+        QString result;
+        for (const Placeholder &placeholder : placeholdersIn(m_text)) {
+            if (placeholder.style == Placeholder::Format)
+                result += placeholder.written.back();
+        }
+        return result;
+    }
+    // `conversions`: those that count.
+    Ranges placeholders(QStringView conversions) const
+    {
+        Ranges ranges;
+        bool isFormat = false;
+        for (const Placeholder &placeholder : placeholdersIn(m_text)) {
+            const bool isPrintf = placeholder.style == Placeholder::Format;
+            if (placeholder.style == Placeholder::Literal ||
+                (isPrintf && !conversions.contains(placeholder.written.back())))
+                continue;
+            isFormat = isFormat || isPrintf;
+            ranges.append({placeholder.begin, placeholder.written.size()});
+        }
+        return isFormat ? withDoubledSigns(ranges) : ranges;
+    }
+
+private:
+    // In a format "%%" makes one sign. Elsewhere it is two signs to show.
+    Ranges withDoubledSigns(const Ranges &ranges) const
+    {
+        Ranges result;
+        qsizetype from = 0;
+        const auto addUntil = [&](qsizetype end) {
+            const QStringView piece = text().first(end);
+            for (qsizetype at = piece.indexOf(u"%%", from); at >= 0; at = piece.indexOf(u"%%", at + 2))
+                result.append({at, 2});
+        };
+        for (const Range &range : ranges) {
+            addUntil(range.begin);
+            result.append(range);
+            from = range.begin + range.length;
+        }
+        addUntil(text().size());
+        return result;
+    }
+
+    CheckedText m_text;
+};
+
+QByteArray withElements(QStringView text, const Ranges &ranges)
 {
     QByteArray result;
     qsizetype done = 0;
     int number = 0;
-    for (const Placeholder &placeholder : placeholders) {
-        result += xmlContent(text.sliced(done, placeholder.begin - done)) + "<ph id=\"" +
-                  QByteArray::number(++number) + "\">" + xmlContent(placeholder.written) + "</ph>";
-        done = placeholder.begin + placeholder.written.size();
+    for (const Range &range : ranges) {
+        result += xmlContent(text.sliced(done, range.begin - done)) + "<ph id=\"" +
+                  QByteArray::number(++number) + "\">" + xmlContent(text.sliced(range.begin, range.length)) +
+                  "</ph>";
+        done = range.begin + range.length;
     }
     return result + xmlContent(text.sliced(done));
 }
@@ -46,29 +89,13 @@ QByteArray withElements(QStringView text, const Placeholders &placeholders)
 
 QByteArray inlineXliff(const QString &text)
 {
-    if (!text.contains(u'%'))
-        return xmlContent(text);
-    const CheckedText checked = asWritten(text);
-    Placeholders placeholders = placeholdersIn(checked);
-    leaveOutLiterals(placeholders);
-    return withElements(checked.text(), placeholders);
+    return inlineXliff(text, text);
 }
 
 QByteArray inlineXliff(const QString &text, const QString &source)
 {
     if (!text.contains(u'%'))
         return xmlContent(text);
-    const CheckedText checked = asWritten(text);
-    const CheckedText checkedSource = asWritten(source);
-    QString conversions;
-    for (const Placeholder &placeholder : placeholdersIn(checkedSource)) {
-        if (placeholder.style == Placeholder::Format)
-            conversions += placeholder.written.back();
-    }
-    Placeholders placeholders = placeholdersIn(checked);
-    std::erase_if(placeholders, [&conversions](const Placeholder &placeholder) {
-        return placeholder.style == Placeholder::Format && !conversions.contains(placeholder.written.back());
-    });
-    leaveOutLiterals(placeholders);
-    return withElements(checked.text(), placeholders);
+    const Text checked(text);
+    return withElements(checked.text(), checked.placeholders(Text(source).conversions()));
 }

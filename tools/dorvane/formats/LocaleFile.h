@@ -36,7 +36,7 @@ public:
     // Without strings. `original` names the application for people.
     static LocaleFile empty(const QString &original, const QString &sourceLocale, const QString &locale);
 
-    // In the order of the document.
+    // These tell of the document as it was read, whatever was put in since. Strings in its order.
     QList<LocaleString> strings() const;
     QStringList keys() const { return m_unitsOfKey.keys(); }
     bool has(const QString &key) const { return m_unitsOfKey.contains(key); }

@@ -13,18 +13,19 @@ struct Languages
     std::u16string_view codes;
 };
 
-// Found by experiment with Qt 6.4's lupdate and lrelease, for every language of the library's own
-// table and of CLDR's. A name is that of the category which the library gives most of the form's
-// numbers, or where it has none, of the category that CLDR gives them.
+// Found by experiment with Qt 6.4's lupdate and lrelease, for every language code of
+// two letters and those of three that Qt knows. A name is that of the category which the library gives most
+// of the form's numbers, or where it has none, of the category that CLDR gives them.
 constexpr std::array languagesByForms{
-    Languages{u"one other", u"af am as az bg bn br ca da de el en eo es et eu fi fil fo fr fur fy gl gu ha "
-                            u"he hi hy ia is it iw ji ka kk kl km kn ks ku kw ky la lb ln lo mg ml mn mr "
-                            u"nb ne nl nn no nso or pa ps pt rm rw sd si sn so sq ss st sv sw ta te ti tk "
-                            u"tl tn to ts ug ur uz vo wa wo xh yi zu"},
+    Languages{u"one other", u"aa ab af am as ay az ba bg bn br ca co da de el en eo es et eu fi fil "
+                            u"fo fr fur fy gl gu ha he hi hy ia ie is it iw ji ka kk kl km kn ks ku "
+                            u"kw ky la lb ln lo mg ml mn mr nb ne nl nn no nso oc or pa ps pt qu rm "
+                            u"rn rw sd si sn so sq ss st sv sw ta te tg ti tk tl tn to ts ug ur uz "
+                            u"vo wa wo xh yi zu"},
     Languages{u"one few many", u"be bs hr pl ru sh sr uk"},
     Languages{u"one few other", u"cs lt mo ro sk"},
     Languages{u"one other zero", u"lv"},
-    Languages{u"one two other", u"dv ga gv iu mi mk se"},
+    Languages{u"one two other", u"dv ga gv ik iu mi mk sa se sm"},
     Languages{u"one few many other", u"mt"},
     Languages{u"one two few other", u"gd sl"},
     Languages{u"zero one two many other", u"cy"},
