@@ -47,6 +47,13 @@ private:
     qint64 m_last = 0;
 };
 
+// What options say by a word.
+struct Choices
+{
+    ContextKeys contexts = ContextKeys::Auto;
+    XliffKeys xliffKeys = XliffKeys::Auto;
+};
+
 // What all files of one locale brought.
 struct Batch
 {
@@ -57,8 +64,9 @@ struct Batch
 class Import
 {
 public:
-    explicit Import(const CommandLine &line)
+    Import(const CommandLine &line, Choices choices)
         : m_line(line)
+        , m_choices(choices)
         , m_folder(line.value(QStringLiteral("into")))
         , m_progress(line)
     {}
@@ -154,7 +162,7 @@ private:
         if (suffix == u"strings" || suffix == u"plist")
             return readStringsMessages(content, baseTexts(), error);
         if (suffix == u"xlf" || suffix == u"xliff")
-            return readXliffMessages(content, locale, m_xliffKeys, error);
+            return readXliffMessages(content, locale, m_choices.xliffKeys, error);
         if (suffix != u"ts") {
             *error = {QStringLiteral("files that end in .ts, .strings, .xlf or .xliff can be imported"), {}};
             return {};
@@ -219,7 +227,7 @@ private:
             return m_line.fail(problem);
         LocaleFile strings = *file;
         const MergeResult result = mergeMessages(
-            strings, batch.messages, {locale, m_contexts, m_line.isSet(QStringLiteral("locations"))},
+            strings, batch.messages, {locale, m_choices.contexts, m_line.isSet(QStringLiteral("locations"))},
             [this, &locale](qsizetype count) {
                 m_progress.say(QStringLiteral("%1: %2 strings in").arg(locale).arg(count));
             });
@@ -299,26 +307,17 @@ private:
     static constexpr qsizetype headLength = 4096;
 
     const CommandLine &m_line;
+    const Choices m_choices;
     const QString m_folder;
     Progress m_progress;
     Project m_project;
     QByteArray m_projectJson; // null: there is none yet
     std::map<QString, Batch> m_batches;
     QStringList m_newLocales;
-
-public:
-    ContextKeys m_contexts = ContextKeys::Auto;
-    XliffKeys m_xliffKeys = XliffKeys::Auto;
 };
 
-} // namespace
-
-int runImport(const QStringList &arguments)
+void declare(CommandLine &line)
 {
-    CommandLine line(
-        QStringLiteral("import"),
-        QStringLiteral("Makes a project folder of an application's files of translations, or brings "
-                       "it up to\ndate. Asks nothing; prints what it did and what to do next."));
     line.addArgument(QStringLiteral("FILE"), QStringLiteral("File to read."));
     line.addArgumentList(QStringLiteral("FILE"), QStringLiteral("More files."));
     line.addOption({QStringLiteral("into"), QStringLiteral("Project folder."), QStringLiteral("FOLDER")});
@@ -336,29 +335,44 @@ int runImport(const QStringList &arguments)
          QStringLiteral("WHEN"), QStringLiteral("auto")});
     line.addOption(
         {QStringLiteral("xliff-keys"),
-         QStringLiteral("What of an XLIFF unit is its key: auto (resname, else the source text), id or "
-                        "source."),
+         QStringLiteral("What of an XLIFF unit is its key: auto (resname, else the source text), id "
+                        "or source."),
          QStringLiteral("WHICH"), QStringLiteral("auto")});
-    line.addOption(
-        {QStringLiteral("locations"),
-         QStringLiteral("Keep where in the sources the texts stand. Every later change of the sources "
-                        "then changes the file.")});
+    line.addOption({QStringLiteral("locations"),
+                    QStringLiteral("Keep where in the sources the texts stand. Every later change of the "
+                                   "sources then changes the file.")});
     line.addNote(QLatin1StringView(note));
+}
+
+// Nothing after the fault was told.
+std::optional<Choices> chosen(const CommandLine &line)
+{
+    const QStringList modes{QStringLiteral("auto"), QStringLiteral("never"), QStringLiteral("always")};
+    const QStringList kinds{QStringLiteral("auto"), QStringLiteral("id"), QStringLiteral("source")};
+    const qsizetype mode = modes.indexOf(line.value(QStringLiteral("contexts")));
+    const qsizetype kind = kinds.indexOf(line.value(QStringLiteral("xliff-keys")));
+    if (line.value(QStringLiteral("into")).isEmpty())
+        line.misused(QStringLiteral("--into FOLDER is missing."));
+    else if (mode < 0)
+        line.misused(QStringLiteral("--contexts is auto, never or always."));
+    else if (kind < 0)
+        line.misused(QStringLiteral("--xliff-keys is auto, id or source."));
+    else
+        return Choices{ContextKeys(mode), XliffKeys(kind)};
+    return {};
+}
+
+} // namespace
+
+int runImport(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("import"),
+                     QStringLiteral("Makes a project folder of an application's files of translations, or "
+                                    "brings it up to\ndate. Asks nothing; prints what it did and what to do "
+                                    "next."));
+    declare(line);
     if (const auto status = line.parse(arguments))
         return *status;
-    if (line.value(QStringLiteral("into")).isEmpty())
-        return line.misused(QStringLiteral("--into FOLDER is missing."));
-
-    Import import(line);
-    const QStringList modes{QStringLiteral("auto"), QStringLiteral("never"), QStringLiteral("always")};
-    const qsizetype mode = modes.indexOf(line.value(QStringLiteral("contexts")));
-    if (mode < 0)
-        return line.misused(QStringLiteral("--contexts is auto, never or always."));
-    const QStringList kinds{QStringLiteral("auto"), QStringLiteral("id"), QStringLiteral("source")};
-    const qsizetype kind = kinds.indexOf(line.value(QStringLiteral("xliff-keys")));
-    if (kind < 0)
-        return line.misused(QStringLiteral("--xliff-keys is auto, id or source."));
-    import.m_contexts = ContextKeys(mode);
-    import.m_xliffKeys = XliffKeys(kind);
-    return import.run();
+    const auto choices = chosen(line);
+    return choices ? Import(line, *choices).run() : int(Misused);
 }

@@ -100,11 +100,9 @@ private:
             if (message.context.isEmpty())
                 message.context = unit.uses.constFirst().context;
         }
-        if (m_keys == XliffKeys::Id)
-            message.id = base;
-        else if (m_keys == XliffKeys::Auto && unit.resname)
+        if (m_keys == XliffKeys::Auto && unit.resname)
             message.id = *unit.resname;
-        else if (m_keys == XliffKeys::Auto && isStringsFile(unit.original))
+        else if (m_keys == XliffKeys::Id || (m_keys == XliffKeys::Auto && isStringsFile(unit.original)))
             message.id = base;
         message.state = unit.translate ? Message::Finished : Message::Obsolete;
         message.developerNote = noteText(unit, false);
