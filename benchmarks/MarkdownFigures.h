@@ -11,11 +11,11 @@ class MarkdownFigures
 public:
     void open(const std::string &path) { m_file.open(path, std::ios::app); }
 
-    void title(const std::string &text) { say("\n### " + capitalised(text) + "\n"); }
+    void title(const std::string &text) { say("\n### " + capitalised(text)); }
     void section(const std::string &text)
     {
-        say("\n**" + capitalised(text) + "**\n");
-        m_inTable = false;
+        say("\n**" + capitalised(text) + "**");
+        m_inTable = m_inList = false;
     }
 
     void row(const std::string &name, double median, double best, const char *unit, double ofFirst)
