@@ -88,6 +88,7 @@ private Q_SLOTS:
     void removesOnlyOnRequest();
     void theServerMayReadIt();
     void aBrokenLocalePublishesNothing();
+    void aMistakeIsPublishedOnRequestOnly();
     void refuses_data();
     void refuses();
     void refusesASecondWriter();
@@ -290,6 +291,22 @@ void tst_PackTree::aBrokenLocalePublishesNothing()
     QVERIFY2(run.errors.contains("pl.xlf cannot be published") && run.errors.contains("nothing was written"),
              run.errors.constData());
     QCOMPARE(tree.bytes(u"1.0/fr-CA"_qs), before);
+}
+
+void tst_PackTree::aMistakeIsPublishedOnRequestOnly()
+{
+    const TestProject project;
+    const Tree tree;
+    project.write(u"pl.xlf"_qs, "<xliff version=\"1.2\"><file><body><trans-unit id=\"1\" resname=\"k\">"
+                                "<source>Water %1</source><target>Podlej</target>"
+                                "</trans-unit></body></file></xliff>");
+    const ToolRun refused = tree.pack(project);
+    QCOMPARE(refused.status, 1);
+    QVERIFY2(refused.errors.contains("pl.xlf:1:") && refused.errors.contains("--no-check"),
+             refused.errors.constData());
+    QCOMPARE(tree.all(), QStringList());
+    QCOMPARE(tree.pack(project, {u"--no-check"_qs}).status, 0);
+    QVERIFY(QFile::exists(tree.file(u"1.0/pl"_qs)));
 }
 
 void tst_PackTree::refuses_data()

@@ -62,7 +62,7 @@ QByteArray noise(QRandomGenerator &random, int size)
 QByteArray packedAlone(const TestProject &project)
 {
     const QString path = project.path() + u"/alone"_qs;
-    const ToolRun run = ToolRun::tool({u"pack"_qs, project.frenchFile(), path, u"--key"_qs,
+    const ToolRun run = ToolRun::tool({u"pack"_qs, u"--no-check"_qs, project.frenchFile(), path, u"--key"_qs,
                                        QString::fromLatin1(TestProject::keyBytes().toBase64())});
     return run.status == 0 ? fileContent(path) : QByteArray();
 }
@@ -384,7 +384,7 @@ void tst_StaticServers::bigFile()
 // the new file in the old length, or an early end; devices must be able to tell.
 void tst_StaticServers::publishingNeverShowsHalfAFile()
 {
-    constexpr int locales = 8;
+    constexpr int locales = 5;
     QJsonArray names{u"fr-CA"_qs};
     for (int i = 1; i < locales; ++i)
         names += QString(u"aa-"_qs + QString::number(100 + i));
@@ -408,7 +408,7 @@ void tst_StaticServers::publishingNeverShowsHalfAFile()
         else
             QCOMPARE(answer.status, 200);
     };
-    for (const int size : {160000, 80000, 120000}) {
+    for (const int size : {120000, 60000, 90000}) {
         const QByteArray document = StaticSite::document(noise(random, size));
         for (const QJsonValue name : names)
             site.project().write(name.toString() + u".xlf.new"_qs, document);
@@ -423,8 +423,8 @@ void tst_StaticServers::publishingNeverShowsHalfAFile()
             site.age(names, 3600); // else the tool waits until the clock's next second
             QProcess pack;
             pack.start(QStringLiteral(DORVANE_TOOL),
-                       {u"pack"_qs, u"--tree"_qs, site.project().path(), site.tree()});
-            while (pack.state() != QProcess::NotRunning && !pack.waitForFinished(0))
+                       {u"pack"_qs, u"--tree"_qs, u"--no-check"_qs, site.project().path(), site.tree()});
+            while (pack.state() != QProcess::NotRunning && !pack.waitForFinished(2))
                 if (!first)
                     downloadOne();
             QCOMPARE(pack.exitCode(), 0);
@@ -454,7 +454,7 @@ void tst_StaticServers::logsTellNothingAboutDevices()
     if (!site.webServer())
         QSKIP("it logs to standard error, for development");
     QTRY_VERIFY_WITH_TIMEOUT(log().contains("/projects/garden/1.0/xx/strings.gz/force"), 10000);
-    QVERIFY(log().contains(frenchPath));
+    QTRY_VERIFY_WITH_TIMEOUT(log().contains(frenchPath), 10000);
     QVERIFY(log().contains("200") && log().contains("404"));
     for (const char *secret : {"secret-agent", "192.0.2.77", "http://r/", "remote_ip"})
         QVERIFY2(!log().contains(secret), log().constData());

@@ -10,6 +10,7 @@
 #include <QXmlStreamReader>
 #include <QtEndian>
 
+#include <algorithm>
 #include <array>
 #include <zlib.h>
 
@@ -101,7 +102,9 @@ QByteArray readWholeFile(const QString &path, QString *error)
         *error = QStringLiteral("cannot read %1: %2").arg(path, file.errorString());
         return {};
     }
-    const QByteArray content = file.read(maximumDocumentSize + 1);
+    // A pipe has no size. Asking for the limit at once would set aside as much memory for every file.
+    const qint64 size = file.size() > 0 ? std::min(file.size(), maximumDocumentSize) : maximumDocumentSize;
+    const QByteArray content = file.read(size + 1);
     if (file.error() != QFileDevice::NoError)
         *error = QStringLiteral("cannot read %1: %2").arg(path, file.errorString());
     else if (content.size() > maximumDocumentSize)
