@@ -1,6 +1,7 @@
 #include "DVVersion.h"
 
 #include "DVLog.h"
+#include "DVQtUse.h"
 
 #include <Dorvane/DVBundle.h>
 
@@ -32,7 +33,10 @@ QString dv_applicationVersion()
     const QString packaged = DVBundle::mainBundle()
                                  .objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString"))
                                  .toString();
-    return packaged.isEmpty() ? QCoreApplication::applicationVersion() : packaged;
+    if (!packaged.isEmpty())
+        return packaged;
+    const DVQtUse use;
+    return use ? QCoreApplication::applicationVersion() : QString();
 }
 
 QString dv_versionForNames()

@@ -7,6 +7,7 @@
 #include "DVHttpTransport.h"
 #include "DVLookup.h"
 #include "DVOffSwitch.h"
+#include "DVQtUse.h"
 #include "DVRecentEvents.h"
 #include "DVTableFiles.h"
 #include "DVTranslator.h"
@@ -17,6 +18,8 @@
 #include <QMap>
 
 #include <unicode/uloc.h>
+
+#include <cstdlib>
 
 namespace {
 
@@ -127,6 +130,23 @@ void DVMainController::applicationBegins()
     DVLookup::interceptBundleLookup();
 }
 
+static void endThreads()
+{
+    DVAnalytics::sharedInstance().finish(analyticsEndMs);
+    DVHttpTransport::shutDown(networkEndMs);
+    DVTableFiles::finish(parsingEndMs);
+}
+
+// exit() may come while the application object lives. A thread that then goes on would find Qt taken down.
+void DVMainController::endThreadsWithProcess()
+{
+    static const bool registered = std::atexit([] {
+                                       endThreads();
+                                       DVQtUse::end();
+                                   }) == 0;
+    Q_UNUSED(registered)
+}
+
 void DVMainController::applicationEnds()
 {
     m_translatorPlace.reset();
@@ -145,9 +165,7 @@ void DVMainController::applicationEnds()
     setBaseLocaleStrings(nullptr);
     if (!started)
         return;
-    DVAnalytics::sharedInstance().finish(analyticsEndMs);
-    DVHttpTransport::shutDown(networkEndMs);
-    DVTableFiles::finish(parsingEndMs);
+    endThreads();
     dv_reclaimRetired();
     state.log = state.debug = state.uiTest = state.allowLocaleChange = false;
     state.analyticsEnabled = true;

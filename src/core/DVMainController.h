@@ -98,6 +98,7 @@ private:
     bool parseCaptureOptions(const QVariantMap &options);
     void clearModesWithoutTools(bool say);
     void runMode(const QVariantMap &options);
+    static void endThreadsWithProcess();
 
     bool launchTimeIsUp() const;
     void serve(const std::shared_ptr<DVLocaleStrings> &strings);

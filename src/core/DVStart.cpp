@@ -93,6 +93,7 @@ void DVMainController::startWithProjectId(const QString &projectId, const QVaria
     setupBaseLocale();
     runMode(options);
     DVAnalytics::trackEvent(u"Launch"_qs);
+    endThreadsWithProcess(); // behind what Qt has registered for the work so far
     m_record.start = DVDiagnostics::Start::Launched;
     DVState::shared().appLaunched = true;
     if (!m_translatorPlace)

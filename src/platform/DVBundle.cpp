@@ -2,6 +2,7 @@
 
 #include "DVBundleData.h"
 #include "DVMethodTable.h"
+#include "DVQtUse.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -80,6 +81,9 @@ QStringList platformResourceFolders()
 
 DVBundle chooseMainBundle()
 {
+    const DVQtUse use;
+    if (!use)
+        return {};
     if (QFileInfo(u":/dorvane"_qs).isDir())
         return DVBundle(u":/dorvane"_qs);
     for (const QString &folder : platformResourceFolders()) {

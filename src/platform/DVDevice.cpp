@@ -1,5 +1,7 @@
 #include "DVDevice.h"
 
+#include "DVQtUse.h"
+
 #include <QCoreApplication>
 #include <QLocale>
 #include <QRegularExpression>
@@ -11,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <utility>
 
 #if defined(Q_OS_UNIX)
 #include <sys/utsname.h>
@@ -37,9 +40,7 @@ DVDevice::Override currentOverride()
     return o.value;
 }
 
-// Qt's own knowledge of the system's locale ends with the process's static objects, and a question behind
-// that crashes. This one is made after it, and therefore goes before it.
-std::atomic<bool> systemLocaleIsGone = false;
+// Made behind Qt's own knowledge of the system's locale, and therefore ended before it.
 std::atomic<bool> systemLocaleIsWatched = false;
 struct SystemLocaleWatch
 {
@@ -48,16 +49,23 @@ struct SystemLocaleWatch
         static_cast<void>(QLocale::system().name());
         systemLocaleIsWatched = true;
     }
-    ~SystemLocaleWatch() { systemLocaleIsGone = true; }
+    ~SystemLocaleWatch() { DVQtUse::end(); }
     Q_DISABLE_COPY_MOVE(SystemLocaleWatch)
 };
 
-bool systemLocaleIsThere()
+void watchSystemLocale()
 {
-    if (systemLocaleIsGone || (!systemLocaleIsWatched && QCoreApplication::closingDown()))
-        return false;
     static const SystemLocaleWatch watch;
-    return true;
+}
+
+// Nothing when Qt cannot tell any more.
+template<typename Ask> auto askSystemLocale(const Ask &ask) -> decltype(ask(QLocale::system()))
+{
+    const DVQtUse use;
+    if (!use || (!systemLocaleIsWatched && QCoreApplication::closingDown()))
+        return {};
+    watchSystemLocale();
+    return ask(QLocale::system());
 }
 
 QString withoutPosixSuffix(const QString &identifier)
@@ -109,11 +117,11 @@ QString completedLanguage(const QString &language)
 // QLocale::name() with the script where the territory does not imply it ("uz_Cyrl_UZ").
 QString systemLocaleIdentifier()
 {
-    if (!systemLocaleIsThere())
+    const auto [name, script] = askSystemLocale([](const QLocale &locale) {
+        return std::pair(locale.name(), QLocale::scriptToCode(locale.script()));
+    });
+    if (name.isEmpty())
         return {};
-    const QLocale locale = QLocale::system();
-    const QString name = locale.name();
-    const QString script = QLocale::scriptToCode(locale.script());
     const QString likely = likelyIdentifier(name);
     if (script.isEmpty() || likely.isEmpty() || likely.contains(QString(u'_' % script % u'_')))
         return name;
@@ -125,11 +133,9 @@ QString systemLocaleIdentifier()
 QStringList DVDevice::preferredLanguages()
 {
     const auto override = currentOverride();
-    QStringList given;
-    if (override.languages)
-        given = *override.languages;
-    else if (systemLocaleIsThere())
-        given = QLocale::system().uiLanguages();
+    const QStringList given =
+        override.languages ? *override.languages
+                           : askSystemLocale([](const QLocale &locale) { return locale.uiLanguages(); });
     QStringList languages;
     for (const QString &entry : given) {
         const QString language = withoutPosixSuffix(entry).replace(u'_', u'-');

@@ -1,5 +1,7 @@
 #include "DVFolders.h"
 
+#include "DVQtUse.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -35,6 +37,12 @@ constexpr auto documentsLocation =
     QStandardPaths::AppDataLocation;
 #endif
 
+QString platformFolder(QStandardPaths::StandardLocation location)
+{
+    const DVQtUse use;
+    return use ? QStandardPaths::writableLocation(location) : QString();
+}
+
 bool makeFolder(const QString &path)
 {
     constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
@@ -47,13 +55,13 @@ bool makeFolder(const QString &path)
 QString DVFolders::documents()
 {
     const QString replaced = replacedDocuments();
-    return replaced.isEmpty() ? QStandardPaths::writableLocation(documentsLocation) : replaced;
+    return replaced.isEmpty() ? platformFolder(documentsLocation) : replaced;
 }
 
 QString DVFolders::caches()
 {
     const QString replaced = replacedDocuments();
-    return replaced.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::CacheLocation)
+    return replaced.isEmpty() ? platformFolder(QStandardPaths::CacheLocation)
                               : QString(replaced % u"/Caches");
 }
 

@@ -6,7 +6,8 @@
 namespace DVFolders {
 
 // The folder that plays the documents directory: on sandboxed mobile systems the documents
-// folder, elsewhere the application's own data folder. Empty when the platform has none.
+// folder, elsewhere the application's own data folder. Empty when the platform has none,
+// and behind the end of the process's static objects, where Qt cannot tell any more.
 QString documents();
 QString caches();
 

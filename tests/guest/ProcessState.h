@@ -16,6 +16,7 @@
 #include <exception>
 #include <new>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -59,6 +60,17 @@ inline QJsonArray openFiles()
     }
     targets.sort();
     return QJsonArray::fromStringList(targets);
+}
+
+// How many open files a program that the host starts would inherit.
+inline int inheritedFiles()
+{
+    int count = 0;
+    for (int file = 0; file < 1024; ++file) {
+        const int flags = ::fcntl(file, F_GETFD);
+        count += flags >= 0 && !(flags & FD_CLOEXEC);
+    }
+    return count;
 }
 
 inline QJsonArray signalHandlers()
@@ -119,6 +131,7 @@ inline QJsonObject now(const QString &at)
     QJsonObject state{{QStringLiteral("at"), at},
                       {QStringLiteral("threads"), threads()},
                       {QStringLiteral("files"), openFiles()},
+                      {QStringLiteral("inheritedFiles"), inheritedFiles()},
                       {QStringLiteral("signals"), signalHandlers()},
                       {QStringLiteral("environment"), environment()},
                       {QStringLiteral("limits"), limits()},

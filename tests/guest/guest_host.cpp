@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -156,15 +157,30 @@ void otherLocales(const QString &server)
            {u"qLocale"_qs, QLocale().name()}});
 }
 
+// Until so many usage events wait to be sent, and nobody is at their file.
+bool waitForEvents(qsizetype count)
+{
+    for (int i = 0; i < 2000; ++i) {
+        if (Dorvane::diagnostics().analytics.waiting == count)
+            return true;
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
 // The child has no thread of ours; it goes on looking texts up, and ends as a process does.
 void forkWithWork(const QString &server)
 {
     start(server, u"DVOTAServing"_qs);
     waitForLine();
+    waitForEvents(0); // all are sent: the threads of this process hold nothing
     const pid_t child = ::fork();
     if (child == 0) {
-        const bool good = lookups().startsWith(u"un|"_qs);
-        start(server, u"DVOTAServing"_qs); // tracks an event, which needs a thread
+        bool good = lookups().startsWith(u"un|"_qs);
+        // Tracks an event, which needs a thread.
+        Dorvane::startWithProjectId(u"child"_qs, optionsFor(server, u"DVOTAServing"_qs, {}));
+        good = good && waitForEvents(1);
         std::exit(good ? 0 : 3);
     }
     int status = -1;
@@ -194,6 +210,26 @@ void lookupsBehindMain(const QString &server)
         thread_local LateAsker asker;
         asker.active = true;
     }).join();
+}
+
+// Static objects that take their time to go, while a thread of the library comes back from a stalled disk.
+struct SlowEnd
+{
+    ~SlowEnd()
+    {
+        for (int i = 0; active && i < 300 && ProcessState::threads().size() > 1; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (active)
+            print({{u"threads"_qs, ProcessState::threads()}});
+    }
+    bool active = false;
+};
+SlowEnd slowEndOutsideMain;
+
+void stalledDisk(const QString &server)
+{
+    slowEndOutsideMain.active = true;
+    start(server, u"DVOTAServing"_qs, {{u"syncTimeout"_qs, 0}});
 }
 
 void exitInTheMiddle(const QString &server)
@@ -242,6 +278,8 @@ int run(Application &application, const QString &scenario, const QString &server
         lookupsBehindMain(server);
     else if (scenario == u"exit")
         exitInTheMiddle(server);
+    else if (scenario == u"stalled-disk")
+        stalledDisk(server);
     else if (scenario == u"two")
         twoCopies(server, QString::fromLocal8Bit(qgetenv("GUEST_COPY")), 0);
     else if (scenario == u"two-bound")

@@ -34,6 +34,11 @@ public:
 
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void trace(const QString &calls) { m_traced = calls; }
+    void stallDisk()
+    {
+        m_traced = u"fsync,fdatasync"_qs;
+        m_injected = {u"-e"_qs, u"inject=fsync,fdatasync:delay_exit=200000"_qs}; // microseconds
+    }
 
     // `settled` runs while the host waits in its event loop.
     void run(const QString &scenario, const QString &server, const std::function<void()> &settled = {})
@@ -47,7 +52,7 @@ public:
                                   tracePath(),
                                   u"-e"_qs,
                                   QString(u"trace=" + m_traced)} +
-                      command;
+                      m_injected + command;
         m_process.setProcessEnvironment(m_environment);
         m_process.start(command.takeFirst(), command);
         if (settled)
@@ -112,6 +117,7 @@ private:
     const bool m_homeIsThere = makeHome(home());
     QProcessEnvironment m_environment;
     QString m_traced;
+    QStringList m_injected;
     QProcess m_process;
     QList<QJsonObject> m_lines;
     QByteArray m_errors;
@@ -184,6 +190,7 @@ private Q_SLOTS:
     void theHostForks();
     void lookupsBehindMain();
     void exitInTheMiddle();
+    void exitWithAStalledDisk();
     void twoCopies_data();
     void twoCopies();
 
@@ -223,7 +230,8 @@ void tst_Guest::theProcessStaysAsItWas()
     const QJsonObject withQt = guest.at(u"application"_qs);
     QVERIFY(!atFirst.value(u"signals"_qs).toArray().isEmpty());
     for (const QJsonObject &state : guest.lines()) {
-        for (const QString &what : {u"environment"_qs, u"limits"_qs, u"handlers"_qs, u"qLocale"_qs})
+        for (const QString &what :
+             {u"environment"_qs, u"limits"_qs, u"handlers"_qs, u"qLocale"_qs, u"inheritedFiles"_qs})
             QCOMPARE(state.value(what), atFirst.value(what));
         QCOMPARE(signalsButOne(state), signalsButOne(atFirst));
         // Qt ignores this one for the whole process with its first socket, whoever opens it.
@@ -414,6 +422,9 @@ void tst_Guest::theHostForks()
     QVERIFY2(guest.endedWith(0), guest.errors().constData());
     const QJsonObject result = guest.lines().constLast();
     QCOMPARE(result.value(u"child"_qs).toInt(), 0);
+    QFile events(QString(guest.home() + u"/.local/share/guest_host/Dorvane/analytics"));
+    QVERIFY(events.open(QIODevice::ReadOnly));
+    QVERIFY2(events.readAll().contains("\"projectId\":\"child\""), "the child has saved nothing");
     QCOMPARE(result.value(u"text"_qs).toString(), u"un|un|un"_qs);
 }
 
@@ -437,6 +448,20 @@ void tst_Guest::exitInTheMiddle()
     guest.run(u"exit"_qs, server.url());
     QVERIFY2(guest.endedWith(7), guest.errors().constData());
     QCOMPARE(guest.lines().constLast().value(u"text"_qs).toString(), u"a|a|a"_qs);
+}
+
+// The thread that saves events is left behind, and comes back when Qt has been taken down.
+void tst_Guest::exitWithAStalledDisk()
+{
+    if (!straceWorks())
+        QSKIP("strace may not trace here: nothing stalls");
+    const Delivery server;
+    Guest guest;
+    guest.stallDisk();
+    guest.run(u"stalled-disk"_qs, server.url());
+    QVERIFY2(guest.endedWith(0), guest.errors().constData());
+    QVERIFY(guest.traced().join(u'\n').contains(u"(DELAYED)"_qs));
+    QCOMPARE(guest.lines().constLast().value(u"threads"_qs), array({u"guest_host"_qs}));
 }
 
 void tst_Guest::twoCopies_data()
