@@ -178,7 +178,7 @@ DVErrorOr DVNetwork::syncDownloadProdUrl(const QString &url, double timeout, con
     return error;
 }
 
-// NOLINTNEXTLINE(readability-function-size): the parameters are the required ones
+// NOLINTNEXTLINE(readability-function-size): an answer, where it goes, and two dates that it gives
 DVErrorOr DVNetwork::saveStringsFileFromData(const QByteArray &data, const QString &toPath,
                                              const DVHttpResponse &response, const DVErrorOr &error,
                                              QDateTime *downloadDate, QDateTime *expirationDate)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # floors.sh ROOT FLOOR... [-- LIBRARY...]: a room includes only rooms on its own or a lower floor (floors are
-# given lowest first), a library above them only its own headers and public ones, public headers include only public headers, applications include nothing else, and
-# nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
+# given lowest first), a library above them only its own headers and public ones, public headers
+# include only public headers, applications include nothing else, and nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
 set -euo pipefail
 cd "$1"
 shift

@@ -4,7 +4,6 @@
 #include "ToolProcess.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTcpServer>

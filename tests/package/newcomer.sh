@@ -32,9 +32,12 @@ key=$(sed -n 's/.*"deliveryKey": "\([^"]*\)".*/\1/p' project/project.json)
 "$dorvane" unpack pt.gz unpacked.xlf --key "$key"
 grep -q '<target>Troll Imprimir 1.0</target>' unpacked.xlf || fail "What was packed is not the translation"
 
+"$dorvane" pack --tree project tree
+find tree -name strings.gz | grep -q /pt/strings.gz || fail "The tree has no Portuguese: $(find tree)"
+
 step "dorvane serve"
 exec {stop_server}> >(exec "$dorvane" serve project --exit-with-stdin --quiet >server.log 2>&1)
-for _ in $(seq 100); do
+for _ in $(seq 600); do
     grep -qs '^{"servers"' server.log && break
     sleep 0.1
 done

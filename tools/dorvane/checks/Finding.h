@@ -8,7 +8,7 @@
 
 enum class Severity { Note, Warning, Error };
 
-// The rules, in the order of the table in Rules.cpp.
+// The rules, in the order of the table in Rule.cpp.
 enum class RuleId {
     Xml,
     NotXliff,
