@@ -358,6 +358,7 @@ void tst_Doctor::silentServersCostAFewTimeouts_data()
     QTest::newRow("stops in the body")
         << int(DVFaultServer::Fault::StallInBody) << u"FAIL plain,FAIL forced"_qs;
     QTest::newRow("never ends") << int(DVFaultServer::Fault::Endless) << u"FAIL plain,FAIL forced"_qs;
+    QTest::newRow("drips its header") << int(DVFaultServer::Fault::Drip) << u"FAIL answer"_qs;
     QTest::newRow("speaks something else") << -1 << u"FAIL answer"_qs;
 }
 
@@ -369,6 +370,7 @@ void tst_Doctor::silentServersCostAFewTimeouts()
         Answer answer = Answer::failing(fault < 0 ? DVFaultServer::Fault::None : DVFaultServer::Fault(fault));
         if (fault < 0)
             answer.raw = "220 mail.example ESMTP\r\n\r\n";
+        answer.intervalMs = 20;
         return answer;
     });
     QElapsedTimer time;
@@ -376,6 +378,7 @@ void tst_Doctor::silentServersCostAFewTimeouts()
     const Diagnosis diagnosis = diagnosisOf(server.url(u"/projects"_qs), {u"--timeout"_qs, u"0.5"_qs});
     QTEST(diagnosis.complaints.join(u','), "expected");
     QCOMPARE(diagnosis.status, 1);
+    QVERIFY(!diagnosis.seen.value(u"answer"_qs).isEmpty());
     QVERIFY2(time.elapsed() < 15000, qPrintable(QString::number(time.elapsed())));
 }
 

@@ -80,6 +80,13 @@ bool isRedirect(const QByteArray &statusLine)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
+// Below 0: it is not there yet. A line may also end in a line feed alone (RFC 9112, 2.2).
+qsizetype endOfHead(const QByteArray &bytes)
+{
+    const qsizetype end = bytes.indexOf("\r\n\r\n");
+    return end >= 0 ? end : bytes.indexOf("\n\n");
+}
+
 class Talk
 {
 public:
@@ -157,12 +164,16 @@ private:
                        "\r\nAccept-Encoding: gzip\r\nConnection: close\r\n\r\n");
         const QDeadlineTimer deadline(m_timeoutMs);
         QByteArray head;
-        while (!head.contains("\r\n\r\n") && head.size() < longestHead && !deadline.hasExpired() &&
+        while (endOfHead(head) < 0 && head.size() < longestHead && !deadline.hasExpired() &&
                (m_socket.bytesAvailable() > 0 || m_socket.waitForReadyRead(int(deadline.remainingTime()))))
             head += m_socket.read(longestHead);
-        if (head.startsWith("HTTP/1."))
-            return readHead(head.left(head.indexOf("\r\n\r\n")).split('\n'));
-        if (head.isEmpty())
+        const QByteArrayView protocol("HTTP/1.");
+        const bool isHttp = !head.isEmpty() && protocol.startsWith(head.left(protocol.size()));
+        if (const qsizetype end = endOfHead(head); isHttp && end >= 0)
+            return readHead(head.left(end).split('\n'));
+        if (isHttp)
+            tellUnfinished(head, deadline.hasExpired());
+        else if (head.isEmpty())
             tell(QStringLiteral("answer"), Verdict::Fail,
                  deadline.hasExpired() ? QStringLiteral("nothing in %1 ms").arg(m_timeoutMs)
                                        : QStringLiteral("the server closed the connection"),
@@ -172,6 +183,19 @@ private:
                  m_url.scheme() == u"http" ? QStringLiteral("try https, or another port")
                                            : QStringLiteral("try another port"));
         return false;
+    }
+
+    void tellUnfinished(const QByteArray &head, bool timeIsUp)
+    {
+        if (head.size() >= longestHead)
+            return tell(QStringLiteral("answer"), Verdict::Fail,
+                        QStringLiteral("a header of more than %1 KiB").arg(longestHead >> 10),
+                        QStringLiteral("send less with each answer"));
+        const QString seen = QStringLiteral("%1 bytes of a header and not its end").arg(head.size());
+        tell(QStringLiteral("answer"), Verdict::Fail,
+             timeIsUp ? QString(seen % QStringLiteral(" in %1 ms").arg(m_timeoutMs))
+                      : QString(seen % u", then the server closed the connection"),
+             QStringLiteral("see the server's log; devices wait no longer than their time limit"));
     }
 
     bool readHead(const QByteArrayList &lines)
