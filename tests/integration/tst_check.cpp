@@ -469,6 +469,8 @@ void tst_Check::exitStatus_data()
     QTest::newRow("several files") << QStringList{warning, note} << 0 << QByteArray("in 2 files");
     QTest::newRow("a file that is not there, and one that is")
         << QStringList{u"/nowhere/fr.xlf"_qs, note} << 2 << QByteArray("cannot read /nowhere/fr.xlf");
+    QTest::newRow("only a file that is not there")
+        << QStringList{u"/nowhere/fr.xlf"_qs} << 2 << QByteArray("cannot read /nowhere/fr.xlf");
     QTest::newRow("a base that is not there")
         << QStringList{note, u"--base"_qs, u"/nowhere/en.xlf"_qs} << 2 << QByteArray("/nowhere/en.xlf");
     QDir(m_folder.path()).mkdir(u"empty"_qs);
@@ -492,6 +494,7 @@ void tst_Check::exitStatus()
     const QByteArray said = run.output + run.errors;
     QVERIFY2(said.contains(says), said.constData());
     QVERIFY(!run.output.contains('\033'));
+    QVERIFY2(!said.contains(" in 0 files"), said.constData());
 }
 
 // The members that SARIF 2.1.0 requires of a log, a run, a tool and a result (3.13 to 3.27).

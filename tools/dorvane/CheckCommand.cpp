@@ -111,7 +111,7 @@ public:
             printLine(QString::fromUtf8(jsonReport(m_files)).trimmed());
         else if (m_format == u"sarif")
             printLine(QString::fromUtf8(sarifReport(m_files, dv_sdkVersion)).trimmed());
-        else
+        else if (m_checked > 0)
             printSummary();
         if (m_unreadable > 0)
             return Misused;
