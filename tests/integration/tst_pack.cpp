@@ -296,6 +296,8 @@ void tst_Pack::commandsExplainThemselves_data()
                                         << QByteArray("Usage: dorvane pack [options] IN.xlf OUT.gz\n");
     QTest::newRow("a command's help") << QStringList{u"unpack"_qs, u"-h"_qs} << 0
                                       << QByteArray("Usage: dorvane unpack [options] IN.gz OUT.xlf\n");
+    QTest::newRow("help of import") << QStringList{u"import"_qs, u"--help"_qs} << 0
+                                    << QByteArray("Usage: dorvane import [options] FILE [FILE...]\n");
     QTest::newRow("a missing argument")
         << QStringList{u"pack"_qs, u"in"_qs} << 2 << QByteArray("OUT.gz is missing");
     QTest::newRow("a strange key length")

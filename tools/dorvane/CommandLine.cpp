@@ -75,7 +75,8 @@ QString CommandLine::helpText() const
     QStringList usage{QStringLiteral("Usage: dorvane"), m_command, QStringLiteral("[options]")};
     usage += m_arguments;
     if (!m_list.isNull())
-        usage += m_list + QStringLiteral("...");
+        usage +=
+            (m_arguments.contains(m_list) ? QStringLiteral("[%1...]") : QStringLiteral("%1...")).arg(m_list);
     QString help = usage.join(u' ') + text.mid(text.indexOf(u'\n')).trimmed().prepend(QStringLiteral("\n\n"));
     if (!m_note.isEmpty())
         help += QStringLiteral("\n\n") + m_note;

@@ -319,7 +319,7 @@ private:
 void declare(CommandLine &line)
 {
     line.addArgument(QStringLiteral("FILE"), QStringLiteral("File to read."));
-    line.addArgumentList(QStringLiteral("FILE"), QStringLiteral("More files."));
+    line.addArgumentList(QStringLiteral("FILE"), QStringLiteral("More files, if there are any."));
     line.addOption({QStringLiteral("into"), QStringLiteral("Project folder."), QStringLiteral("FOLDER")});
     line.addOption(
         {QStringLiteral("locale"),
@@ -335,8 +335,8 @@ void declare(CommandLine &line)
          QStringLiteral("WHEN"), QStringLiteral("auto")});
     line.addOption(
         {QStringLiteral("xliff-keys"),
-         QStringLiteral("What of an XLIFF unit is its key: auto (resname, else the source text), id "
-                        "or source."),
+         QStringLiteral("What of an XLIFF unit is its key: auto (resname; else, in files made from strings "
+                        "files, id; else the source text), id or source."),
          QStringLiteral("WHICH"), QStringLiteral("auto")});
     line.addOption({QStringLiteral("locations"),
                     QStringLiteral("Keep where in the sources the texts stand. Every later change of the "
