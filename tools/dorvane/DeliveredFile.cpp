@@ -6,6 +6,7 @@
 #include <DVXliffReader.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QXmlStreamReader>
 #include <QtEndian>
@@ -35,6 +36,18 @@ QString rootProblem(const QByteArray &document)
     if (!version.isEmpty() && !version.startsWith(u"1."))
         return withPosition(QStringLiteral("it is XLIFF %1; applications read XLIFF 1.2").arg(version), xml);
     return {};
+}
+
+// A disk that fills up when the buffer is written is not seen here: flush before.
+bool finish(QSaveFile &file)
+{
+    return file.commit();
+}
+
+bool finish(QFile &file)
+{
+    file.close();
+    return file.error() == QFileDevice::NoError;
 }
 
 } // namespace
@@ -115,11 +128,18 @@ QByteArray readWholeFile(const QString &path, QString *error)
 
 bool writeWholeFile(const QString &path, const QByteArray &content, QString *error)
 {
+    const QFileInfo target(path); // of what a symbolic link leads to
+    const auto write = [&](auto &file) {
+        if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush() &&
+            finish(file))
+            return true;
+        *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+        return false;
+    };
+    if (target.exists() && !target.isFile() && !target.isDir()) {
+        QFile pipeOrDevice(path);
+        return write(pipeOrDevice);
+    }
     QSaveFile file(path);
-    // commit() alone does not see a disk that fills up when the buffer is written.
-    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush() &&
-        file.commit())
-        return true;
-    *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
-    return false;
+    return write(file);
 }

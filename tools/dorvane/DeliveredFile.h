@@ -30,5 +30,6 @@ QByteArray documentFromDeliveredFile(const QByteArray &file, const QString &key,
 bool isUndamaged(const QByteArray &gzip, const QByteArray &inflated);
 
 // Whole files. Null, or false, after `error` was set; a failed write leaves the old file as it was.
+// A pipe or a device is written to, and stays one.
 QByteArray readWholeFile(const QString &path, QString *error);
 bool writeWholeFile(const QString &path, const QByteArray &content, QString *error);

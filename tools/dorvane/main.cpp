@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "Commands.h"
+#include "StandardStreams.h"
 
 #include <DVVersion.h>
 
@@ -74,8 +75,9 @@ static void writeMessage(QtMsgType, const QMessageLogContext &, const QString &m
 
 int main(int argc, char **argv)
 {
+    occupyStandardStreams();
     qInstallMessageHandler(writeMessage);
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("dorvane"));
-    return dispatch(QCoreApplication::arguments().mid(1));
+    return statusAfterOutput(dispatch(QCoreApplication::arguments().mid(1)));
 }
