@@ -185,6 +185,7 @@ private Q_SLOTS:
     void keys();
     void translatorsOwnForms();
     void templateOfAnotherLanguage();
+    void aTextThatGetsPluralForms();
 };
 
 void tst_Formats::numerusFormsAgainstQt()
@@ -372,7 +373,7 @@ void tst_Formats::hostileFiles_data()
         << QByteArray("<!DOCTYPE TS><!DOCTYPE TS [<!ENTITY a \"b\">]><TS/>");
     QTest::newRow("an unclosed comment of 20 MB") << ts("<!--" + QByteArray(20'000'000, '-'));
     QTest::newRow("a text that is no UTF-8") << ts("<message><source>\xC3\x28</source></message>");
-    QTest::newRow("a null character") << ts(QByteArray("<message><source>a\0b</source></message>", 41));
+    QTest::newRow("a null character") << ts(QByteArray("<message><source>a\0b</source></message>", 39));
 }
 
 void tst_Formats::hostileFiles()
@@ -612,6 +613,25 @@ void tst_Formats::templateOfAnotherLanguage()
     QCOMPARE(read->file.messages[1].texts, (QStringList{u"1"_qs, u"2"_qs}));
     QCOMPARE(read->file.messages[1].state, Message::Finished);
     QVERIFY(!exported->document.contains("plik"));
+}
+
+// A unit is put in and the one behind it taken out, at the same place.
+void tst_Formats::aTextThatGetsPluralForms()
+{
+    const QByteArray before =
+        "<xliff version=\"1.2\"><file><body>\n"
+        "<trans-unit id=\"1[one]\" resname=\"k\"><source>k</source><target>un</target></trans-unit>\n"
+        "<trans-unit id=\"2\" resname=\"k\"><source>k</source><target>vieux</target></trans-unit>\n"
+        "</body></file></xliff>\n";
+    FormatError error;
+    auto file = LocaleFile::parse(before, &error);
+    QVERIFY2(file, qPrintable(error.what));
+    const LocaleString string{u"k"_qs, u"k"_qs, {{u"one"_qs, u"un"_qs}, {u"other"_qs, u"des"_qs}},
+                              {},      {},      {}};
+    QCOMPARE(file->put(string), LocaleFile::Changed);
+    const auto after = LocaleFile::parse(file->document(), &error);
+    QVERIFY2(after, qPrintable(error.what));
+    QCOMPARE(described(*after), (QStringList{u"k|k|one|un"_qs, u"k|k|other|des"_qs}));
 }
 
 QTEST_GUILESS_MAIN(tst_Formats)

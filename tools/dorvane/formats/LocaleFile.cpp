@@ -7,6 +7,7 @@
 #include <QCryptographicHash>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -325,8 +326,10 @@ QByteArray LocaleFile::document() const
     const qsizetype lineBegin = m_bodyEnd - indentationBefore(m_bodyEnd).size();
     if (!m_appended.isEmpty())
         edits.append({lineBegin, lineBegin, m_appended});
-    std::stable_sort(edits.begin(), edits.end(),
-                     [](const Edit &a, const Edit &b) { return a.begin < b.begin; });
+    // What is put in behind a unit comes before the removal of what follows it.
+    std::stable_sort(edits.begin(), edits.end(), [](const Edit &a, const Edit &b) {
+        return std::pair(a.begin, a.end) < std::pair(b.begin, b.end);
+    });
     QByteArray result;
     result.reserve(m_document.size() + m_appended.size() + m_document.size() / 16);
     qsizetype done = 0;

@@ -185,5 +185,6 @@ std::optional<XliffDocument> readXliff(const QByteArray &document, FormatError *
 QString bracketSuffix(const QString &id)
 {
     // As applications read it: what stands behind a second "[" does not count.
-    return id.endsWith(u']') ? id.section(u'[', 1, 1).chopped(1) : QString();
+    const QString piece = id.endsWith(u']') ? id.section(u'[', 1, 1) : QString();
+    return piece.left(piece.size() - 1);
 }
