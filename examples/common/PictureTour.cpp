@@ -25,23 +25,7 @@ void say(FILE *stream, const QString &line)
 
 } // namespace
 
-PictureTour::PictureTour(TouredApplication &application)
-    : m_application(application)
-    , m_switching(new QTimer(this))
-    , m_patience(new QTimer(this))
-{
-    readCommandLine();
-    m_switching->setInterval(away);
-    m_patience->setInterval(patience);
-    m_patience->setSingleShot(true);
-    connect(m_switching, &QTimer::timeout, this, &PictureTour::switchAwayAndBack);
-    connect(m_patience, &QTimer::timeout, this, [this] {
-        say(stderr, QStringLiteral("No new texts arrived within %1 seconds.").arg(patience.count()));
-        end(1);
-    });
-}
-
-void PictureTour::readCommandLine()
+PictureOrder PictureOrder::fromCommandLine()
 {
     QCommandLineParser arguments;
     const QCommandLineOption pictures(QStringLiteral("pictures"),
@@ -52,14 +36,29 @@ void PictureTour::readCommandLine()
     arguments.addHelpOption();
     arguments.addOptions({pictures, await});
     arguments.process(*QCoreApplication::instance());
-    m_wanted = arguments.isSet(pictures);
-    m_awaitPublication = arguments.isSet(await);
-    m_folder.setPath(arguments.value(pictures));
+    return {arguments.isSet(pictures) ? arguments.value(pictures) : QString(), arguments.isSet(await)};
+}
+
+PictureTour::PictureTour(TouredApplication &application, const PictureOrder &order)
+    : m_application(application)
+    , m_order(order)
+    , m_folder(order.folder)
+    , m_switching(new QTimer(this))
+    , m_patience(new QTimer(this))
+{
+    m_switching->setInterval(away);
+    m_patience->setInterval(patience);
+    m_patience->setSingleShot(true);
+    connect(m_switching, &QTimer::timeout, this, &PictureTour::switchAwayAndBack);
+    connect(m_patience, &QTimer::timeout, this, [this] {
+        say(stderr, QStringLiteral("No new texts arrived within %1 seconds.").arg(patience.count()));
+        end(1);
+    });
 }
 
 void PictureTour::start()
 {
-    if (!m_wanted)
+    if (m_order.folder.isNull())
         return;
     if (!m_folder.mkpath(QStringLiteral("."))) {
         say(stderr, QStringLiteral("Cannot make the folder %1.").arg(m_folder.path()));
@@ -96,7 +95,7 @@ void PictureTour::visitPreferences()
 
 void PictureTour::leaveOrEnd()
 {
-    if (!m_awaitPublication) {
+    if (!m_order.awaitPublication) {
         end(0);
         return;
     }

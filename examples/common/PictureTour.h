@@ -31,6 +31,16 @@ protected:
     Q_DISABLE_COPY_MOVE(TouredApplication)
 };
 
+// "--pictures FOLDER [--await-publication]" of the command line.
+struct PictureOrder
+{
+    QString folder; // null: no pictures are wanted
+    bool awaitPublication = false;
+
+    // To be asked before anything else is begun: it ends the process for "--help" and for what nobody knows.
+    static PictureOrder fromCommandLine();
+};
+
 // For the demonstration on a machine without a display. It works from outside, as a user would: the
 // screens know nothing of it. Writes today.png, plants.png, new-plant.png and preferences.png to the
 // folder. With `awaitPublication` it then says "waiting for a new publication" on standard output,
@@ -42,17 +52,15 @@ class PictureTour : public QObject
     Q_OBJECT
 
 public:
-    // Asks the command line: "--pictures FOLDER [--await-publication]". It answers "--help", too.
-    explicit PictureTour(TouredApplication &application);
+    PictureTour(TouredApplication &application, const PictureOrder &order);
 
-    // Begins unless the command line asks for no pictures.
+    // Begins if pictures are wanted.
     void start();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void readCommandLine();
     void visitScreen(int screen);
     void visitPreferences();
     void leaveOrEnd();
@@ -62,9 +70,8 @@ private:
     void end(int status);
 
     TouredApplication &m_application;
+    const PictureOrder m_order;
     QDir m_folder;
-    bool m_wanted = false;
-    bool m_awaitPublication = false;
     bool m_ended = false;
     QStringList m_textsBefore;
     QTimer *m_switching;

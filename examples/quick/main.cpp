@@ -39,6 +39,7 @@ int main(int argc, char **argv)
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("windowgarden"));
     QGuiApplication::setApplicationVersion(QStringLiteral("1.0"));
+    const PictureOrder pictures = PictureOrder::fromCommandLine();
     QGuiApplication::setFont(gardenFont(QGuiApplication::font()));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     registerTypes();
@@ -53,7 +54,7 @@ int main(int argc, char **argv)
         return 1;
 
     QuickTour toured(*qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst()));
-    PictureTour tour(toured);
+    PictureTour tour(toured, pictures);
     tour.start();
     return QGuiApplication::exec();
 }

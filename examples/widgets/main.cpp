@@ -26,6 +26,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("windowgarden"));
     QApplication::setApplicationVersion(QStringLiteral("1.0"));
+    const PictureOrder pictures = PictureOrder::fromCommandLine();
 
     startTranslations();
     applyLook(application);
@@ -33,7 +34,7 @@ int main(int argc, char **argv)
     window.show();
 
     WidgetTour toured(window);
-    PictureTour tour(toured);
+    PictureTour tour(toured, pictures);
     tour.start();
     return QApplication::exec();
 }
