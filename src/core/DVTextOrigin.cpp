@@ -101,6 +101,12 @@ void comesFromBase(DVTextOrigin *origin, const DVBaseLocaleStrings &base, const 
     origin->because = u"the served strings have no translation of it, only its source text"_qs;
 }
 
+// Where some keys have contexts, which of a text's keys matched.
+void nameKey(DVTextOrigin *origin, DVStringLayers::Hit hit)
+{
+    origin->because += QString(u" (under the key \"" % hit.table->key(hit.entry) % u"\")");
+}
+
 struct Stores
 {
     const DVLocaleStrings *served; // null: none
@@ -111,21 +117,30 @@ struct Stores
 void comesFromUs(DVTextOrigin *origin, const Question &question, const DVLookupSnapshot &snapshot,
                  Stores stores)
 {
-    if (snapshot.editionEnabled && question.hasText(question.in(snapshot.dirty), snapshot.localeRule)) {
+    const auto nameKeyOf = [&](DVStringLayers::Hit hit) {
+        if (snapshot.pictureKeys)
+            nameKey(origin, hit);
+    };
+    const auto edited = question.in(snapshot.dirty);
+    if (snapshot.editionEnabled && question.hasText(edited, snapshot.localeRule)) {
         origin->source = Source::Edited;
         origin->locale = stores.served->locale().identifier();
         origin->file = stores.served->dirtyFilePath();
         origin->because = u"it was changed in review on this device"_qs;
+        nameKeyOf(edited);
         return;
     }
     const auto served = question.in(snapshot.locale);
     const auto base = question.in(snapshot.base);
-    if (stores.served && question.hasText(served, snapshot.localeRule))
+    if (stores.served && question.hasText(served, snapshot.localeRule)) {
         comesFromServed(origin, *stores.served, served.table);
-    else if (stores.base && base)
+        nameKeyOf(served);
+    } else if (stores.base && base) {
         comesFromBase(origin, *stores.base, stores.served, base.table);
-    else
+        nameKeyOf(base);
+    } else {
         origin->because = u"the library answers it for Qt (the direction of the layout)"_qs;
+    }
 }
 
 // Why the library leaves a text to the application's own translators.

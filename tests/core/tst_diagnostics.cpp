@@ -50,6 +50,8 @@ private Q_SLOTS:
     void aDamagedFile();
     void counts();
     void whereATextComesFrom();
+    void namesTheKeyWhereContextsDecide_data();
+    void namesTheKeyWhereContextsDecide();
     void secretsStayInside();
     void otherThreads();
     void theTextIsAligned();
@@ -309,6 +311,36 @@ void tst_Diagnostics::whereATextComesFrom()
     check(u"Ctrl"_qs, u"QShortcut"_qs, Source::Nothing, {});
     check(u""_qs, {}, Source::Nothing, {});
     QCoreApplication::removeTranslator(&own);
+}
+
+void tst_Diagnostics::namesTheKeyWhereContextsDecide_data()
+{
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<QString>("context");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("a context that has its own") << u"Open"_qs << u"Door"_qs << u"Door\u2404Open"_qs;
+    QTest::newRow("a context that has none") << u"Open"_qs << u"Window"_qs << u"Open"_qs;
+    QTest::newRow("no context") << u"Open"_qs << QString() << u"Open"_qs;
+    QTest::newRow("packaged base strings") << u"base"_qs << u"Door"_qs << u"base"_qs;
+}
+
+void tst_Diagnostics::namesTheKeyWhereContextsDecide()
+{
+    QFETCH(QString, asked);
+    QFETCH(QString, context);
+    QFETCH(QString, key);
+    DVTestHost host;
+    DVFaultServer server;
+    host.package(u"en.lproj/Localizable.strings"_qs, "\"base\" = \"Base\";");
+    host.restart();
+    server.setHandler([](const auto &) {
+        return DVTestHost::publication(
+            DVTestHost::xliff({{u"1"_qs, u"Open"_qs, u"Open"_qs, u"Ouvrir"_qs},
+                               {u"2"_qs, u"Door\u2404Open"_qs, u"Open"_qs, u"Ouverte"_qs}}));
+    });
+    Dorvane::startWithProjectId(u"p"_qs, host.servingOptions(server));
+    const auto origin = Dorvane::diagnostics(asked, context);
+    QVERIFY2(origin.because.endsWith(u" (under the key \""_qs + key + u"\")"_qs), qPrintable(origin.because));
 }
 
 void tst_Diagnostics::secretsStayInside()
