@@ -112,10 +112,10 @@ public:
     // Call it before the start.
     static void setMainBundle(const DVBundle &bundle);
 
-    // "Why am I seeing this text?": the state of the library, and where one text comes from. `key` is the source
-    // text, or the id; without the context of a tr() text the application's own translators cannot be asked.
-    // Costs nothing until it is called; then it looks at files. On another thread than the main one, and
-    // without an application object, the answer only says so.
+    // "Why am I seeing this text?": the state of the library, and where one text comes from. `key` is the
+    // source text, or the id; without the context of a tr() text the application's own translators cannot be
+    // asked. Costs nothing until it is called; then it looks at files. On another thread than the main one,
+    // and without an application object, the answer only says so.
     static DVDiagnostics diagnostics();
     static DVTextOrigin diagnostics(const QString &key, const QString &context = {}, int n = -1);
 

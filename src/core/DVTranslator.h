@@ -40,6 +40,7 @@ protected:
 
 private:
     void comeFirst();
+    bool filterChange(QObject *watched, QEvent *event);
 
     std::unique_ptr<DVTranslator> m_translator;
     bool m_pending = false; // an announcement is posted and not yet delivered

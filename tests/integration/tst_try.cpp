@@ -192,6 +192,17 @@ void tst_Try::servesWhatWasPublished()
     QCOMPARE(strings(u"localized"_qs).value(u"to %1"_qs), QJsonValue(u"à %1"_qs));
     QCOMPARE(strings(u"base"_qs).value(u"to %1"_qs), QJsonValue(u"to %1"_qs));
 
+    const QJsonObject state = host.ask(u"diagnostics"_qs);
+    const QJsonObject value = state.value(u"diagnostics"_qs).toObject();
+    QCOMPARE(value.value(u"start"_qs), QJsonValue(u"launched"_qs));
+    QCOMPARE(value.value(u"servedLocale"_qs), QJsonValue(u"fr_CA"_qs));
+    QCOMPARE(value.value(u"deliveries"_qs)[0][u"outcome"_qs], QJsonValue(u"fresh"_qs));
+    QCOMPARE(value.value(u"files"_qs)[0][u"source"_qs], QJsonValue(u"overTheAir"_qs));
+    QVERIFY(state.value(u"text"_qs).toString().startsWith(u"Dorvane "_qs));
+    const QJsonObject origin = host.ask(u"diagnostics"_qs, key);
+    QCOMPARE(origin.value(u"origin"_qs)[u"source"_qs], QJsonValue(u"overTheAir"_qs));
+    QVERIFY(origin.value(u"text"_qs).toString().contains(u"over-the-air strings fr_CA"_qs));
+
     const double before = host.ask(u"clock"_qs).value(u"now"_qs).toDouble();
     const double after = host.ask(u"clock"_qs, {{u"advanceMs"_qs, 3600000}}).value(u"now"_qs).toDouble();
     QVERIFY2(after - before >= 3600 && after - before < 3660, qPrintable(QString::number(after - before)));
