@@ -12,6 +12,9 @@
 #include <QTest>
 #include <QTranslator>
 
+#include <memory>
+#include <vector>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -140,6 +143,11 @@ private Q_SLOTS:
     void laterImports();
     void keepsWhatSomebodyWrote();
     void reportsConflicts();
+    void reportsConflictsAcrossCalls();
+    void reportsDuplicates();
+    void printsNoControlCharacters();
+    void severalAtOnce();
+    void stringsFilesOfTheSourceLocale();
     void stringsFiles();
     void refuses_data();
     void refuses();
@@ -348,6 +356,108 @@ void tst_Import::reportsConflicts()
     QVERIFY(plain.sliced(plain.indexOf("resname=\"Open\"")).contains("<target>Ouvrir</target>"));
 }
 
+// A later call brings another text for a source that another context has in the folder.
+void tst_Import::reportsConflictsAcrossCalls()
+{
+    const auto imported = [this](const QByteArray &context, const QByteArray &translation) {
+        const QByteArray document = ts(message("Quit", "<translation>" + translation + "</translation>"));
+        write(u"app_fr.ts"_qs, QByteArray(document).replace("<name>A<", QByteArray("<name>" + context + "<")));
+        return import({path(u"app_fr.ts"_qs)}).errors;
+    };
+    QCOMPARE(imported("W", "Quitter"), QByteArray());
+    QCOMPARE(imported("W", "Fermer"), QByteArray()); // the same message, edited
+    QCOMPARE(imported("X", "Fermer"), QByteArray());
+    const QByteArray errors = imported("Y", "Sortir");
+    const QByteArray report = ":6:13: warning: \"Quit\" has 2 different translations:\n"
+                              "    X: \"Fermer\", in the folder\n    Y: \"Sortir\", line 6\n";
+    QVERIFY2(errors.contains(report), errors.constData());
+}
+
+void tst_Import::reportsDuplicates()
+{
+    write(u"app_fr.ts"_qs, ts(message("Open", "<translation>Ouvrir</translation>") +
+                              message("Open", "<translation>Ouvert</translation>") +
+                              message("Open", "<translation>Ouvrir</translation>")));
+    const ToolRun run = import({path(u"app_fr.ts"_qs)});
+    QCOMPARE(run.status, 0);
+    const QByteArray file = path(u"app_fr.ts"_qs).toUtf8();
+    QCOMPARE(run.errors,
+             QByteArray(file + ":10:13: warning: \"Open\" is a duplicate with another translation:\n    " +
+                        file + ":6:13: \"Ouvrir\"\n    " + file +
+                        ":10:13: \"Ouvert\"\n  The first one is kept. Remove one of them.\n"));
+    QVERIFY2(run.output.contains("1 new, 0 changed, 0 unchanged; 1 duplicate (left out)"),
+             run.output.constData());
+    QVERIFY(content(u"garden/fr.xlf"_qs).contains("resname=\"Open\""));
+}
+
+// Nothing of a file's texts or of its name commands the terminal.
+void tst_Import::printsNoControlCharacters()
+{
+    const QByteArray evil = "<byte value=\"x1b\"/>[2J\u202Ex\u2066\u009B";
+    const QByteArray context = "</context><context><name>B" + evil + "</name>";
+    const QString name = u"a\x1b[1m\u202Eb_fr.ts"_qs;
+    write(name, ts(message("s" + evil, "<translation>a\u202E</translation>") + context +
+                   message("s" + evil, "<translation>b</translation>") +
+                   message("s" + evil, "<translation>c</translation>")));
+    const ToolRun good = import({path(name)});
+    QCOMPARE(good.status, 0);
+    QVERIFY2(good.errors.contains("has 2 different translations"), good.errors.constData());
+    QVERIFY2(good.errors.contains("is a duplicate"), good.errors.constData());
+    write(name, "<html/>");
+    const ToolRun bad = import({path(name)});
+    QCOMPARE(bad.status, 1);
+    for (const QByteArray &output : {good.output, good.errors, bad.errors}) {
+        QVERIFY2(output.contains("\uFFFD"), output.constData());
+        for (const char *c : {"\x1b", "\u202E", "\u2066", "\u009B"})
+            QVERIFY2(!output.contains(c), c);
+    }
+}
+
+void tst_Import::severalAtOnce()
+{
+    constexpr int imports = 4;
+    std::vector<std::unique_ptr<QProcess>> processes;
+    for (int i = 0; i < imports; ++i) {
+        QByteArray messages;
+        for (int k = 0; k < 500; ++k) {
+            const QByteArray text = QByteArray::number(i) + '.' + QByteArray::number(k);
+            messages += message("s" + text, "<translation>t" + text + "</translation>");
+        }
+        const QString file = write(u"c%1.ts"_qs.arg(i), ts(messages));
+        processes.push_back(std::make_unique<QProcess>());
+        processes.back()->start(QStringLiteral(DORVANE_TOOL), {u"import"_qs, file, u"--into"_qs, project()});
+    }
+    int made = 0;
+    for (const auto &process : processes) {
+        QVERIFY(process->waitForFinished(60000));
+        QVERIFY2(process->exitCode() == 0, process->readAllStandardError().constData());
+        made += process->readAllStandardOutput().contains("with a fresh delivery key") ? 1 : 0;
+    }
+    QCOMPARE(made, 1);
+    QCOMPARE(content(u"garden/fr.xlf"_qs).count("<target>t"), imports * 500);
+    QCOMPARE(QDir(project()).entryList(QDir::Files | QDir::Hidden, QDir::Name),
+             QStringList({u"fr.xlf"_qs, u"project.json"_qs}));
+}
+
+// The language that their keys are not written in: each text is its own source, in whichever order.
+void tst_Import::stringsFilesOfTheSourceLocale()
+{
+    const QString english = write(u"en.lproj/Localizable.strings"_qs, "\"hello\" = \"Hello %@\";");
+    const QString french = write(u"fr.lproj/Localizable.strings"_qs, "\"hello\" = \"Bonjour %@\";");
+    for (const QStringList &files : {QStringList{english, french}, QStringList{french, english}}) {
+        QDir(project()).removeRecursively();
+        const ToolRun run = import(files);
+        QVERIFY2(run.status == 0, run.errors.constData());
+        const QByteArray source = "<source>Hello <ph id=\"1\">%@</ph></source>";
+        QVERIFY(content(u"garden/en.xlf"_qs).contains(source));
+        QVERIFY(content(u"garden/en.xlf"_qs).contains("<target>Hello <ph id=\"1\">%@</ph></target>"));
+        QVERIFY(content(u"garden/fr.xlf"_qs).contains(source));
+        QVERIFY(content(u"garden/fr.xlf"_qs).contains("<target>Bonjour <ph id=\"1\">%@</ph></target>"));
+        const ToolRun checked = ToolRun::tool({u"check"_qs, project(), u"--werror"_qs});
+        QVERIFY2(checked.status == 0, checked.output.constData());
+    }
+}
+
 void tst_Import::stringsFiles()
 {
     write(u"en.lproj/Localizable.strings"_qs, "\"count\" = \"%d of %@ (50%)\"; \"quit\" = \"Quit\";");
@@ -388,6 +498,15 @@ void tst_Import::refuses_data()
     row("nothing", "a_fr.ts", "", ":1:1: ");
     row("not UTF-8", "a_fr.ts", ts(message("\xFF", "")), ":7:");
     row("no strings file", "fr.strings", "\"a\" = ", "this is no strings file");
+    row("an XLIFF document of two languages", "x.xlf",
+        "<xliff version=\"1.2\"><file target-language=\"fr\"><body/></file>\n"
+        "<file target-language=\"de\"><body/></file></xliff>",
+        ":2:27: the document has files for fr and for de: make it one document for each language");
+    for (const char *language : {"../../x", "C", "nonsense", "fr_FR.UTF-8"}) {
+        QTest::addRow("the language \"%s\"", language)
+            << u"a_fr.ts"_qs << ts(message("a", "<translation>b</translation>"), language)
+            << QByteArray("which is no locale identifier: say it with --locale, such as --locale fr");
+    }
     row("XLIFF 2", "fr.xlf", "<xliff version=\"2.0\"/>", "save or export it as XLIFF 1.2");
     row("another kind of file", "fr.po", "msgid", "files that end in .ts, .strings, .xlf or .xliff");
     row("65 levels of tags too many", "a_fr.ts",

@@ -1,20 +1,17 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "DeliveredFile.h"
+#include "FolderLock.h"
+#include "ImportedFiles.h"
 #include "ProjectEdit.h"
 
+#include <DocumentLines.h>
 #include <Merge.h>
-#include <OtherMessages.h>
-#include <TsReader.h>
 #include <XmlCharacters.h>
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QLocale>
-#include <QRegularExpression>
-
-#include <map>
 
 namespace {
 
@@ -38,7 +35,7 @@ public:
         if (m_timer.elapsed() - m_last < everyMs)
             return;
         m_last = m_timer.elapsed();
-        m_line.warn(what);
+        m_line.warn(forTerminal(what));
     }
 
 private:
@@ -54,13 +51,6 @@ struct Choices
     XliffKeys xliffKeys = XliffKeys::Auto;
 };
 
-// What all files of one locale brought.
-struct Batch
-{
-    QStringList paths;
-    QList<Message> messages;
-};
-
 class Import
 {
 public:
@@ -73,15 +63,24 @@ public:
 
     int run()
     {
+        FolderLock lock;
+        const QString locked = lock.take(m_folder, [this] {
+            warn(QStringLiteral("another import is writing to %1: waiting").arg(m_folder));
+        });
+        if (!locked.isEmpty())
+            return fail(locked);
         if (const int status = openProject(); status != Succeeded)
             return status;
-        for (const QString &path : QStringList(m_line.argument(0)) + m_line.argumentList()) {
-            if (const int status = readFile(path); status != Succeeded)
-                return status;
-        }
-        if (!QDir().mkpath(m_folder))
-            return m_line.fail(QStringLiteral("cannot make the folder %1").arg(m_folder));
-        for (const auto &[locale, batch] : m_batches) {
+        ImportedFiles files({platformLocale(option("locale")), m_choices.xliffKeys, m_project.sourceLocale,
+                             [this](const QString &base) { return baseTexts(base); },
+                             [this](const QString &what) { m_progress.say(what); }});
+        const QString problem = files.read(QStringList(m_line.argument(0)) + m_line.argumentList());
+        for (const QString &warning : files.warnings())
+            printErrorLine(forTerminal(warning));
+        if (!problem.isEmpty())
+            return fail(problem);
+        m_project.sourceLocale = files.sourceLocale();
+        for (const auto &[locale, batch] : files.batches()) {
             if (const int status = importInto(locale, batch); status != Succeeded)
                 return status;
         }
@@ -95,15 +94,19 @@ private:
     QString inFolder(const QString &name) const { return QDir(m_folder).filePath(name); }
     QString projectPath() const { return inFolder(QStringLiteral("project.json")); }
     QString localePath(const QString &locale) const { return inFolder(locale + QStringLiteral(".xlf")); }
+    int fail(const QString &what) const { return m_line.fail(forTerminal(what)); }
+    int misused(const QString &what) const { return m_line.misused(forTerminal(what)); }
+    void warn(const QString &what) const { m_line.warn(forTerminal(what)); }
+    static void say(const QString &what) { printLine(forTerminal(what)); }
     QString option(const char *name) const { return m_line.value(QLatin1StringView(name)); }
 
     int openProject()
     {
         const QString base = platformLocale(option("base"));
         for (const QString &locale : {base, platformLocale(option("locale"))}) {
-            if (!locale.isEmpty() && !isLocaleName(locale))
-                return m_line.misused(
-                    QStringLiteral("\"%1\" is no locale; write one like \"fr-CA\"").arg(locale));
+            if (!locale.isEmpty() && !isLanguageTag(locale))
+                return misused(QStringLiteral("\"%1\" is no locale identifier; give one such as fr or pt-BR")
+                                   .arg(locale));
         }
         if (!QFileInfo::exists(projectPath())) {
             m_project = freshProject(m_folder, base);
@@ -113,79 +116,19 @@ private:
         m_projectJson = readWholeFile(projectPath(), &error);
         const auto project = error.isEmpty() ? Project::fromJson(m_projectJson, &error) : std::nullopt;
         if (!project)
-            return m_line.fail(QStringLiteral("%1: %2").arg(projectPath(), error));
+            return fail(QStringLiteral("%1: %2").arg(projectPath(), error));
         m_project = *project;
         if (!base.isEmpty() && base != m_project.sourceLocale)
-            return m_line.misused(
-                QStringLiteral("--base says %1, but %2 says %3: leave --base out, or change "
-                               "\"sourceLocale\" there")
-                    .arg(base, projectPath(), m_project.sourceLocale));
+            return misused(QStringLiteral("--base says %1, but %2 says %3: leave --base out, or change "
+                                          "\"sourceLocale\" there")
+                               .arg(base, projectPath(), m_project.sourceLocale));
         return Succeeded;
     }
 
-    int readFile(const QString &path)
-    {
-        QString problem;
-        const QByteArray content = readWholeFile(path, &problem);
-        if (!problem.isEmpty())
-            return m_line.fail(problem);
-        FormatError error;
-        const auto file = readMessages(path, content, &error);
-        if (!file)
-            return m_line.fail(error.text(path) + QStringLiteral("; nothing was changed"));
-        for (const FormatError &warning : file->warnings)
-            printErrorLine(
-                FormatError{QStringLiteral("warning: ") + warning.what, warning.position}.text(path));
-        const QString locale = localeOf(path, *file);
-        if (locale.isEmpty())
-            return m_line.fail(
-                QStringLiteral("%1 does not say which language it is in: say it with --locale, such as "
-                               "--locale fr")
-                    .arg(path));
-        if (m_project.sourceLocale.isEmpty())
-            m_project.sourceLocale =
-                isLocaleName(file->sourceLocale) ? file->sourceLocale : QStringLiteral("en");
-        Batch &batch = m_batches[locale];
-        batch.paths.append(path);
-        for (Message message : file->messages) {
-            message.path = path;
-            batch.messages.append(message);
-        }
-        return Succeeded;
-    }
-
-    std::optional<MessageFile> readMessages(const QString &path, const QByteArray &content,
-                                            FormatError *error)
-    {
-        const QString suffix = QFileInfo(path).suffix();
-        const QString locale = option("locale");
-        if (suffix == u"strings" || suffix == u"plist")
-            return readStringsMessages(content, baseTexts(), error);
-        if (suffix == u"xlf" || suffix == u"xliff")
-            return readXliffMessages(content, locale, m_choices.xliffKeys, error);
-        if (suffix != u"ts") {
-            *error = {QStringLiteral("files that end in .ts, .strings, .xlf or .xliff can be imported"), {}};
-            return {};
-        }
-        // The name decides where nothing else does, as it does for Qt's tools.
-        const bool saysLocale = content.left(headLength).contains(" language=");
-        auto read = readTs(content, locale.isEmpty() && !saysLocale ? localeInName(path) : locale, error,
-                           [this, &path](qsizetype count) {
-                               m_progress.say(QStringLiteral("%1: %2 messages read").arg(path).arg(count));
-                           });
-        return read ? std::optional(read->file) : std::nullopt;
-    }
-
-    // Of the base language, by key: what a strings file of another language translates.
-    QHash<QString, QString> baseTexts()
+    // Of the base language, by key.
+    QHash<QString, QString> baseTexts(const QString &base) const
     {
         QHash<QString, QString> texts;
-        const QString base = m_project.sourceLocale;
-        if (const auto batch = m_batches.find(base); batch != m_batches.end()) {
-            for (const Message &message : batch->second.messages)
-                texts.insert(message.id, message.forms.value(QString()));
-            return texts;
-        }
         QString problem;
         const QByteArray content = readWholeFile(localePath(base), &problem);
         FormatError error;
@@ -196,35 +139,12 @@ private:
         return texts;
     }
 
-    QString localeOf(const QString &path, const MessageFile &file) const
-    {
-        for (const QString &locale :
-             {platformLocale(option("locale")), file.locale, platformLocale(localeInName(path))}) {
-            if (!locale.isEmpty() && isLocaleName(locale))
-                return locale;
-        }
-        return {};
-    }
-
-    // "app_fr_CA.ts", "fr.lproj/Localizable.strings", "fr.xlf"
-    static QString localeInName(const QString &path)
-    {
-        static const QRegularExpression lproj(
-            QStringLiteral("([A-Za-z]{2,3}(?:[-_][A-Za-z0-9]+)*)\\.lproj/[^/]*$"));
-        static const QRegularExpression name(
-            QStringLiteral("(?:^|[_.-])([a-z]{2,3}(?:[-_](?:[A-Z][a-z]{3}|[A-Z]{2}|[0-9]{3}))*)$"));
-        if (const auto match = lproj.match(QFileInfo(path).absoluteFilePath()); match.hasMatch())
-            return match.captured(1);
-        const QString last = name.match(QFileInfo(path).completeBaseName()).captured(1);
-        return QLocale(last).language() == QLocale::C ? QString() : last; // "my_app" is no language
-    }
-
-    int importInto(const QString &locale, const Batch &batch)
+    int importInto(const QString &locale, const ImportedBatch &batch)
     {
         QString problem;
         const auto file = openLocale(locale, &problem);
         if (!file)
-            return m_line.fail(problem);
+            return fail(problem);
         LocaleFile strings = *file;
         const MergeResult result = mergeMessages(
             strings, batch.messages, {locale, m_choices.contexts, m_line.isSet(QStringLiteral("locations"))},
@@ -235,11 +155,11 @@ private:
             printErrorLine(warning);
         const QByteArray document = strings.document();
         if (const auto wrong = xmlProblem(document))
-            return m_line.fail(QStringLiteral("%1 would not be readable: %2; nothing was changed in it")
-                                   .arg(localePath(locale), wrong->what));
+            return fail(QStringLiteral("%1 would not be readable: %2; nothing was changed in it")
+                            .arg(localePath(locale), wrong->what));
         const bool isSame = QFileInfo::exists(localePath(locale)) && result.fresh + result.changed == 0;
         if (!isSame && !writeWholeFile(localePath(locale), document, &problem))
-            return m_line.fail(problem);
+            return fail(problem);
         report(locale, batch, result);
         if (!m_project.hasLocale(locale))
             m_newLocales.append(locale);
@@ -259,7 +179,7 @@ private:
         return file;
     }
 
-    void report(const QString &locale, const Batch &batch, const MergeResult &result) const
+    void report(const QString &locale, const ImportedBatch &batch, const MergeResult &result) const
     {
         QString line = QStringLiteral("%1 -> %2: %3 new, %4 changed, %5 unchanged")
                            .arg(batch.paths.join(QStringLiteral(", ")), localePath(locale))
@@ -272,7 +192,11 @@ private:
             line += QStringLiteral("; %1 unfinished (not served)").arg(result.unfinished);
         if (result.obsolete > 0)
             line += QStringLiteral("; %1 vanished or obsolete (skipped)").arg(result.obsolete);
-        printLine(line);
+        if (result.duplicates > 0)
+            line += QStringLiteral("; %1 duplicate%2 (left out)")
+                        .arg(result.duplicates)
+                        .arg(result.duplicates == 1 ? QString() : QStringLiteral("s"));
+        say(line);
     }
 
     int saveProject()
@@ -282,29 +206,28 @@ private:
         if (json.isNull()) {
             m_project.targetLocales = m_newLocales;
             json = projectJson(m_project);
-            printLine(
-                QStringLiteral("%1: made for project \"%2\", source locale %3, with a fresh delivery key")
+            say(QStringLiteral("%1: made for project \"%2\", source locale %3, with a fresh delivery key")
                     .arg(projectPath(), m_project.projectId, m_project.sourceLocale));
         } else {
             for (const QString &locale : std::as_const(m_newLocales)) {
                 json = withTargetLocale(json, locale);
                 if (json.isNull())
-                    return m_line.fail(QStringLiteral("add \"%1\" to \"targetLocales\" in %2 yourself")
-                                           .arg(locale, projectPath()));
-                printLine(QStringLiteral("%1: target locale %2 added").arg(projectPath(), locale));
+                    return fail(QStringLiteral("add \"%1\" to \"targetLocales\" in %2 yourself")
+                                    .arg(locale, projectPath()));
+                say(QStringLiteral("%1: target locale %2 added").arg(projectPath(), locale));
             }
         }
         if (json == m_projectJson || writeWholeFile(projectPath(), json, &problem))
             return Succeeded;
-        return m_line.fail(problem);
+        return fail(problem);
     }
 
     void sayWhatNext() const
     {
-        printLine(QStringLiteral("Next:\n  dorvane check %1\n  dorvane serve %1").arg(m_folder));
+        say(QStringLiteral("Next:"));
+        say(QStringLiteral("  dorvane check %1").arg(m_folder));
+        say(QStringLiteral("  dorvane serve %1").arg(m_folder));
     }
-
-    static constexpr qsizetype headLength = 4096;
 
     const CommandLine &m_line;
     const Choices m_choices;
@@ -312,7 +235,6 @@ private:
     Progress m_progress;
     Project m_project;
     QByteArray m_projectJson; // null: there is none yet
-    std::map<QString, Batch> m_batches;
     QStringList m_newLocales;
 };
 

@@ -135,3 +135,8 @@ QString forTerminal(const QString &text, qsizetype most)
         characters.resize(most);
     return visible(characters) + (cuts ? QStringLiteral("...") : QString());
 }
+
+QString forTerminal(const QString &text)
+{
+    return visible(text.toUcs4());
+}

@@ -42,3 +42,4 @@ private:
 
 // A text from a document for one line of a terminal: no control characters, at most `most` characters.
 QString forTerminal(const QString &text, qsizetype most);
+QString forTerminal(const QString &text); // the whole text

@@ -37,6 +37,12 @@ QString fingerprint(const Message &message)
     return result;
 }
 
+// All that a lookup can tell messages apart by.
+QString identity(const Message &message)
+{
+    return message.id.isEmpty() ? commentKey(message) : QString(QChar(u'\0') + message.id);
+}
+
 // The messages of a plain key.
 class Source
 {
@@ -81,11 +87,11 @@ public:
     KeyedFile keyed(const QList<Message> &messages)
     {
         for (const Message &message : messages) {
-            if (message.state != Message::Obsolete)
+            if (message.state != Message::Obsolete && !isDuplicate(message))
                 m_sources[plainKey(message)].add(message);
         }
         for (const Message &message : messages) {
-            if (message.state != Message::Obsolete)
+            if (message.state != Message::Obsolete && !m_duplicates.contains(&message))
                 place(message);
         }
         m_result.replacedKeys.removeIf([this](const QString &key) { return m_places.contains(key); });
@@ -93,6 +99,20 @@ public:
     }
 
 private:
+    bool isDuplicate(const Message &message)
+    {
+        if (!isTranslated(message))
+            return false;
+        const Message *&first = m_translated[identity(message)];
+        if (!first)
+            first = &message;
+        if (first == &message || first->forms == message.forms)
+            return false;
+        m_result.duplicates.append(DuplicateMessage{first, &message});
+        m_duplicates.insert(&message);
+        return true;
+    }
+
     void place(const Message &message)
     {
         const QString plain = plainKey(message);
@@ -130,6 +150,8 @@ private:
     const std::function<bool(const QString &)> &m_isInUse;
     QHash<QString, Source> m_sources;
     QHash<QString, qsizetype> m_places;
+    QHash<QString, const Message *> m_translated; // the first one of each identity
+    QSet<const Message *> m_duplicates;
     KeyedFile m_result;
 };
 

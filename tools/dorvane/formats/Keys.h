@@ -29,11 +29,19 @@ struct KeyConflict
     QList<const Message *> messages; // one for each translation
 };
 
+// Two messages that nothing tells apart and that have different translations; the first one counts.
+struct DuplicateMessage
+{
+    const Message *first;
+    const Message *second;
+};
+
 struct KeyedFile
 {
     QList<KeyedMessages> keys; // in the order of the files
     QList<KeyConflict> conflicts;
-    QList<QString> replacedKeys; // plain keys that keys with contexts take the place of
+    QList<DuplicateMessage> duplicates; // the second ones are under no key
+    QList<QString> replacedKeys;        // plain keys that keys with contexts take the place of
 };
 
 // Of messages that are not obsolete. `isInUse`: whether the folder has the key already; a text that once got

@@ -196,6 +196,12 @@ QString LocaleFile::target(const QString &key, const QString &category) const
     return {};
 }
 
+QList<XliffUse> LocaleFile::uses(const QString &key) const
+{
+    const auto units = m_unitsOfKey.constFind(key);
+    return units == m_unitsOfKey.constEnd() ? QList<XliffUse>() : m_units[units->constFirst()].uses;
+}
+
 QByteArray LocaleFile::indentationBefore(qsizetype position) const
 {
     qsizetype begin = position;

@@ -43,6 +43,9 @@ public:
     // What a category's unit of a key holds; null when there is none or it has no text.
     QString target(const QString &key, const QString &category) const;
 
+    // Where the key's text is used, as far as it is noted.
+    QList<XliffUse> uses(const QString &key) const;
+
     // Puts a string in, once for each key at most. A form without a translation keeps the one that is there;
     // notes of others stay. Units that say the same already stay as they are written.
     Change put(const LocaleString &string);

@@ -3,6 +3,8 @@
 #include "NumerusForms.h"
 #include "XmlCharacters.h"
 
+#include <DocumentLines.h>
+
 #include <algorithm>
 
 namespace {
@@ -14,15 +16,21 @@ constexpr qsizetype longestText = 256 * 1024;
 QString shortened(const QString &text)
 {
     constexpr qsizetype enough = 60;
-    QString line = text.simplified();
-    if (line.size() > enough)
-        line = line.first(enough) + u"…";
-    return u'"' + line + u'"';
+    const QString line = text.simplified();
+    const QString cut = line.size() > enough ? QString(line.first(enough) + u"…") : line;
+    return u'"' + forTerminal(cut) + u'"';
+}
+
+// "Window", or "Window (comment)"
+QString whereUsed(const QString &context, const QString &comment)
+{
+    const QString addition = comment.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(comment);
+    return forTerminal(QString(context + addition).simplified());
 }
 
 QString at(const Message &message, const QString &what)
 {
-    return FormatError{what, message.position}.text(message.path);
+    return FormatError{what, message.position}.text(forTerminal(message.path));
 }
 
 QString firstText(const Message &message)
@@ -46,6 +54,9 @@ public:
                                          [this](const QString &key) { return m_file.has(key); });
         for (const KeyConflict &conflict : keyed.conflicts)
             report(conflict);
+        for (const DuplicateMessage &duplicate : keyed.duplicates)
+            report(duplicate);
+        m_result.duplicates = int(keyed.duplicates.size());
         countStates(messages);
         qsizetype done = 0;
         for (const KeyedMessages &key : keyed.keys) {
@@ -79,11 +90,8 @@ private:
                                      .arg(shortened(first.source))
                                      .arg(conflict.messages.size()));
         for (const Message *message : conflict.messages) {
-            const QString comment = message->comment.isEmpty()
-                                        ? QString()
-                                        : QStringLiteral(" (%1)").arg(message->comment.simplified());
-            text += QStringLiteral("\n    %1%2: %3, line %4")
-                        .arg(message->context, comment, shortened(firstText(*message)))
+            text += QStringLiteral("\n    %1: %2, line %3")
+                        .arg(whereUsed(message->context, message->comment), shortened(firstText(*message)))
                         .arg(message->position.line);
         }
         text +=
@@ -94,11 +102,56 @@ private:
         m_result.warnings.append(text);
     }
 
+    void report(const DuplicateMessage &duplicate)
+    {
+        const QString name =
+            shortened(duplicate.second->id.isEmpty() ? duplicate.second->source : duplicate.second->id);
+        m_result.warnings.append(
+            at(*duplicate.second,
+               QStringLiteral("warning: %1 is a duplicate with another translation:").arg(name)) +
+            QStringLiteral("\n    %1\n    %2\n  The first one is kept. Remove one of them.")
+                .arg(at(*duplicate.first, shortened(firstText(*duplicate.first))),
+                     at(*duplicate.second, shortened(firstText(*duplicate.second)))));
+    }
+
+    // The folder's text comes from contexts that these messages know nothing of, so from another file.
+    void warnOfReplaced(const KeyedMessages &keyed, const LocaleString &string)
+    {
+        const QList<XliffUse> uses = m_file.uses(string.key);
+        if (uses.isEmpty() || string.uses.isEmpty())
+            return;
+        const auto isHere = [&string](const XliffUse &use) {
+            return std::any_of(string.uses.cbegin(), string.uses.cend(), [&use](const XliffUse &here) {
+                return here.context == use.context && here.comment == use.comment;
+            });
+        };
+        if (std::any_of(uses.cbegin(), uses.cend(), isHere))
+            return;
+        for (auto form = string.forms.cbegin(); form != string.forms.cend(); ++form) {
+            const QString old = m_file.target(string.key, form.key());
+            if (old.isEmpty() || !form.value() || *form.value() == old)
+                continue;
+            const Message &first = *keyed.messages.constFirst();
+            m_result.warnings.append(
+                at(first,
+                   QStringLiteral("warning: %1 has 2 different translations:\n    %2: %3, in the folder"
+                                  "\n    %4: %5, line %6\n  The last one is used everywhere. Import the "
+                                  "files of both in one call, and each is kept under a key with its "
+                                  "context.")
+                       .arg(shortened(first.source),
+                            whereUsed(uses.constFirst().context, uses.constFirst().comment), shortened(old),
+                            whereUsed(first.context, first.comment), shortened(*form.value()))
+                       .arg(first.position.line)));
+            return;
+        }
+    }
+
     void put(const KeyedMessages &keyed)
     {
         if (!isUsable(keyed))
             return;
         const LocaleString string = stringOf(keyed);
+        warnOfReplaced(keyed, string);
         m_put.insert(keyed.key);
         switch (m_file.put(string)) {
         case LocaleFile::New:

@@ -21,6 +21,7 @@ struct MergeResult
     int kept = 0;       // strings of the file that the messages know nothing of
     int unfinished = 0; // not served
     int obsolete = 0;   // skipped
+    int duplicates = 0; // left out
     QStringList warnings;
 };
 

@@ -125,11 +125,17 @@ std::optional<MessageFile> readXliffMessages(const QByteArray &document, const Q
     const auto read = readXliff(document, error);
     if (!read)
         return {};
+    if (!read->otherTargetLocale.isEmpty()) {
+        *error = {QStringLiteral("the document has files for %1 and for %2: make it one document for each "
+                                 "language and import them one by one")
+                      .arg(read->targetLocale, read->otherTargetLocale),
+                  read->otherTargetPosition};
+        return {};
+    }
     return Conversion(locale.isEmpty() ? read->targetLocale : locale, keys).convert(*read);
 }
 
-std::optional<MessageFile> readStringsMessages(const QByteArray &document,
-                                               const QHash<QString, QString> &sources, FormatError *error)
+std::optional<MessageFile> readBaseStringsMessages(const QByteArray &document, FormatError *error)
 {
     const auto texts = dv_stringsFileFromData(document);
     if (!texts) {
@@ -144,9 +150,20 @@ std::optional<MessageFile> readStringsMessages(const QByteArray &document,
     for (const QString &key : std::as_const(keys)) {
         Message message;
         message.id = key;
-        message.source = sources.value(key, key);
-        message.forms.insert(QString(), texts->value(key));
+        message.source = texts->value(key);
+        message.forms.insert(QString(), message.source);
         file.messages.append(message);
     }
+    return file;
+}
+
+std::optional<MessageFile> readStringsMessages(const QByteArray &document,
+                                               const QHash<QString, QString> &sources, FormatError *error)
+{
+    auto file = readBaseStringsMessages(document, error);
+    if (!file)
+        return {};
+    for (Message &message : file->messages)
+        message.source = sources.value(message.id, message.id);
     return file;
 }

@@ -22,3 +22,5 @@ std::optional<MessageFile> readXliffMessages(const QByteArray &document, const Q
 // `"key" = "text";`, sorted by key. `sources`: texts of the base language, where they are known.
 std::optional<MessageFile> readStringsMessages(const QByteArray &document,
                                                const QHash<QString, QString> &sources, FormatError *error);
+// Of the base language itself: each text is its own source.
+std::optional<MessageFile> readBaseStringsMessages(const QByteArray &document, FormatError *error);

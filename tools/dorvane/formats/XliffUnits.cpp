@@ -63,10 +63,16 @@ private:
 
     void readFile()
     {
+        const QString locale = platformLocale(attribute("target-language"));
         if (m_result.sourceLocale.isEmpty())
             m_result.sourceLocale = platformLocale(attribute("source-language"));
-        if (m_result.targetLocale.isEmpty())
-            m_result.targetLocale = platformLocale(attribute("target-language"));
+        if (m_result.targetLocale.isEmpty()) {
+            m_result.targetLocale = locale;
+        } else if (!locale.isEmpty() && m_result.otherTargetLocale.isEmpty() &&
+                   locale.compare(m_result.targetLocale, Qt::CaseInsensitive) != 0) {
+            m_result.otherTargetLocale = locale;
+            m_result.otherTargetPosition = {m_xml.lineNumber(), m_xml.columnNumber()};
+        }
         readContainer({attribute("original"), {}, false});
     }
 

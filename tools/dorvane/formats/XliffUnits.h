@@ -50,6 +50,8 @@ struct XliffDocument
 {
     QString sourceLocale; // of the first <file>
     QString targetLocale;
+    QString otherTargetLocale; // empty: all <file>s that say one say the same
+    FilePosition otherTargetPosition;
     QList<XliffUnit> units;
 };
 
