@@ -361,7 +361,8 @@ void tst_Import::reportsConflictsAcrossCalls()
 {
     const auto imported = [this](const QByteArray &context, const QByteArray &translation) {
         const QByteArray document = ts(message("Quit", "<translation>" + translation + "</translation>"));
-        write(u"app_fr.ts"_qs, QByteArray(document).replace("<name>A<", QByteArray("<name>" + context + "<")));
+        write(u"app_fr.ts"_qs,
+              QByteArray(document).replace("<name>A<", QByteArray("<name>" + context + "<")));
         return import({path(u"app_fr.ts"_qs)}).errors;
     };
     QCOMPARE(imported("W", "Quitter"), QByteArray());
