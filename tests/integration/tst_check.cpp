@@ -67,10 +67,10 @@ Found findingsOf(const QStringList &paths, const QStringList &options = {})
     Found found{run.status, {}};
     const QJsonArray files =
         QJsonDocument::fromJson(run.output).object().value(QStringLiteral("files")).toArray();
-    for (const QJsonValue &file : files) {
+    for (const auto &file : files) {
         QStringList findings;
         const QJsonArray list = file[u"findings"_qs].toArray();
-        for (const QJsonValue &finding : list)
+        for (const auto &finding : list)
             findings += finding[u"severity"_qs].toString() + u' ' + finding[u"rule"_qs].toString();
         found.byFile += findings;
     }

@@ -90,7 +90,7 @@ Diagnosis diagnosisOf(const QString &url, const QStringList &options = {})
     Diagnosis diagnosis{run.status, {}, {}, {}};
     const QJsonArray steps =
         QJsonDocument::fromJson(run.output).object().value(QStringLiteral("steps")).toArray();
-    for (const QJsonValue &step : steps) {
+    for (const auto &step : steps) {
         const QString name = step[u"step"_qs].toString();
         diagnosis.seen.insert(name, step[u"seen"_qs].toString());
         if (const QString verdict = step[u"verdict"_qs].toString(); verdict != u"ok") {
