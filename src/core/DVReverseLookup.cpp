@@ -11,7 +11,7 @@ DVStringPtr DVMainController::dorvaneStringForLocalizedString(const QString &tex
         marked.prepend(QChar(DVCueMarker::stringStart));
     if (!marked.endsWith(QChar(DVCueMarker::stringEnd)))
         marked.append(QChar(DVCueMarker::stringEnd));
-    const QString hash = marked.toLower();
+    const QString hash = dv_lowerCased(marked);
     if (m_localeStrings) {
         if (const DVStringPtr string = m_localeStrings->dorvaneStringForLocalizedString(hash))
             return string;

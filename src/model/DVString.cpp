@@ -31,11 +31,31 @@ QList<QString> namesInOrderOfPresentation(const DVStringGroup &group)
 
 } // namespace
 
+// QString::toLower moves the rest of the text for every character whose lower case is longer. There is one,
+// U+0130, and a text of a million of them must not take a minute.
+QString dv_lowerCased(const QString &text)
+{
+    constexpr QChar growing(u'\u0130');
+    qsizetype next = text.indexOf(growing);
+    if (next < 0)
+        return text.toLower();
+    const QString grown = QString(growing).toLower();
+    QString lower;
+    lower.reserve(text.size() + text.size() / 8);
+    qsizetype from = 0;
+    for (; next >= 0; next = text.indexOf(growing, from)) {
+        lower += text.mid(from, next - from).toLower();
+        lower += grown;
+        from = next + 1;
+    }
+    return lower + text.mid(from).toLower();
+}
+
 QString dv_localizedHash(const QString &text, bool dynamic)
 {
     if (!dynamic)
-        return text.toLower();
-    return dv_enumerateCuesUsingBlock(text, [](const QString &) { return std::nullopt; }).toLower();
+        return dv_lowerCased(text);
+    return dv_lowerCased(dv_enumerateCuesUsingBlock(text, [](const QString &) { return std::nullopt; }));
 }
 
 void DVString::extractFormatFromString(const QString &markedText)

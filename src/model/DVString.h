@@ -38,6 +38,9 @@ public:
 };
 using DVStringPtr = std::shared_ptr<DVString>;
 
+// QString::toLower in a time that grows with the length of the text only.
+QString dv_lowerCased(const QString &text);
+
 // The comparison key of a text: lower-cased, and for a dynamic text with its arguments emptied.
 QString dv_localizedHash(const QString &text, bool dynamic);
 

@@ -1,7 +1,10 @@
 #include "DVCueMarkers.h"
 #include "DVString.h"
 
+#include <QElapsedTimer>
 #include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -43,6 +46,7 @@ private Q_SLOTS:
     void dynamicStringKeepsItsSpecifiers();
     void hash_data();
     void hash();
+    void hashOfHostileTexts();
     void chosenForm_data();
     void chosenForm();
     void laterFormReplacesEarlier();
@@ -113,6 +117,16 @@ void tst_String::hash()
     const auto second = extracted(dv_stringWithCues(other));
     QTEST(first.localizedHash == second.localizedHash, "equal");
     QCOMPARE(dv_localizedHash(first.localizedFormat, first.dynamic), first.localizedHash);
+}
+
+void tst_String::hashOfHostileTexts()
+{
+    const QString dotted = QString(1'000'000, QChar(u'\u0130')); // its lower case is two characters
+    QElapsedTimer timer;
+    timer.start();
+    const QString hash = dv_localizedHash(u"\u00C9A"_qs + dotted + u"Z\U00010400", false);
+    QVERIFY2(timer.elapsed() < 5000, "not linear"); // QString::toLower takes three times that
+    QCOMPARE(hash, u"\u00E9a"_qs + u"i\u0307"_qs.repeated(1'000'000) + u"z\U00010428");
 }
 
 void tst_String::chosenForm_data()
