@@ -36,6 +36,9 @@ QList<QString> namesInOrderOfPresentation(const DVStringGroup &group)
 QString dv_lowerCased(const QString &text)
 {
     constexpr QChar growing(u'\u0130');
+    constexpr qsizetype fewEnough = 1024;
+    if (text.size() <= fewEnough)
+        return text.toLower();
     qsizetype next = text.indexOf(growing);
     if (next < 0)
         return text.toLower();
