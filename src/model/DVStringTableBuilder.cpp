@@ -1,6 +1,6 @@
-#include "DVCue.h"
 #include "DVStringTable.h"
 #include "DVStringTablePrivate.h"
+#include "DVTextMarks.h"
 #include "DVUtf8.h"
 
 #include <algorithm>
@@ -37,34 +37,6 @@ void setOnlyForm(Block::Record &record, const Block::Form &form)
     record.category = form.category;
     setFlag(record, Block::IsNamed, form.isNamed);
     setFlag(record, Block::HasSeveralForms, false);
-}
-
-bool isCue(char16_t c)
-{
-    using namespace DVCueMarker;
-    return c == stringStart || c == stringEnd || c == argumentStart || c == argumentEnd;
-}
-
-// Whether the last argument has no end marker. Records close it (see dv_enumerateCuesUsingBlock), and
-// a lookup has to give what the record says.
-bool endsInsideArgument(string_view text)
-{
-    constexpr string_view start = "\xE2\x81\xA3";
-    constexpr string_view end = "\xE2\x81\xA4";
-    if (text.find(start) == string_view::npos)
-        return false;
-    const auto lastEnd = text.rfind(end);
-    return lastEnd == string_view::npos || lastEnd < text.rfind(start);
-}
-
-// U+2400 to U+241F: E2 90 80 to E2 90 9F.
-bool hasControlPicture(string_view key)
-{
-    for (auto at = key.find('\xE2'); at != string_view::npos; at = key.find('\xE2', at + 1)) {
-        if (at + 2 < key.size() && key[at + 1] == '\x90' && (key[at + 2] & 0xE0) == 0x80)
-            return true;
-    }
-    return false;
 }
 
 // A form of a key with several, until the table is built.
@@ -165,7 +137,7 @@ uint32_t DVStringTableBuilder::Private::findOrAddRecord(string_view key)
         if (slot.hash == hash && Block::key(block.record(slot.record)) == key)
             return slot.record;
     }
-    block.pictureKeys = block.pictureKeys || hasControlPicture(key);
+    block.pictureKeys = block.pictureKeys || dv_hasControlPicture(key);
     const auto offset = uint32_t(block.recordUnits());
     const std::size_t size = Block::unitsOf(key.size()) * Block::recordUnit;
     char *const room = block.records.reserve(size);
@@ -244,7 +216,7 @@ Block::Form DVStringTableBuilder::Private::makeForm(const Form &form, const Bloc
     auto *const out = reinterpret_cast<QChar *>(
         block.texts.reserve(std::size_t(decoder.requiredSpace(qsizetype(form.text.size()))) + 1));
     QChar *end = decoder.appendToBuffer(out, QByteArrayView(form.text.data(), qsizetype(form.text.size())));
-    if (endsInsideArgument(form.text))
+    if (dv_endsInsideArgument(form.text))
         *end++ = QChar(DVCueMarker::argumentEnd);
     result.textLength = uint32_t(end - out);
     if (result.textLength <= replaced.textLength) {
@@ -326,7 +298,7 @@ bool DVStringTableBuilder::Private::textEqualsKey(const Block::Record &record)
     const char16_t *const text = block.texts.data() + record.text;
     plain.clear();
     for (const char16_t c : std::u16string_view(text, record.textLength)) {
-        if (!block.marked || !isCue(c))
+        if (!block.marked || !dv_isCue(c))
             plain.push_back(c == fullwidthPercent ? u'%' : c);
         // Most texts differ from their key at once.
         if (plain.size() == 1 && (record.keyLength == 0 || (plain[0] < 0x80 && plain[0] != u'%' &&

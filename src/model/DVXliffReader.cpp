@@ -1,6 +1,7 @@
 #include "DVXliffReader.h"
 
 #include "DVMarkupScanner.h"
+#include "DVXliffPlace.h"
 #include "DVXliffUnitStates.h"
 #include "DVXmlEncoding.h"
 #include "DVXmlLastError.h"
@@ -25,18 +26,7 @@ string_view viewOf(const xmlChar *begin, size_t length)
     return {reinterpret_cast<const char *>(begin), length};
 }
 
-struct Position
-{
-    int line = 1;
-    qint64 column = 1;
-};
-
-qint64 characterCount(string_view text)
-{
-    return std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; });
-}
-
-DVError errorAt(ErrorCode code, QString text, Position position)
+DVError errorAt(ErrorCode code, QString text, DVXliffPlace::Position position)
 {
     constexpr qsizetype longestText = 200; // the parser quotes names, and those may be long
     text.truncate(longestText);
@@ -57,14 +47,11 @@ struct DVXliffReader::Private
     void parse(string_view bytes);
     void parseCData(bool staysOpen);
     void parseEnd();
-    void endPiece();
     void fail(ErrorCode code, const QString &text);
     void stop(ErrorCode code, const QString &text);
     void refuse(DVMarkupScan::Problem problem);
     void stopIfTooLong();
     bool enter(int namespaceCount, int attributeCount);
-    Position position() const;
-    Position positionAt(size_t offset) const;
     DVXliffUnitStates::Element elementOf(const xmlChar *name, const xmlChar *prefix) const;
 
     static const xmlSAXHandler &handlers();
@@ -95,11 +82,7 @@ struct DVXliffReader::Private
     std::array<quint16, maximumDepth> namespacesOfElement{};
     int namespacesInScope = 0;
 
-    string_view piece;      // of the document, that the parser is reading
-    size_t bytesAdded = 0;  // by us in front of it
-    qint64 pieceOffset = 0; // in what the parser was given
-    qint64 bytesParsed = 0;
-    qint64 columnsBeforePiece = 0; // characters of the line that the piece begins in
+    DVXliffPlace place;
 };
 
 const xmlSAXHandler &DVXliffReader::Private::handlers()
@@ -157,35 +140,31 @@ size_t DVXliffReader::Private::readWindow(string_view window, DVWindow kind)
         return 0;
     }
     const DVMarkupScan scan = dv_scanMarkup(window, insideCData, kind);
-    piece = window.substr(0, scan.end);
+    place.piece = window.substr(0, scan.end);
     if (insideCData || scan.insideCData)
         parseCData(scan.insideCData);
     else
-        parse(piece);
+        parse(place.piece);
     insideCData = scan.insideCData;
     if (kind == DVWindow::Last && scan.problem == DVMarkupScan::None)
         parseEnd();
     if (!error)
         refuse(scan.problem);
-    endPiece();
+    place.endPiece();
     return error ? 0 : scan.end;
 }
 
 // What the scanner found where the piece ends.
 void DVXliffReader::Private::refuse(DVMarkupScan::Problem problem)
 {
-    const Position place = positionAt(piece.size());
-    switch (problem) {
-    case DVMarkupScan::None:
-        break;
-    case DVMarkupScan::DocumentType:
-        error = errorAt(DocumentType, QStringLiteral("Document type declarations are not allowed"), place);
-        break;
-    case DVMarkupScan::MarkupTooLong:
+    if (problem == DVMarkupScan::None)
+        return;
+    const DVXliffPlace::Position end = place.positionAt(parser, place.piece.size());
+    if (problem == DVMarkupScan::DocumentType)
+        error = errorAt(DocumentType, QStringLiteral("Document type declarations are not allowed"), end);
+    else
         error =
-            errorAt(Limit, QStringLiteral("Markup is longer than %1 bytes").arg(maximumMarkupLength), place);
-        break;
-    }
+            errorAt(Limit, QStringLiteral("Markup is longer than %1 bytes").arg(maximumMarkupLength), end);
 }
 
 void DVXliffReader::Private::parse(string_view bytes)
@@ -193,7 +172,7 @@ void DVXliffReader::Private::parse(string_view bytes)
     const DVXmlLastError hosts;
     if (!bytes.empty())
         xmlParseChunk(parser, bytes.data(), int(bytes.size()), 0);
-    bytesParsed += qint64(bytes.size());
+    place.bytesParsed += qint64(bytes.size());
     if (!error && xmlDictSize(parser->dict) > maximumNames)
         fail(Limit, QStringLiteral("More than %1 different names").arg(maximumNames));
     // It got nothing but whole markups, and still waits for the end of one.
@@ -206,9 +185,9 @@ void DVXliffReader::Private::parse(string_view bytes)
 void DVXliffReader::Private::parseCData(bool staysOpen)
 {
     constexpr string_view opening = "<![CDATA[";
-    bytesAdded = insideCData ? opening.size() : 0;
-    std::string section(opening.substr(0, bytesAdded));
-    section += piece;
+    place.bytesAdded = insideCData ? opening.size() : 0;
+    std::string section(opening.substr(0, place.bytesAdded));
+    section += place.piece;
     if (staysOpen)
         section += "]]>";
     parse(section);
@@ -223,45 +202,10 @@ void DVXliffReader::Private::parseEnd()
         fail(Syntax, QStringLiteral("Malformed document"));
 }
 
-void DVXliffReader::Private::endPiece()
-{
-    const size_t lineStart = piece.rfind('\n');
-    if (lineStart == string_view::npos)
-        columnsBeforePiece += characterCount(piece);
-    else
-        columnsBeforePiece = characterCount(piece.substr(lineStart + 1));
-    pieceOffset = bytesParsed;
-    bytesAdded = 0;
-    piece = {};
-}
-
-// Where the parser stands.
-Position DVXliffReader::Private::position() const
-{
-    const qint64 consumed = xmlByteConsumed(parser) - pieceOffset - qint64(bytesAdded);
-    if (consumed < 0) // in a piece before, of which it had kept a rest
-        return {parser->input ? parser->input->line : 1, parser->input ? parser->input->col : 1};
-    return positionAt(size_t(consumed));
-}
-
-// Of a byte of the piece.
-Position DVXliffReader::Private::positionAt(size_t offset) const
-{
-    const qint64 consumed = std::max<qint64>(0, xmlByteConsumed(parser) - pieceOffset - qint64(bytesAdded));
-    const string_view before = piece.substr(0, offset);
-    const string_view ahead = before.substr(std::min(size_t(consumed), before.size()));
-    const int line =
-        (parser->input ? parser->input->line : 1) + int(std::count(ahead.begin(), ahead.end(), '\n'));
-    const size_t lineStart = before.rfind('\n');
-    if (lineStart == string_view::npos)
-        return {line, columnsBeforePiece + characterCount(before) + 1};
-    return {line, characterCount(before.substr(lineStart + 1)) + 1};
-}
-
 void DVXliffReader::Private::fail(ErrorCode code, const QString &text)
 {
     if (!error)
-        error = errorAt(code, text, position());
+        error = errorAt(code, text, place.position(parser));
 }
 
 // From inside a callback: no further callback comes.
