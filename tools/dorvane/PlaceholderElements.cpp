@@ -1,138 +1,85 @@
 #include "PlaceholderElements.h"
 
-#include <QByteArrayView>
-#include <QString>
+#include "QtPlaceholder.h"
+#include "XmlScanner.h"
+
+#include <algorithm>
 
 namespace {
 
-bool isDigit(char c, char lowest)
-{
-    return c >= lowest && c <= '9';
-}
-
-// The length of the placeholder at the start of `text`, 0 when there is none.
-qsizetype placeholderLength(QByteArrayView text)
-{
-    const auto at = [text](qsizetype i) { return i < text.size() ? text[i] : '\0'; };
-    const qsizetype first = at(1) == 'L' ? 2 : 1;
-    if (at(first) == 'n')
-        return first + 1;
-    if (!isDigit(at(first), '1'))
-        return 0;
-    return isDigit(at(first + 1), '0') ? first + 2 : first + 1;
-}
-
-// Copies a document piece by piece and knows where it is.
+// Copies a document piece by piece.
 class Rewriter
 {
 public:
     explicit Rewriter(QByteArrayView document)
-        : m_rest(document)
+        : m_document(document)
+        , m_scanner(document)
     {
         m_result.reserve(document.size() + document.size() / 16);
     }
 
     QByteArray rewritten()
     {
-        while (!m_rest.isEmpty()) {
-            if (m_rest.startsWith("<!--"))
-                copy(lengthThrough("-->"));
-            else if (m_rest.startsWith("<![CDATA["))
-                rewriteText(lengthThrough("]]>"), "]]>", "<![CDATA[");
-            else if (m_rest.startsWith("<?"))
-                copy(lengthThrough("?>"));
-            else if (m_rest.startsWith('<'))
-                copyTag();
+        for (auto kind = m_scanner.next(); kind != XmlScanner::End; kind = m_scanner.next()) {
+            if (kind == XmlScanner::Text)
+                rewriteText({}, {});
+            else if (kind == XmlScanner::CData)
+                rewriteText("]]>", "<![CDATA[");
             else
-                rewriteText(lengthBefore('<'), {}, {});
+                passTag(kind);
         }
+        copyTo(m_document.size());
         return m_result;
     }
     int count() const { return m_count; }
 
 private:
-    qsizetype lengthThrough(QByteArrayView end) const
+    void copyTo(qsizetype end)
     {
-        const qsizetype position = m_rest.indexOf(end);
-        return position < 0 ? m_rest.size() : position + end.size();
-    }
-    qsizetype lengthBefore(char end) const
-    {
-        const qsizetype position = m_rest.indexOf(end);
-        return position < 0 ? m_rest.size() : position;
-    }
-    void copy(qsizetype length)
-    {
-        m_result.append(m_rest.first(length));
-        m_rest = m_rest.sliced(length);
+        m_result.append(m_document.sliced(m_copied, end - m_copied));
+        m_copied = end;
     }
 
-    // A ">" in an attribute's value does not end the tag.
-    qsizetype tagLength() const
+    void passTag(XmlScanner::Kind kind)
     {
-        char quote = '\0';
-        for (qsizetype i = 0; i < m_rest.size(); ++i) {
-            const char c = m_rest[i];
-            if (quote != '\0')
-                quote = c == quote ? '\0' : quote;
-            else if (c == '"' || c == '\'')
-                quote = c;
-            else if (c == '>')
-                return i + 1;
-        }
-        return m_rest.size();
-    }
-    void copyTag()
-    {
-        const QByteArrayView tag = m_rest.first(tagLength());
-        const bool closes = tag.startsWith("</");
-        const QByteArrayView name = nameIn(tag.sliced(closes ? 2 : 1));
-        const int step = closes ? -1 : (tag.endsWith("/>") ? 0 : 1);
+        const int step = kind == XmlScanner::EndTag ? -1 : (kind == XmlScanner::EmptyTag ? 0 : 1);
+        const QByteArrayView name = m_scanner.name();
         if (name == "source" || name == "target") {
             m_textDepth += step;
             m_ids = 0;
         } else if (name == "ph") {
             m_placeholderDepth += step;
         }
-        copy(tag.size());
-    }
-    static QByteArrayView nameIn(QByteArrayView tag)
-    {
-        qsizetype end = 0;
-        while (end < tag.size() && !QByteArrayView(" \t\r\n/>").contains(tag[end]))
-            ++end;
-        return tag.first(end);
     }
 
     // `before` and `after` interrupt a CDATA section for the element.
-    void rewriteText(qsizetype length, QByteArrayView before, QByteArrayView after)
+    void rewriteText(QByteArrayView before, QByteArrayView after)
     {
         if (m_textDepth == 0 || m_placeholderDepth > 0)
-            return copy(length);
-        const qsizetype end = m_rest.size() - length;
-        while (m_rest.size() > end) {
-            const QByteArrayView text = m_rest.first(m_rest.size() - end);
-            const qsizetype percent = text.indexOf('%');
-            copy(percent < 0 ? text.size() : percent);
-            if (percent < 0)
-                return;
-            if (const qsizetype placeholder = placeholderLength(text.sliced(percent)))
-                wrap(placeholder, before, after);
-            else
-                copy(1);
+            return;
+        const QByteArrayView text = m_scanner.bytes();
+        const qsizetype begin = m_scanner.place().begin;
+        for (qsizetype at = text.indexOf('%'); at >= 0; at = text.indexOf('%', at)) {
+            const qsizetype length = qtPlaceholderLength(text.sliced(at));
+            if (length > 0)
+                wrap(begin + at, length, before, after);
+            at += std::max<qsizetype>(length, 1);
         }
     }
-    void wrap(qsizetype length, QByteArrayView before, QByteArrayView after)
+    void wrap(qsizetype begin, qsizetype length, QByteArrayView before, QByteArrayView after)
     {
+        copyTo(begin);
         m_result.append(before);
         m_result.append("<ph id=\"q" + QByteArray::number(++m_ids) + "\">");
-        copy(length);
+        copyTo(begin + length);
         m_result.append("</ph>");
         m_result.append(after);
         ++m_count;
     }
 
-    QByteArrayView m_rest;
+    QByteArrayView m_document;
+    XmlScanner m_scanner;
+    qsizetype m_copied = 0; // of the document, in the result
     QByteArray m_result;
     int m_textDepth = 0;
     int m_placeholderDepth = 0;

@@ -1,13 +1,10 @@
 #include "Placeholder.h"
 
+#include "QtPlaceholder.h"
+
 #include <optional>
 
 namespace {
-
-bool isDigit(QChar c, char16_t lowest = u'0')
-{
-    return c >= lowest && c <= u'9';
-}
 
 Placeholder::Kind kindOf(QChar conversion)
 {
@@ -56,20 +53,15 @@ qsizetype countOf(QStringView text, qsizetype from, QStringView characters)
 
 std::optional<Placeholder> qtPlaceholder(QStringView text)
 {
-    const auto at = [text](qsizetype i) { return i < text.size() ? text[i] : QChar(); };
-    const qsizetype first = at(1) == u'L' ? 2 : 1;
-    Placeholder found;
-    if (at(first) == u'n') {
-        found.style = Placeholder::Count;
-        found.written = text.first(first + 1);
-        return found;
-    }
-    if (!isDigit(at(first), u'1'))
+    qsizetype numberAt = 0;
+    const qsizetype length = qtPlaceholderLength(text, &numberAt);
+    if (length == 0)
         return std::nullopt;
-    const qsizetype length = isDigit(at(first + 1)) ? first + 2 : first + 1;
-    found.style = Placeholder::Numbered;
+    Placeholder found;
     found.written = text.first(length);
-    found.number = text.sliced(first, length - first).toInt();
+    found.style = text[numberAt] == u'n' ? Placeholder::Count : Placeholder::Numbered;
+    if (found.style == Placeholder::Numbered)
+        found.number = found.written.sliced(numberAt).toInt();
     return found;
 }
 
