@@ -3,13 +3,13 @@
 #include "Measure.h"
 #include "OnDeviceStrings.h"
 #include "PeerFiles.h"
+#include "QtPeer.h"
 
 #include "DVData.h"
 
 #include <QFile>
 #include <QHash>
 #include <QTranslator>
-#include <QXmlStreamReader>
 
 #include <expat.h>
 #include <libxml/SAX2.h>
@@ -70,22 +70,6 @@ QByteArray inflated(const QByteArray &gzip, qsizetype size)
     return ended ? document : QByteArray();
 }
 
-Hash readWithQt(const QByteArray &document)
-{
-    Hash strings;
-    QXmlStreamReader reader(document);
-    QString key;
-    while (!reader.atEnd()) {
-        if (reader.readNext() != QXmlStreamReader::StartElement)
-            continue;
-        if (reader.name() == u"trans-unit")
-            key = reader.attributes().value(QLatin1StringView("resname")).toString();
-        else if (reader.name() == u"target")
-            strings.insert(key, reader.readElementText(QXmlStreamReader::IncludeChildElements));
-    }
-    return reader.hasError() ? Hash() : strings;
-}
-
 bool walkWithLibxml2(const QByteArray &document)
 {
     xmlSAXHandler handlers{};
@@ -135,7 +119,7 @@ void measureDelivered(Measure::Report &report, const std::string &title, const D
         {"ours: decrypt, inflate, write, parse, build", [&] { table = load(delivered, path); }},
         {"ours, without writing the file", [&] { table = load(delivered, {}); }},
         {"zlib, QXmlStreamReader, QHash; no decryption",
-         [&] { hash = readWithQt(inflated(delivered.gzip, delivered.document.size())); }},
+         [&] { hash = readXliffWithQt(inflated(delivered.gzip, delivered.document.size())); }},
         {"libxml2 SAX2, empty handlers, nothing kept",
          [&] { libxml2 = walkWithLibxml2(delivered.document); }},
         {"expat, empty handlers, nothing kept", [&] { expat = walkWithExpat(delivered.document); }},

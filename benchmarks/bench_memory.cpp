@@ -3,6 +3,7 @@
 #include "Child.h"
 #include "Measure.h"
 #include "PeerFiles.h"
+#include "QtPeer.h"
 
 #include "DVData.h"
 #include "DVPrivateFile.h"
@@ -11,7 +12,6 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QTemporaryDir>
-#include <QXmlStreamReader>
 
 #include <malloc.h>
 
@@ -59,18 +59,7 @@ DVStringTablePtr update(const QString &folder)
 
 QHash<QString, QString> updateWithQt(const QString &folder)
 {
-    QHash<QString, QString> strings;
-    QXmlStreamReader reader(dv_gunzippedData(dv_decryptAESWithKey(read(delivered(folder)), aesKey)));
-    QString key;
-    while (!reader.atEnd()) {
-        if (reader.readNext() != QXmlStreamReader::StartElement)
-            continue;
-        if (reader.name() == u"trans-unit")
-            key = reader.attributes().value(QLatin1StringView("resname")).toString();
-        else if (reader.name() == u"target")
-            strings.insert(key, reader.readElementText(QXmlStreamReader::IncludeChildElements));
-    }
-    return strings;
+    return readXliffWithQt(dv_gunzippedData(dv_decryptAESWithKey(read(delivered(folder)), aesKey)));
 }
 
 template<typename Update> void measureGrowth(const Update &update)

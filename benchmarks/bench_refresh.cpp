@@ -3,6 +3,7 @@
 #include "DVFaultServer.h"
 #include "Measure.h"
 #include "OnDeviceStrings.h"
+#include "QtPeer.h"
 #include "SampleStrings.h"
 
 #include "DVData.h"
@@ -16,7 +17,6 @@
 #include <QNetworkReply>
 #include <QThread>
 #include <QTimer>
-#include <QXmlStreamReader>
 
 #include <ctime>
 
@@ -116,22 +116,6 @@ Hold refreshByLibrary(Publications &publications, const std::vector<SampleString
         [&] { return QCoreApplication::translate(context, publications.changed.c_str()) == expected; });
 }
 
-QHash<QString, QString> readWithQt(const QByteArray &document)
-{
-    QHash<QString, QString> strings;
-    QXmlStreamReader reader(document);
-    QString key;
-    while (!reader.atEnd()) {
-        if (reader.readNext() != QXmlStreamReader::StartElement)
-            continue;
-        if (reader.name() == u"trans-unit")
-            key = reader.attributes().value(QLatin1StringView("resname")).toString();
-        else if (reader.name() == u"target")
-            strings.insert(key, reader.readElementText(QXmlStreamReader::IncludeChildElements));
-    }
-    return strings;
-}
-
 // The same on the main thread, as it is written first.
 Hold refreshOnMainThread(Publications &publications, QNetworkAccessManager &network,
                          QHash<QString, QString> &strings)
@@ -141,7 +125,7 @@ Hold refreshOnMainThread(Publications &publications, QNetworkAccessManager &netw
         QNetworkReply *reply = network.get(QNetworkRequest(QUrl(publications.url())));
         QObject::connect(reply, &QNetworkReply::finished, reply, [reply, &strings] {
             const QByteArray body = dv_decryptAESWithKey(reply->readAll(), QString(OnDeviceStrings::key));
-            strings = readWithQt(dv_gunzippedData(body));
+            strings = readXliffWithQt(dv_gunzippedData(body));
             reply->deleteLater();
         });
     });
