@@ -3,6 +3,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QMap>
 #include <QString>
 
 #include <memory>
@@ -10,6 +11,7 @@
 
 class DVStringGroup;
 using DVStringGroupPtr = std::shared_ptr<DVStringGroup>;
+using DVStringGroups = QMap<QString, DVStringGroupPtr>; // by key
 
 // A record, shared by identity. Not thread-safe: records live on the main thread.
 class DVString

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DVHttpTransport.h"
+#include "DVTransfer.h"
 
 #include <Dorvane/DVError.h>
 
@@ -18,6 +19,23 @@
 // end), never from inside the call; json is there even with an error, undefined when there was none to
 // decode.
 using DVJsonCompletion = std::function<void(const DVErrorOr &, const QJsonValue &)>;
+
+// Who signs a request. Any other value behaves as None.
+enum DVAuthentication {
+    DVAuthenticationNone = 0,
+    DVAuthenticationUser = 1, // DVSession
+    DVAuthenticationApi = 2   // DVAPISession
+};
+
+// What a multipart upload carries: the path of a file.
+struct DVImageAttachment
+{
+    QString path;
+};
+struct DVFileAttachment
+{
+    QString path;
+};
 
 // Completion of a strings download, on the main thread. Dates that the answer does not give are invalid.
 using DVDownloadCompletion =
@@ -53,6 +71,37 @@ public:
     static void getUrl(const QString &url, DVJsonCompletion withCompletion);
     static void postPath(const QString &path, bool form, int onServer, const QVariantMap &withParameters,
                          DVJsonCompletion andCompletion);
+
+    // The signed family. A request is first handed to the session of `authenticated`; an error of the
+    // session completes it and nothing is sent. Signed requests, and those with a body, follow redirects to
+    // the same origin only, and are never sent a second time by the network stack.
+    static void getPath(const QString &path, int authenticated, int onServer,
+                        const QVariantMap &withParameters, DVJsonCompletion andCompletion,
+                        const DVTransferPtr &transfer = {});
+    static void postPath(const QString &path, bool form, int authenticated, int onServer,
+                         const QVariantMap &withParameters, DVJsonCompletion andCompletion,
+                         const DVTransferPtr &transfer = {});
+    static void putPath(const QString &path, bool form, int authenticated, int onServer,
+                        const QVariantMap &withParameters, DVJsonCompletion andCompletion,
+                        const DVTransferPtr &transfer = {});
+    // Multipart uploads to the API host.
+    static void postPath(const QString &path, int auth, const DVImageAttachment &withImageAttachment,
+                         const QString &fieldName, DVJsonCompletion andCompletion,
+                         const DVTransferPtr &transfer = {});
+    static void postPath(const QString &path, int auth, const DVFileAttachment &withFileAttachment,
+                         const QString &fieldName, DVJsonCompletion andCompletion,
+                         const DVTransferPtr &transfer = {});
+    // GET on the API host into a file.
+    static void downloadPath(const QString &path, int auth, const QVariantMap &withParameters, double timeout,
+                             const QString &toFile, std::function<void(const DVErrorOr &)> withCompletion,
+                             const DVTransferPtr &transfer = {});
+
+    static QString generateBoundaryString();
+    // `debugString` (may be null) receives the body as text, without the files' contents. A file that cannot
+    // be read is an error.
+    static DVErrorOr createBodyWithBoundary(const QString &boundary, const QVariantMap &parameters,
+                                            const QStringList &paths, const QString &fieldName,
+                                            QByteArray *body, QString *debugString);
 
     // Conditional GET of a strings file, in the background. Decryption, inflation and the write happen
     // on the network thread.

@@ -1,0 +1,84 @@
+// DVSession: the translator who is signed in.
+#pragma once
+
+#include "DVHttpTransport.h"
+
+#include "DVWorkflowStep.h"
+
+#include <Dorvane/DVError.h>
+
+#include <QJsonObject>
+#include <QPointer>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// OpenID Connect, authorization code flow (RFC 6749). Tokens are kept in the keychain and refreshed silently
+// until the refresh token expires; then the login screen opens. Main thread only.
+class DVSession
+{
+public:
+    using Completion = std::function<void(const DVErrorOr &)>;
+    using MutableRequest = std::shared_ptr<DVHttpRequest>;
+
+    static DVSession &sharedInstance();
+
+    // The token endpoint's answer with "expires" and "refresh_expires" (seconds since 1970, a minute early).
+    std::optional<QJsonObject> token() const { return m_token; }
+    // Claims of the access token; nothing when it is opaque or damaged.
+    std::optional<QJsonObject> userInfo() const { return m_userInfo; }
+    QString accountId() const { return {}; } // nothing sets it
+    std::optional<QJsonObject> projectInfo;  // answers of the platform, kept until log out
+    std::optional<QList<DVWorkflowStep>> workflows;
+
+    // Whether a token is held now. One that arrives from the keychain later is published then.
+    bool loadSavedCredentials();
+    void saveCredentialsToKeychain();
+    bool loadCredentialsFromKeychain();
+
+    // `code`: an authorization code, or with `refresh` a refresh token. A failure keeps what was before. An
+    // answer without a refresh token keeps the old one (RFC 6749, section 6).
+    void getTokenWithCode(const QString &code, bool refresh, Completion withCompletion);
+
+    // Adds the credentials to a request. With a live token it completes before it returns. Completes in every
+    // case: "No token found" where no login screen can be opened.
+    void authorizeRequest(const MutableRequest &request, Completion withCompletion);
+    void refreshTokenForRequest(const MutableRequest &request, Completion withCompletion);
+    void showLoginFormForRequest(const MutableRequest &request, Completion withCompletion);
+    void authorizeRequestFromProxy(const MutableRequest &request, Completion withCompletion);
+
+    void logOut();
+    QString accessToken() const; // null without one
+    bool isLoggedIn() const;
+    bool isDemo() const;
+    static std::optional<QJsonObject> userInfoFromToken(const QString &jwt);
+
+    // The page where a user signs in; it ends at a redirect to a URL that begins with redirectScheme, whose
+    // parameter "code" is for getTokenWithCode.
+    static constexpr QLatin1StringView redirectScheme{"dorvane.ios.sdk://"};
+    static QString authorizationUrl();
+
+    // What upper floors give. The login screen says in the end whether the user cancelled.
+    using LoginForm = std::function<void(std::function<void(bool cancelled)>)>;
+    void setLoginForm(LoginForm open) { m_loginForm = std::move(open); }
+    void setResetController(std::function<void()> reset) { m_resetController = std::move(reset); }
+    // Called on log out, to delete what the next translator must not inherit.
+    void setDeleteEdits(std::function<void()> deleteEdits) { m_deleteEdits = std::move(deleteEdits); }
+    // Called after every change of who is signed in.
+    void setChanged(std::function<void()> changed) { m_changed = std::move(changed); }
+    // The object that signs requests in the hosted demonstration; see Dorvane::setProxy.
+    void setProxy(QObject *proxy) { m_proxy = proxy; }
+
+private:
+    DVSession();
+
+    std::optional<QJsonObject> m_token;
+    std::optional<QJsonObject> m_userInfo;
+    LoginForm m_loginForm;
+    std::function<void()> m_resetController;
+    std::function<void()> m_deleteEdits;
+    std::function<void()> m_changed;
+    QPointer<QObject> m_proxy;
+};
