@@ -175,6 +175,8 @@ private Q_SLOTS:
     void everyPrefixOfATsFile();
     void damagedTsFiles();
     void damagedLocaleFiles();
+    void languageOfAnotherFile_data();
+    void languageOfAnotherFile();
     void hostileFiles_data();
     void hostileFiles();
     void xliffOfOthers_data();
@@ -352,6 +354,31 @@ void tst_Formats::damagedLocaleFiles()
         QVERIFY2(!xmlProblem(read->document()), read->document().constData());
     }
     QVERIFY2(readable > 200, qPrintable(QString::number(readable)));
+}
+
+// A file of another language becomes one of this; nothing else of it is mistaken for that attribute.
+void tst_Formats::languageOfAnotherFile_data()
+{
+    QTest::addColumn<QByteArray>("tag");
+    QTest::addColumn<QByteArray>("expected");
+    QTest::newRow("beside the version") << QByteArray("<TS version=\"2.1\" language=\"pl\">")
+                                        << QByteArray("<TS version=\"2.1\" language=\"fr_CA\">");
+    QTest::newRow("on a line of its own") << QByteArray("<TS version='2.1'\n    language='pl'>")
+                                          << QByteArray("<TS version='2.1'\n    language='fr_CA'>");
+    QTest::newRow("after a comment that names the tag")
+        << QByteArray("<!-- <TS language=\"de\"> --><TS language = \"pl\">")
+        << QByteArray("<!-- <TS language=\"de\"> --><TS language = \"fr_CA\">");
+}
+
+void tst_Formats::languageOfAnotherFile()
+{
+    QFETCH(QByteArray, tag);
+    QFETCH(QByteArray, expected);
+    const QByteArray rest("<context><name>A</name></context></TS>\n");
+    FormatError error;
+    const auto written = tsWithStrings("<!DOCTYPE TS>\n" + tag + rest, {}, u"fr-CA"_qs, &error);
+    QVERIFY2(written, qPrintable(error.what));
+    QCOMPARE(written->document, "<!DOCTYPE TS>\n" + expected + rest);
 }
 
 void tst_Formats::hostileFiles_data()

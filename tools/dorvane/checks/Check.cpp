@@ -1,5 +1,7 @@
 #include "Check.h"
 
+#include "ReadingProblem.h"
+
 #include <DVXliffReader.h>
 
 #include <QRegularExpression>
@@ -11,19 +13,16 @@
 
 namespace {
 
-// The reader's description ends in " (line L, column C)", the column in characters.
-Place placeOfError(const QString &description, const QByteArray &document)
+Place placeOf(const ReadingProblem &problem, const QByteArray &document)
 {
-    static const QRegularExpression position(QStringLiteral(" \\(line (\\d+), column (\\d+)\\)\\z"));
-    const auto match = position.match(description);
     qsizetype begin = 0;
-    for (int line = match.captured(1).toInt(); line > 1; --line) {
+    for (qint64 line = problem.line; line > 1; --line) {
         const qsizetype end = document.indexOf('\n', begin);
         if (end < 0)
             return {document.size(), 0};
         begin = end + 1;
     }
-    for (int column = match.captured(2).toInt(); column > 1 && begin < document.size(); --column) {
+    for (qint64 column = problem.column; column > 1 && begin < document.size(); --column) {
         do
             ++begin;
         while (begin < document.size() && (document[begin] & 0xC0) == 0x80);
@@ -34,13 +33,11 @@ Place placeOfError(const QString &description, const QByteArray &document)
 Finding readingFinding(const DVError &error, const QByteArray &document)
 {
     constexpr int limitCode = 2;
-    static const QRegularExpression position(QStringLiteral(" \\(line \\d+, column \\d+\\)\\z"));
-    QString message = error.description;
-    message.remove(position);
+    const ReadingProblem problem = ReadingProblem::of(error);
     return {error.code == limitCode ? RuleId::Limit : RuleId::Xml,
             Severity::Error,
-            placeOfError(error.description, document),
-            message,
+            placeOf(problem, document),
+            problem.message,
             {},
             {}};
 }

@@ -4,16 +4,6 @@
 
 namespace {
 
-// As DVXliffUnitStates has it: "x[one]" gives "one", what stands behind a second "[" does not count.
-QString formOfId(const QString &id)
-{
-    const qsizetype open = id.indexOf(u'[');
-    if (!id.endsWith(u']') || open < 0)
-        return {};
-    const QString piece = id.section(u'[', 1, 1);
-    return piece.isEmpty() ? QString() : piece.chopped(1);
-}
-
 class Collector
 {
 public:
@@ -133,6 +123,15 @@ private:
 };
 
 } // namespace
+
+QString formOfId(const QString &id)
+{
+    const qsizetype open = id.indexOf(u'[');
+    if (!id.endsWith(u']') || open < 0)
+        return {};
+    const QString piece = id.section(u'[', 1, 1);
+    return piece.isEmpty() ? QString() : piece.chopped(1);
+}
 
 Place CheckedDocument::placeOf(const CheckedText &text, qsizetype begin, qsizetype length) const
 {

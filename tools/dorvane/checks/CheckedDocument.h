@@ -66,3 +66,7 @@ struct CheckedDocument
 // `bytes` must be a document that DVXliffReader reads without an error. Units and texts are those that it
 // makes of them.
 CheckedDocument checkedDocument(const QByteArray &bytes);
+
+// The form that a unit's id names, as applications read it: "x[one]" gives "one"; what stands behind a second
+// "[" does not count.
+QString formOfId(const QString &id);

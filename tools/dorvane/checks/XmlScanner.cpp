@@ -96,6 +96,14 @@ XmlScanner::Kind XmlScanner::tag()
 
 std::optional<QString> XmlScanner::attribute(QByteArrayView name) const
 {
+    const auto place = attributePlace(name);
+    if (!place)
+        return std::nullopt;
+    return xmlAttributeValue(m_document.sliced(place->begin, place->length));
+}
+
+std::optional<Place> XmlScanner::attributePlace(QByteArrayView name) const
+{
     const QByteArrayView tag = bytes();
     qsizetype at = skipBlanks(tag, 1 + m_name.size());
     while (at < tag.size() && tag[at] != '>' && tag[at] != '/') {
@@ -108,7 +116,7 @@ std::optional<QString> XmlScanner::attribute(QByteArrayView name) const
         if (closing < 0)
             break;
         if (current == name)
-            return xmlAttributeValue(tag.sliced(opening + 1, closing - opening - 1));
+            return Place{m_place.begin + opening + 1, closing - opening - 1};
         at = skipBlanks(tag, closing + 1);
     }
     return std::nullopt;

@@ -26,6 +26,8 @@ public:
     QByteArrayView name() const { return m_name; }
     // The value of an attribute of a start tag, decoded; nothing when it is absent.
     std::optional<QString> attribute(QByteArrayView name) const;
+    // Where that value stands in the document, between its quotes.
+    std::optional<Place> attributePlace(QByteArrayView name) const;
 
 private:
     bool skip(QByteArrayView opening, QByteArrayView closing);

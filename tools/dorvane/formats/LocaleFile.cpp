@@ -1,5 +1,6 @@
 #include "LocaleFile.h"
 
+#include "CheckedDocument.h"
 #include "ElementSpans.h"
 #include "InlineText.h"
 #include "XmlCharacters.h"
@@ -177,7 +178,7 @@ QList<LocaleString> LocaleFile::strings() const
             places.insert(*unit.resname, place);
             result.append({*unit.resname, unit.source, {}, {}, unit.notes, unit.uses});
         }
-        const QString category = bracketSuffix(unit.id);
+        const QString category = formOfId(unit.id);
         result[place].forms.insert(category, servedTarget(unit));
         for (const XliffNote &note : unit.notes) {
             if (note.from == fromUnfinished)
@@ -190,7 +191,7 @@ QList<LocaleString> LocaleFile::strings() const
 QString LocaleFile::target(const QString &key, const QString &category) const
 {
     for (const qsizetype unit : m_unitsOfKey.value(key)) {
-        if (bracketSuffix(m_units[unit].id) == category)
+        if (formOfId(m_units[unit].id) == category)
             return m_units[unit].target.value_or(QString());
     }
     return {};
@@ -244,7 +245,7 @@ LocaleFile::Change LocaleFile::put(const LocaleString &string)
     QMap<QString, qsizetype> oldOfCategory;
     QList<qsizetype> stale; // plural units of a text that has no plural any more, or the other way round
     for (const qsizetype unit : old) {
-        const QString category = bracketSuffix(m_units[unit].id);
+        const QString category = formOfId(m_units[unit].id);
         if (category.isEmpty() == string.isPlural())
             stale.append(unit);
         else

@@ -1,5 +1,6 @@
 #include "OtherMessages.h"
 
+#include "CheckedDocument.h"
 #include "NumerusForms.h"
 #include "XliffUnits.h"
 
@@ -55,7 +56,7 @@ private:
     // "one" of "x[one]"; of numbered forms the category that their number stands for.
     QString categoryOf(const XliffUnit &unit) const
     {
-        const QString suffix = bracketSuffix(unit.id);
+        const QString suffix = formOfId(unit.id);
         DVPluralCategory known = DVPluralCategory::None;
         if (dv_pluralCategoryFromName(suffix, &known) && known != DVPluralCategory::None)
             return suffix;
@@ -67,7 +68,7 @@ private:
     void add(const XliffUnit &unit)
     {
         const QString category = categoryOf(unit);
-        const QString suffix = bracketSuffix(unit.id);
+        const QString suffix = formOfId(unit.id);
         const bool isPlural = !suffix.isEmpty() && (!category.isEmpty() || unit.inPluralGroup);
         const QString base = isPlural ? unit.id.chopped(suffix.size() + 2) : unit.id;
         const qsizetype place = isPlural ? m_plurals.value(unit.original + u'\n' + base, -1) : -1;

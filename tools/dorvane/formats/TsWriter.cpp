@@ -5,6 +5,7 @@
 #include "NumerusForms.h"
 #include "TsReader.h"
 #include "XmlCharacters.h"
+#include "XmlScanner.h"
 
 #include <Dorvane/DVLocale.h>
 
@@ -226,24 +227,24 @@ private:
 
 void setLanguage(TsRewriter &rewriter, const QByteArray &document, const QString &locale)
 {
-    const qsizetype root = document.indexOf("<TS");
-    const QByteArrayView tag = firstTag(QByteArrayView(document).sliced(root));
-    const qsizetype attribute = tag.indexOf(" language=");
-    if (attribute < 0)
+    XmlScanner scanner(document);
+    for (auto kind = scanner.next(); kind != XmlScanner::End; kind = scanner.next()) {
+        if (kind != XmlScanner::StartTag || scanner.name() != "TS")
+            continue;
+        if (const auto value = scanner.attributePlace("language"))
+            rewriter.replace(value->begin, value->begin + value->length, deviceLocale(locale).toUtf8());
         return;
-    const qsizetype value = root + attribute + qsizetype(sizeof " language=") - 1;
-    const qsizetype end = document.indexOf(document[value], value + 1);
-    rewriter.replace(value + 1, end, deviceLocale(locale).toUtf8());
+    }
 }
 
 // What stands in one place of the application, as a .ts file has it.
-struct Place
+struct Occurrence
 {
     Message message;
     std::optional<QString> unfinished; // see XliffUse
 };
 
-QList<Place> placesOf(const LocaleString &string)
+QList<Occurrence> placesOf(const LocaleString &string)
 {
     const QStringList parts = string.key.split(QChar(keySeparator));
     Message message;
@@ -258,7 +259,7 @@ QList<Place> placesOf(const LocaleString &string)
         else if (note.from != u"unfinished")
             message.developerNote = note.text;
     }
-    QList<Place> places;
+    QList<Occurrence> places;
     for (const XliffUse &use : string.uses) {
         message.context = withoutControlPictures(use.context);
         message.comment = withoutControlPictures(use.comment);
@@ -266,7 +267,7 @@ QList<Place> placesOf(const LocaleString &string)
         message.sourceLine = use.sourceLine.toInt();
         places.append({message, use.unfinished});
     }
-    return places.isEmpty() ? QList<Place>{{message, {}}} : places;
+    return places.isEmpty() ? QList<Occurrence>{{message, {}}} : places;
 }
 
 // What stood in this place while the folder's translation of the string was another place's.

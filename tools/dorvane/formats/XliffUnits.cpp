@@ -187,10 +187,3 @@ std::optional<XliffDocument> readXliff(const QByteArray &document, FormatError *
     *error = reader.error();
     return {};
 }
-
-QString bracketSuffix(const QString &id)
-{
-    // As applications read it: what stands behind a second "[" does not count.
-    const QString piece = id.endsWith(u']') ? id.section(u'[', 1, 1) : QString();
-    return piece.left(piece.size() - 1);
-}

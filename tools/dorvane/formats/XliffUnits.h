@@ -58,9 +58,6 @@ struct XliffDocument
 // Takes untrusted documents.
 std::optional<XliffDocument> readXliff(const QByteArray &document, FormatError *error);
 
-// "one" of an id that ends in "[one]"; empty when it ends otherwise.
-QString bracketSuffix(const QString &id);
-
 // Names of what stands in a <context> of ours.
 inline constexpr char16_t contextTypeOfContext[] = u"x-qt-context";
 inline constexpr char16_t contextTypeOfComment[] = u"x-qt-comment";

@@ -1,5 +1,7 @@
 #include "XmlCharacters.h"
 
+#include "ReadingProblem.h"
+
 #include <DVXliffReader.h>
 
 #include <QRegularExpression>
@@ -18,17 +20,6 @@ bool isControl(char16_t c)
 bool isControlPicture(char16_t c)
 {
     return c >= firstPicture && c < firstPicture + u' ' && isControl(char16_t(c - firstPicture));
-}
-
-// "what (line L, column C)" taken apart.
-FormatError positioned(const QString &description)
-{
-    static const QRegularExpression position(QStringLiteral("^(.*) \\(line (\\d+), column (\\d+)\\)$"),
-                                             QRegularExpression::DotMatchesEverythingOption);
-    const auto match = position.match(description);
-    if (!match.hasMatch())
-        return {description, {}};
-    return {match.captured(1), {match.captured(2).toLongLong(), match.captured(3).toLongLong()}};
 }
 
 QByteArray escaped(QStringView text, bool inAttribute)
@@ -63,9 +54,11 @@ QByteArray escaped(QStringView text, bool inAttribute)
 
 std::optional<FormatError> xmlProblem(const QByteArray &document)
 {
-    if (const DVErrorOr error = DVXliffReader::read(document, false, [](const DVXliffUnit &) {}))
-        return positioned(error->description);
-    return {};
+    const DVErrorOr error = DVXliffReader::read(document, false, [](const DVXliffUnit &) {});
+    if (!error)
+        return {};
+    const ReadingProblem problem = ReadingProblem::of(*error);
+    return FormatError{problem.message, {problem.line, problem.column}};
 }
 
 QByteArray xmlContent(QStringView text)
