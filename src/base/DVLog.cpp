@@ -1,6 +1,7 @@
 #include "DVLog.h"
 
 #include "DVMainQueue.h"
+#include "DVSecrets.h"
 #include "DVState.h"
 #include "DVUserDefaults.h"
 
@@ -46,11 +47,12 @@ void write(const QString &message, const std::atomic<bool> &levelIsOn)
     const Writing writing;
     if (writing.isNested())
         return;
+    const QString clean = DVSecrets::cleanText(message);
     if (notify)
         DVNotificationCenter::defaultCenter().postNotification(QStringLiteral("log"), nullptr,
-                                                               {{QStringLiteral("msg"), message}});
+                                                               {{QStringLiteral("msg"), clean}});
     else
-        qCInfo(lcDorvane).noquote() << QString(QLatin1StringView("[DV] ") + message);
+        qCInfo(lcDorvane).noquote() << QString(QLatin1StringView("[DV] ") + clean);
 }
 
 } // namespace

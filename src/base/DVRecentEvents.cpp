@@ -1,6 +1,17 @@
 #include "DVRecentEvents.h"
 
 #include "DVClock.h"
+#include "DVSecrets.h"
+
+namespace {
+
+// Diagnostics are shown and passed on as logs are.
+DVError clean(const DVError &error)
+{
+    return {error.domain, error.code, DVSecrets::cleanText(error.description)};
+}
+
+} // namespace
 
 DVRecentEvents &DVRecentEvents::shared()
 {
@@ -11,14 +22,17 @@ DVRecentEvents &DVRecentEvents::shared()
 void DVRecentEvents::noteError(const DVError &error)
 {
     const QDateTime now = DVClock::now();
+    const DVDiagnostics::Failure failure{clean(error), now};
     const QMutexLocker lock(&m_mutex);
-    m_lastError = DVDiagnostics::Failure{error, now};
+    m_lastError = failure;
 }
 
 void DVRecentEvents::noteDelivery(const QString &path, DVDiagnostics::Delivery delivery)
 {
-    if (delivery.error)
+    if (delivery.error) {
+        delivery.error = clean(*delivery.error);
         noteError(*delivery.error);
+    }
     delivery.when = DVClock::now();
     const QMutexLocker lock(&m_mutex);
     m_deliveries.insert(path, delivery);

@@ -1,5 +1,7 @@
 #include "DVState.h"
 
+#include "DVSecrets.h"
+
 namespace {
 
 // Made by the compiler and never destroyed: lookups read it before main() and after it.
@@ -18,4 +20,10 @@ constinit Storage storage;
 DVState &DVState::shared()
 {
     return storage.state;
+}
+
+void DVState::setAesKey(const QString &key)
+{
+    DVSecrets::remember(key, DVSecrets::Lifetime::Lasting);
+    write(m_aesKey, key);
 }

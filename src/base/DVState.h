@@ -36,7 +36,7 @@ public:
     QString appId() const { return read(m_appId); }
     void setAppId(const QString &id) { write(m_appId, id); }
     QString aesKey() const { return read(m_aesKey); } // base64 text
-    void setAesKey(const QString &key) { write(m_aesKey, key); }
+    void setAesKey(const QString &key);
     // Identifier of the locale now served, device form; null when none is.
     QString currentLocaleIdentifier() const { return read(m_localeIdentifier); }
     void setCurrentLocaleIdentifier(const QString &identifier) { write(m_localeIdentifier, identifier); }

@@ -8,6 +8,7 @@
 #include "DVLog.h"
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
+#include "DVSecrets.h"
 #include "DVSerialQueue.h"
 #include "DVServerUrl.h"
 #include "DVState.h"
@@ -86,7 +87,7 @@ QByteArray eventJson(const Tracked &tracked, QJsonObject properties)
         properties.insert(parameter.key(), QJsonValue::fromVariant(parameter.value()));
     const QJsonObject event{{QStringLiteral("event"), tracked.name},
                             {QStringLiteral("properties"), properties}};
-    return QJsonDocument(event).toJson(QJsonDocument::Compact);
+    return QJsonDocument(DVSecrets::cleanJson(event).toObject()).toJson(QJsonDocument::Compact);
 }
 
 // A last send in the future blocks as well: the clock may have been wrong then or be wrong now.
