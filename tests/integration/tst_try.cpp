@@ -2,6 +2,7 @@
 #include "DVFaultServer.h"
 #include "TestProject.h"
 #include "ToolProcess.h"
+#include "TryProcess.h"
 
 #include <QRegularExpression>
 #include <QSaveFile>
@@ -28,12 +29,6 @@ const QByteArray dynamicDocument =
     "files</source><target><ph>%n</ph> fichiers"
     "</target></trans-unit>\n</body></file></xliff>\n";
 
-QJsonObject doing(const QString &name, QJsonObject members = {})
-{
-    members.insert(u"do"_qs, name);
-    return members;
-}
-
 QList<QJsonObject> objects(const QByteArray &output)
 {
     QList<QJsonObject> list;
@@ -41,60 +36,6 @@ QList<QJsonObject> objects(const QByteArray &output)
         list.append(QJsonDocument::fromJson(line).object());
     return list;
 }
-
-// A running `dorvane try` with a device in French Canada.
-class TryProcess
-{
-public:
-    explicit TryProcess(const QString &dataDir, const QStringList &options = {})
-    {
-        m_process.start(QStringLiteral(DORVANE_TOOL),
-                        QStringList{u"try"_qs, u"--data-dir"_qs, dataDir, u"--app-version"_qs, u"1.0"_qs,
-                                    u"--languages"_qs, u"fr-CA,en"_qs, u"--locale"_qs, u"fr_CA"_qs} +
-                            options);
-    }
-    ~TryProcess()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    Q_DISABLE_COPY_MOVE(TryProcess)
-
-    QProcess &process() { return m_process; }
-    int events() const { return m_events; }
-
-    void send(const QJsonObject &command)
-    {
-        m_process.write(QJsonDocument(command).toJson(QJsonDocument::Compact) + '\n');
-    }
-    // The next line that is no event.
-    QJsonObject reply()
-    {
-        for (;;) {
-            while (!m_process.canReadLine())
-                if (!m_process.waitForReadyRead(20000))
-                    return {};
-            const QJsonObject line = QJsonDocument::fromJson(m_process.readLine()).object();
-            if (!line.contains(u"event"_qs))
-                return line;
-            ++m_events;
-        }
-    }
-    QJsonObject ask(const QString &name, const QJsonObject &members = {})
-    {
-        send(doing(name, members));
-        return reply();
-    }
-    QString text(const QString &name, const QJsonObject &members)
-    {
-        return ask(name, members).value(u"text"_qs).toString();
-    }
-    QString lookup(const QString &key) { return text(u"lookup"_qs, {{u"key"_qs, key}}); }
-
-private:
-    QProcess m_process;
-    int m_events = 0;
-};
 
 QJsonObject startMembers(const QJsonObject &servers, QJsonObject options = {})
 {
@@ -301,8 +242,8 @@ void tst_Try::changesTheLocale()
     TryProcess host(dataDir());
     host.ask(u"start"_qs, startMembers(server, {{u"allowLocaleChange"_qs, true}}));
     // The completion comes with the download; what was asked meanwhile is answered behind it.
-    host.send(doing(u"setLocale"_qs, {{u"id"_qs, u"pl"_qs}}));
-    host.send(doing(u"lookup"_qs, {{u"key"_qs, u"Hello"_qs}}));
+    host.send(TryProcess::doing(u"setLocale"_qs, {{u"id"_qs, u"pl"_qs}}));
+    host.send(TryProcess::doing(u"lookup"_qs, {{u"key"_qs, u"Hello"_qs}}));
     QCOMPARE(host.reply(), (QJsonObject{{u"reply"_qs, u"setLocale"_qs}, {u"success"_qs, true}}));
     QCOMPARE(host.reply().value(u"text"_qs), QJsonValue(u"\u200BCześć\u2062"_qs));
     QCOMPARE(host.ask(u"locale"_qs).value(u"locale"_qs), QJsonValue(u"pl"_qs));
@@ -497,7 +438,7 @@ void tst_Try::standardOutputHoldsRepliesOnly()
 {
     const ServeProcess server(m_project->path());
     const QJsonObject start =
-        doing(u"start"_qs, startMembers(server, {{u"logging"_qs, u"DVLoggingDebug"_qs}}));
+        TryProcess::doing(u"start"_qs, startMembers(server, {{u"logging"_qs, u"DVLoggingDebug"_qs}}));
     const QByteArray script =
         QJsonDocument(start).toJson(QJsonDocument::Compact) + "\n{\"do\":\"lookup\",\"key\":\"Hello\"}\n";
     const ToolRun run = ToolRun::tool({u"try"_qs, u"--data-dir"_qs, dataDir(), u"--app-version"_qs, u"1.0"_qs,
