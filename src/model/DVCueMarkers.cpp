@@ -131,6 +131,26 @@ QString dv_enumerateCuesUsingBlock(const QString &text, const DVArgumentReplacem
     return result;
 }
 
+QList<DVTextRun> dv_runsInString(QStringView text)
+{
+    QList<DVTextRun> runs;
+    const auto add = [&runs](QStringView run, bool isArgument) {
+        if (!run.isEmpty())
+            runs.append({run, isArgument});
+    };
+    while (!text.isEmpty()) {
+        const qsizetype start = text.indexOf(argumentStart);
+        add(start < 0 ? text : text.first(start), false);
+        if (start < 0)
+            break;
+        text = text.sliced(start + 1);
+        const qsizetype end = text.indexOf(argumentEnd);
+        add(end < 0 ? text : text.first(end), true);
+        text = end < 0 ? QStringView() : text.sliced(end + 1);
+    }
+    return runs;
+}
+
 // The pieces end from the inside out, so one pass with the open starts at hand finds each piece's end and
 // depth. Whoever removes matched pairs from a list instead pays for every removal.
 QList<DVEditionItem> dv_localizedStringsInString(const QString &text)

@@ -35,6 +35,15 @@ QString dv_stringWithCues(const QString &text);
 using DVArgumentReplacement = std::function<std::optional<QString>(const QString &argument)>;
 QString dv_enumerateCuesUsingBlock(const QString &text, const DVArgumentReplacement &replacement);
 
+// A text between its argument markers, in order: what stands outside of arguments, and arguments. None is
+// empty, and the argument markers are in none. An argument without an end marker reaches to the text's end.
+struct DVTextRun
+{
+    QStringView text; // of the text that was given
+    bool isArgument = false;
+};
+QList<DVTextRun> dv_runsInString(QStringView text);
+
 // The marked pieces of a displayed text, rightmost first. A text with a single piece is taken whole,
 // with what stands around its markers. Where the first start marker was cut off it is put back, and
 // ranges and pieces are those of the text with it. Unbalanced or oddly ordered markers give an empty
