@@ -143,6 +143,14 @@ QList<QString> DVStringGroup::sortedPluralFormNames() const
     return names;
 }
 
+QList<DVStringPtr> DVStringGroup::sortedForms() const
+{
+    QList<DVStringPtr> forms;
+    for (const QString &name : namesInOrderOfPresentation(*this))
+        forms.append(pluralForms.value(name));
+    return forms;
+}
+
 DVStringGroupPtr DVStringGroup::copy() const
 {
     auto result = std::make_shared<DVStringGroup>(*this);

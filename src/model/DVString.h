@@ -74,6 +74,9 @@ public:
     // Identifier of the string without the "[category]" suffix; null without a form.
     QString uid() const;
     QList<QString> sortedPluralFormNames() const;
+    // All forms: the categories in their order of presentation, then the form of a string without plurals,
+    // then whatever else a file named.
+    QList<DVStringPtr> sortedForms() const;
 
     // Forms are copied too; their links to a group are left empty.
     DVStringGroupPtr copy() const;
