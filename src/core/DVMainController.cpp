@@ -44,7 +44,7 @@ DVMainController &DVMainController::sharedInstance()
 
 DVMainController::DVMainController()
 {
-    DVLocaleStrings::setLoadObserver([this] { publishSnapshot(); });
+    DVLocaleStrings::setStringsObserver([this] { publishSnapshot(); });
 }
 
 void DVMainController::setLocaleStrings(std::shared_ptr<DVLocaleStrings> strings)
@@ -102,7 +102,7 @@ void DVMainController::publishSnapshot()
     if (m_localeStrings) {
         snapshot->localeServes = true;
         snapshot->locale = m_localeStrings->loadedStrings();
-        snapshot->dirty = m_localeStrings->dirtyStrings();
+        snapshot->dirty = m_localeStrings->dirtyLayers();
         snapshot->localeRule = DVPluralForm::ruleForLocale(m_localeStrings->locale());
         if (!snapshot->locale.isEmpty())
             snapshot->layoutDirection = layoutDirectionOf(m_localeStrings->locale());

@@ -62,6 +62,8 @@ public:
     // The record of an entry, made when first asked for and then kept, so that identity holds.
     // Main thread only.
     DVStringGroupPtr group(Entry entry) const;
+    // Gives up that record, which somebody may have changed: the next one asked for is as the table has it.
+    void forgetGroup(Entry entry) const;
     // The first form whose localizedHash equals `hash` (markers included, lower case), in the order
     // in which keys were first read; null when there is none. Main thread only. The index behind it
     // is built on first use; a search then does not depend on the number of strings.

@@ -52,6 +52,12 @@ DVStringGroupPtr DVStringTable::group(Entry entry) const
     return d->groupOf(d->block.slots[entry].record);
 }
 
+void DVStringTable::forgetGroup(Entry entry) const
+{
+    const std::lock_guard lock(d->mutex);
+    d->groups.remove(d->block.slots[entry].record);
+}
+
 DVStringGroupPtr DVStringTable::Private::groupOf(uint32_t record)
 {
     DVStringGroupPtr &group = groups[record];

@@ -28,7 +28,7 @@ namespace {
 constexpr QLatin1StringView publishedSuffix("_published.xlf");
 constexpr qsizetype longestLanguageCode = 3; // ISO 639-2
 
-std::function<void()> &loadObserver()
+std::function<void()> &stringsObserver()
 {
     static auto *observer = new std::function<void()>; // never destroyed: loads may come after main()
     return *observer;
@@ -75,9 +75,21 @@ DVLocaleStrings::DVLocaleStrings(const DVLocale &locale)
 
 DVLocaleStrings::~DVLocaleStrings() = default;
 
-void DVLocaleStrings::setLoadObserver(std::function<void()> observer)
+void DVLocaleStrings::setStringsObserver(std::function<void()> observer)
 {
-    loadObserver() = std::move(observer);
+    stringsObserver() = std::move(observer);
+}
+
+void DVLocaleStrings::notifyStringsObserver()
+{
+    if (stringsObserver())
+        stringsObserver()();
+}
+
+void DVLocaleStrings::setLoadedStrings(DVStringLayers strings)
+{
+    m_loadedStrings = std::move(strings);
+    m_nibStrings.reset();
 }
 
 // Files
@@ -103,6 +115,11 @@ QString DVLocaleStrings::pendingFilePath() const
 QString DVLocaleStrings::dirtyFilePath() const
 {
     return filePath(m_locale, u"_edited.xlf");
+}
+
+QString DVLocaleStrings::discardedFilePath() const
+{
+    return filePath(m_locale, u"_discarded.xlf");
 }
 
 QString DVLocaleStrings::packagedFilePath() const
@@ -175,16 +192,19 @@ bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *base
     if (!loaded)
         load(packagedFilePath(), DVStringStatusPublished);
     if (!result.isEmpty()) {
-        m_loadedStrings = result;
+        setLoadedStrings(result);
         m_loadedFiles = std::move(files);
+    }
+    if (review) {
+        loadEdits();
+        loadDirtyStatuses();
     }
     if (baseStrings)
         baseStrings->setSourceStrings(sources);
     logLoaded("Loaded strings", *this);
     if (baseStrings)
         logLoaded("Base locale strings", *baseStrings);
-    if (loadObserver())
-        loadObserver()();
+    notifyStringsObserver();
     DVNotificationCenter::defaultCenter().postNotification(
         QStringLiteral("DorvaneStringsUpdatedNotification"), this);
     return true;
@@ -324,59 +344,4 @@ DVErrorOr DVLocaleStrings::pullSyncFromProdWithTimeout(double timeout)
     if (!error)
         storeDates(expiration, download);
     return error;
-}
-
-// Lookups
-
-DVStringGroupPtr DVLocaleStrings::dorvaneStringGroupForKey(const QString &key) const
-{
-    return m_loadedStrings.group(key);
-}
-
-DVStringPtr DVLocaleStrings::dorvaneStringForKey(const QString &key, const QString &plural) const
-{
-    const DVStringGroupPtr group = dorvaneStringGroupForKey(key);
-    return group ? group->stringForPluralForm(plural, false) : nullptr;
-}
-
-QString DVLocaleStrings::localizedStringForKey(const QString &key, const QString &plural) const
-{
-    const auto hit = m_loadedStrings.find(QStringView(key));
-    if (!hit)
-        return {};
-    if (plural.isNull())
-        return hit.table->text(hit.entry);
-    DVPluralCategory category;
-    if (dv_pluralCategoryFromName(plural, &category))
-        return hit.table->text(hit.entry, category);
-    const DVStringPtr record = dorvaneStringForKey(key, plural); // a form under a name of its own
-    return record ? record->localizedFormat : QString();
-}
-
-QString DVLocaleStrings::localizedStringForKey(const QString &key) const
-{
-    return localizedStringForKey(key, {});
-}
-
-DVStringPtr DVLocaleStrings::findLocalizedString(const QString &hash, const DVStringLayers &inDict)
-{
-    return inDict.stringForLocalizedHash(hash);
-}
-
-DVStringPtr DVLocaleStrings::dorvaneStringForLocalizedString(const QString &hash) const
-{
-    if (const DVStringPtr dirty = findLocalizedString(hash, m_dirtyStrings))
-        return dirty;
-    return findLocalizedString(hash, m_loadedStrings);
-}
-
-QHash<QString, QString> DVLocaleStrings::stringsDictionary() const
-{
-    QHash<QString, QString> strings;
-    m_loadedStrings.forEachKey([&strings](const QString &key, DVStringLayers::Hit hit) {
-        const QString text = hit.table->text(hit.entry);
-        if (!text.isNull())
-            strings.insert(key, text);
-    });
-    return strings;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DVStringLayers.h"
+#include "DVXliffWriter.h"
 
 #include <Dorvane/DVError.h>
 #include <Dorvane/DVLocale.h>
@@ -13,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class DVBaseLocaleStrings;
@@ -42,11 +44,22 @@ public:
     const DVStringLayers &loadedStrings() const { return m_loadedStrings; }
     // Where they came from, the first to be asked first.
     const std::vector<DVLoadedFile> &loadedFiles() const { return m_loadedFiles; }
-    // Strings changed in review and not yet saved to the platform.
-    const DVStringLayers &dirtyStrings() const { return m_dirtyStrings; }
+
+    // Strings changed in review and not yet saved to the platform. A record may be changed in place; lookups
+    // on other threads see it when the strings are set again.
+    const DVStringGroups &dirtyStrings() const { return m_dirtyStrings; }
+    void setDirtyStrings(DVStringGroups strings);
+    // The same, for lookups.
+    const DVStringLayers &dirtyLayers() const { return m_dirtyLayers; }
+    // Strings that the reviewer accepted and rejected. A key is in one of them.
+    const DVStringGroups &acceptedStrings() const { return m_acceptedStrings; }
+    void setAcceptedStrings(DVStringGroups strings) { m_acceptedStrings = std::move(strings); }
+    const DVStringGroups &rejectedStrings() const { return m_rejectedStrings; }
+    void setRejectedStrings(DVStringGroups strings) { m_rejectedStrings = std::move(strings); }
 
     // Loads the files in their order of precedence and gives the base store the source texts. Keeps
-    // what was loaded before when there is nothing to load. Posts DorvaneStringsUpdatedNotification.
+    // what was loaded before when there is nothing to load. In review also what saveDirty() saved: a dirty
+    // string or a status that is here already stays as it is. Posts DorvaneStringsUpdatedNotification.
     bool loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *baseStrings);
 
     // Reads one XLIFF file and lays its tables over `intoDict` and, unless null, `source`. A file
@@ -59,6 +72,7 @@ public:
     virtual QString publishedFilePath() const;
     virtual QString pendingFilePath() const;
     virtual QString dirtyFilePath() const;
+    QString discardedFilePath() const;
     QString packagedFilePath() const;
 
     // Whole seconds in UTC; invalid when none is stored.
@@ -83,35 +97,83 @@ public:
     // Downloads and holds the caller for at most `timeout` seconds; no event loop runs meanwhile.
     DVErrorOr pullSyncFromProdWithTimeout(double timeout);
 
+    // Dirty strings, accepted and rejected ones with their reasons survive a restart from here on. What could
+    // not be written is logged.
+    void saveDirty();
+    // Gives the strings here the statuses that saveDirty() saved.
+    void loadDirtyStatuses();
+    // Also the saved ones. Strings that were changed in place are as they were loaded.
+    virtual void clearDirtyStrings();
+    virtual void clearDirtyStatuses();
+    // Clears both, but keeps the dirty strings as discardedStrings().
+    void discardEdits();
+    // The latest text of each string that was discarded, until clearDiscardedStrings(). Records of their own.
+    DVStringGroups discardedStrings() const;
+    void clearDiscardedStrings();
+    // Strings that the platform has taken: their texts are served as loaded ones until the next load.
+    void keepSavedStrings(const DVStringGroups &strings);
+
+    // What a document of this store's strings says besides them.
+    DVXliffHeader xliffHeader() const;
+    // Where xliffHeader() finds the base store; null when there is none.
+    static void setBaseStringsSource(std::function<std::shared_ptr<DVBaseLocaleStrings>()> source);
+    // Removes every edit, discarded edit, review file and status of all locales and versions from the device.
+    static void removeReviewFromDevice();
+
+    // Dirty strings come first in all of them, while editing is enabled or where it says so.
     DVStringGroupPtr dorvaneStringGroupForKey(const QString &key) const;
     DVStringPtr dorvaneStringForKey(const QString &key, const QString &plural) const;
     // Null when there is no such string.
     QString localizedStringForKey(const QString &key, const QString &plural) const;
     QString localizedStringForKey(const QString &key) const;
     static DVStringPtr findLocalizedString(const QString &hash, const DVStringLayers &inDict);
+    static DVStringPtr findLocalizedString(const QString &hash, const DVStringGroups &inDict);
+    // Dirty first, enabled or not.
     DVStringPtr dorvaneStringForLocalizedString(const QString &hash) const;
-    // Key to text.
+    // Key to text. In review also the dirty keys.
     QHash<QString, QString> stringsDictionary() const;
+
+    // Strings of interface files: those without plurals whose key holds a "." and a "-". Texts count without
+    // markers and line feeds; of several keys with one text the first by name is found.
+    void extractUIStrings();
+    const QHash<QString, QString> &nibStrings() const; // text to key
+    QString keyForIBString(const QString &text) const;
 
     // Locales with a published file for this version of the application; with a packaged file. By name.
     static QList<DVLocale> localesOnDevice();
     static QList<DVLocale> packagedLocales();
 
-    // Called after each load, before the notification, so that lookups see the new strings first.
-    static void setLoadObserver(std::function<void()> observer);
+    // Called after each load, before the notification, so that lookups see the new strings first; and
+    // whenever dirty strings change.
+    static void setStringsObserver(std::function<void()> observer);
 
 protected:
     explicit DVLocaleStrings(const DVLocale &locale);
 
     // A file of the library for a locale; null when its identifier cannot be part of a path.
     static QString filePath(const DVLocale &locale, QStringView suffix);
-    void setLoadedStrings(DVStringLayers strings) { m_loadedStrings = std::move(strings); }
+    void setLoadedStrings(DVStringLayers strings);
+    static void notifyStringsObserver();
 
 private:
     void storeDates(const QDateTime &expiration, const QDateTime &download);
+    void loadEdits();
+    void saveEditedFile();
+    void saveStatuses() const;
+    void keepDiscarded();
+    void publishDirtyStrings();
+    void forgetLoadedRecord(const QString &key);
+    QHash<QString, QString> uiStrings() const;
 
     DVLocale m_locale;
     DVStringLayers m_loadedStrings;
-    DVStringLayers m_dirtyStrings;
+    DVStringGroups m_dirtyStrings;
+    DVStringLayers m_dirtyLayers; // of m_dirtyStrings
+    DVStringGroups m_acceptedStrings;
+    DVStringGroups m_rejectedStrings;
+    mutable std::optional<DVStringGroups> m_discardedStrings; // read once
+    bool m_editedFileWasRead = false;                         // and what it holds is here
+    bool m_editedFileIsUnread = false; // there is one, and the device would not give it
+    mutable std::optional<QHash<QString, QString>> m_nibStrings; // text to key
     std::vector<DVLoadedFile> m_loadedFiles;
 };

@@ -31,7 +31,7 @@ QStringList filesOfOtherVersions(const QDir &folder)
     QStringList names = folder.entryList(QDir::Files | QDir::NoSymLinks, QDir::Name);
     names.removeIf([&version](const QString &fileName) {
         const auto name = DVStringsFileName::parse(fileName);
-        return !name || name->version == version || name->kind == DVStringsFileName::Kind::Edited;
+        return !name || name->version == version || name->isSomebodysWork();
     });
     return names;
 }

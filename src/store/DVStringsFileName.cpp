@@ -18,6 +18,8 @@ constexpr Suffix suffixes[] = {
     {QLatin1StringView("_published.xlf.previous"), DVStringsFileName::Kind::Published, true},
     {QLatin1StringView("_pending.xlf"), DVStringsFileName::Kind::Pending, false},
     {QLatin1StringView("_edited.xlf"), DVStringsFileName::Kind::Edited, false},
+    {QLatin1StringView("_edited.xlf.damaged"), DVStringsFileName::Kind::Damaged, false},
+    {QLatin1StringView("_discarded.xlf"), DVStringsFileName::Kind::Discarded, false},
 };
 
 // What percent-encoding leaves of a version: never "_", which ends it.

@@ -9,7 +9,13 @@
 // that the library would not have written is none.
 struct DVStringsFileName
 {
-    enum class Kind { Published, Pending, Edited };
+    enum class Kind {
+        Published,
+        Pending,
+        Edited,
+        Discarded, // edits that a pull threw away
+        Damaged,   // what was found in the place of an edited file and did not parse
+    };
 
     QString version; // as dv_versionForNames() gives it
     QString locale;  // device form
@@ -17,6 +23,9 @@ struct DVStringsFileName
     bool previous = false; // the copy of what a download replaced
 
     static std::optional<DVStringsFileName> parse(const QString &fileName);
+
+    // What somebody typed into this device, and what no server has.
+    bool isSomebodysWork() const { return kind != Kind::Published && kind != Kind::Pending; }
 
     friend bool operator==(const DVStringsFileName &, const DVStringsFileName &) = default;
 };

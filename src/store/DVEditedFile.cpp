@@ -1,0 +1,91 @@
+#include "DVEditedFile.h"
+
+#include "DVFolders.h"
+#include "DVLog.h"
+#include "DVPrivateFile.h"
+#include "DVRecentEvents.h"
+#include "DVReviewLocaleStrings.h"
+#include "DVState.h"
+#include "DVStringsFileName.h"
+#include "DVXliffParser.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+
+namespace {
+
+void logUnreadable(const QString &path, const DVError &error)
+{
+    DVRecentEvents::shared().noteError(error);
+    dv_logDebugLazily(
+        [&] { return QStringLiteral("Error loading strings from %1: %2").arg(path, error.description); });
+}
+
+} // namespace
+
+DVEditedFile::Result DVEditedFile::read(const QString &path, DVStringGroups *strings)
+{
+    if (path.isEmpty() || !QFileInfo::exists(path))
+        return Result::Missing;
+    dv_logDebugLazily([&] { return QString(u"Loading strings from " + path); });
+    QByteArray document;
+    if (const DVErrorOr error = DVPrivateFile::read(path, &document)) {
+        logUnreadable(path, *error);
+        return Result::Unread;
+    }
+    DVErrorOr error;
+    const auto read = DVXliffParser::parseXliffData(document, DVStringStatusNone, &error,
+                                                    DVState::shared().stringsNeedCues());
+    if (error) {
+        logUnreadable(path, *error);
+        return setAside(path) ? Result::SetAside : Result::Unread;
+    }
+    for (auto group = read.constBegin(); group != read.constEnd(); ++group) {
+        if (!strings->contains(group.key()))
+            strings->insert(group.key(), *group);
+    }
+    return Result::Read;
+}
+
+QString DVEditedFile::damagedPath(const QString &path)
+{
+    return path + u".damaged";
+}
+
+bool DVEditedFile::setAside(const QString &path)
+{
+    const QString kept = damagedPath(path);
+    std::error_code failure;
+    std::filesystem::rename(path.toStdU16String(), kept.toStdU16String(), failure);
+    if (failure)
+        dv_logInfo(QStringLiteral("Edited strings that can't be read stay in %1: %2")
+                       .arg(path, QString::fromStdString(failure.message())));
+    else
+        dv_logInfo(QString(u"Edited strings that can't be read are kept in " + kept));
+    return !failure;
+}
+
+void DVEditedFile::remove(const QString &path)
+{
+    QFile file(path);
+    if (!path.isEmpty() && file.exists() && !file.remove())
+        dv_logDebugLazily(
+            [&] { return QStringLiteral("Error deleting %1: %2").arg(path, file.errorString()); });
+}
+
+void DVEditedFile::removeAll()
+{
+    const QString path = DVFolders::dorvaneFiles();
+    if (path.isEmpty())
+        return; // QDir would take it for the current folder, which is the host's
+    const QDir folder(path);
+    const QStringList names = folder.entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    for (const QString &fileName : names) {
+        const auto name = DVStringsFileName::parse(fileName);
+        if ((name && name->isSomebodysWork()) || DVReviewLocaleStrings::isReviewFile(fileName))
+            remove(folder.filePath(fileName));
+    }
+}

@@ -1,0 +1,112 @@
+#include "DVReviewLocaleStrings.h"
+
+#include "DVCueMarkers.h"
+#include "DVFolders.h"
+#include "DVLocaleIdentifiers.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr QLatin1StringView reviewSuffix("_review.xlf");
+
+// As it was read, whatever became of the record since; null when the string has no such form.
+QString loadedText(const DVStringLayers &layers, const QString &key, const QString &form)
+{
+    const auto hit = layers.find(QStringView(key));
+    const DVStringGroupPtr group = hit ? hit.table->group(hit.entry) : nullptr;
+    const DVStringPtr record = group ? group->pluralForms.value(form) : nullptr;
+    if (!record)
+        return {};
+    DVPluralCategory category;
+    if (record->pluralForm.isNull())
+        return hit.table->plainText(hit.entry);
+    if (dv_pluralCategoryFromName(form, &category))
+        return hit.table->plainText(hit.entry, category);
+    return dv_stringByRemovingCues(record->localizedFormat);
+}
+
+} // namespace
+
+std::shared_ptr<DVReviewLocaleStrings>
+DVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(const DVLocaleStrings &strings)
+{
+    return std::shared_ptr<DVReviewLocaleStrings>(new DVReviewLocaleStrings(strings.locale()));
+}
+
+QString DVReviewLocaleStrings::reviewFilePath(QStringView kind) const
+{
+    const QString folder = DVFolders::dorvaneFiles();
+    if (folder.isEmpty() || !dv_isSafeLocaleIdentifier(locale().identifier()))
+        return {};
+    return folder + u'/' + locale().identifier() + u'_' + kind + reviewSuffix;
+}
+
+QString DVReviewLocaleStrings::publishedFilePath() const
+{
+    return reviewFilePath(u"published");
+}
+
+QString DVReviewLocaleStrings::pendingFilePath() const
+{
+    return reviewFilePath(u"pending");
+}
+
+QString DVReviewLocaleStrings::dirtyFilePath() const
+{
+    return reviewFilePath(u"edited");
+}
+
+bool DVReviewLocaleStrings::isReviewFile(const QString &fileName)
+{
+    for (const QStringView kind : {u"_published", u"_pending", u"_edited"}) {
+        const QString suffix = kind + reviewSuffix;
+        if (fileName.endsWith(suffix) && dv_isSafeLocaleIdentifier(fileName.chopped(suffix.size())))
+            return true;
+    }
+    return false;
+}
+
+void DVReviewLocaleStrings::loadStrings()
+{
+    if (!locale().isValid())
+        return;
+    DVStringLayers strings;
+    m_publishedWasRead = loadStringsFromPath(publishedFilePath(), &strings, nullptr, DVStringStatusPublished);
+    loadStringsFromPath(pendingFilePath(), &strings, nullptr, DVStringStatusNone);
+    setLoadedStrings(strings);
+    clearAllFiles();
+}
+
+void DVReviewLocaleStrings::clearAllFiles()
+{
+    for (const QString &path : {dirtyFilePath(), pendingFilePath(), publishedFilePath()}) {
+        if (!path.isEmpty())
+            QFile::remove(path);
+    }
+}
+
+QList<DVStringConflict> DVReviewLocaleStrings::conflictsWith(const DVLocaleStrings &edited) const
+{
+    QList<DVStringConflict> conflicts;
+    const auto compare = [&](const QString &key, const QString &form, const DVString &record) {
+        const QString now = loadedText(loadedStrings(), key, form);
+        if (now.isNull() && !m_publishedWasRead)
+            return;
+        const QString before = loadedText(edited.loadedStrings(), key, form);
+        const QString edit = dv_stringByRemovingCues(record.localizedFormat);
+        const bool same = before == now && before.isNull() == now.isNull();
+        if (!same && edit != now)
+            conflicts.append({key, form, edit, before, now});
+    };
+    const DVStringGroups &dirty = edited.dirtyStrings();
+    for (auto group = dirty.constBegin(); group != dirty.constEnd(); ++group) {
+        QStringList forms = *group ? (*group)->pluralForms.keys() : QStringList();
+        forms.sort();
+        for (const QString &form : std::as_const(forms)) {
+            if (const DVStringPtr record = (*group)->pluralForms.value(form))
+                compare(group.key(), form, *record);
+        }
+    }
+    return conflicts;
+}
