@@ -31,6 +31,9 @@ public:
     void getTokenWithCompletion(Completion completion);
     void refreshTokenWithCompletion(Completion completion);
     // Signs, after authenticating or refreshing where that is due. With a live token it completes before it
-    // returns.
+    // returns. What one attempt brought signs the request, however short its life.
     void authorizeRequest(const std::shared_ptr<DVHttpRequest> &request, Completion withCompletion);
+
+private:
+    bool hasLiveToken() const;
 };

@@ -43,7 +43,12 @@ public:
     void getTokenWithCode(const QString &code, bool refresh, Completion withCompletion);
 
     // Adds the credentials to a request. With a live token it completes before it returns. Completes in every
-    // case: "No token found" where no login screen can be opened.
+    // case: "No token found" where no login screen can be opened. A request starts one refresh at most and
+    // opens one login screen at most; what these bring signs it, however short its life. Requests that need
+    // the login screen while it is open share it. Whose refresh fails is signed with the token that another
+    // request's refresh brought, if one did: with refresh tokens that are good for one use, one of several
+    // refreshes at the same time succeeds. A 401 answer changes nothing here, since it may be about
+    // rights: the token is used until its time.
     void authorizeRequest(const MutableRequest &request, Completion withCompletion);
     void refreshTokenForRequest(const MutableRequest &request, Completion withCompletion);
     void showLoginFormForRequest(const MutableRequest &request, Completion withCompletion);
@@ -60,7 +65,8 @@ public:
     static constexpr QLatin1StringView redirectScheme{"dorvane.ios.sdk://"};
     static QString authorizationUrl();
 
-    // What upper floors give. The login screen says in the end whether the user cancelled.
+    // What upper floors give. The login screen says in the end whether the user cancelled; one that drops the
+    // function was cancelled.
     using LoginForm = std::function<void(std::function<void(bool cancelled)>)>;
     void setLoginForm(LoginForm open) { m_loginForm = std::move(open); }
     void setResetController(std::function<void()> reset) { m_resetController = std::move(reset); }
@@ -68,14 +74,41 @@ public:
     void setDeleteEdits(std::function<void()> deleteEdits) { m_deleteEdits = std::move(deleteEdits); }
     // Called after every change of who is signed in.
     void setChanged(std::function<void()> changed) { m_changed = std::move(changed); }
-    // The object that signs requests in the hosted demonstration; see Dorvane::setProxy.
-    void setProxy(QObject *proxy) { m_proxy = proxy; }
+    // The object that signs requests in the hosted demonstration; the caller keeps it. See
+    // <Dorvane/DVProxy.h>.
+    void setProxy(QObject *proxy);
+    void setProxyTimeout(int milliseconds) { m_proxyTimeoutMs = milliseconds; } // for tests
 
 private:
     DVSession();
 
+    // A request that waits for a token. `before`: the access token that was no good.
+    struct Waiting
+    {
+        MutableRequest request;
+        Completion completion;
+        QString before;
+    };
+    class LoginAnswer;
+
+    void adopt(const QJsonObject &token);
+    bool useSavedText(const QString &text);
+    void publish();
+    bool hasLiveToken() const;
+    bool sign(const Waiting &waiting);
+    void refreshEnded(const DVErrorOr &error, const Waiting &waiting);
+    void openLoginForm();
+    void loginEnded(bool cancelled);
+
     std::optional<QJsonObject> m_token;
     std::optional<QJsonObject> m_userInfo;
+    QString m_subject; // whom m_changed was last told of
+    int m_epoch = 0;   // grows with every sign-in and log out: older answers are dropped
+    int m_refreshes = 0;
+    QList<Waiting> m_failedRefreshes; // while others are under way
+    QList<Waiting> m_waitingForLogin;
+    std::weak_ptr<LoginAnswer> m_loginAnswer;
+    int m_proxyTimeoutMs = 60000;
     LoginForm m_loginForm;
     std::function<void()> m_resetController;
     std::function<void()> m_deleteEdits;

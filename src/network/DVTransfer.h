@@ -1,6 +1,8 @@
 // DVTransfer: progress of an operation under way, and the way to cancel it.
 #pragma once
 
+#include <QtGlobal>
+
 #include <functional>
 #include <memory>
 
