@@ -3,6 +3,7 @@
 #include "DVData.h"
 #include "DVNameLookup.h"
 #include "DVNetworkThread.h"
+#include "DVSecrets.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
@@ -113,6 +114,11 @@ bool isCutShort(const DVHttpResponse &response)
     return announced && response.body.size() < length;
 }
 
+QString originOf(const QUrl &url)
+{
+    return url.scheme() % u"://" % url.authority(QUrl::FullyEncoded).section(u'@', -1);
+}
+
 bool isCleanHeader(const QByteArray &text)
 {
     return std::none_of(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
@@ -159,8 +165,10 @@ int millisecondsUntil(DVHttpExchange::Deadline deadline)
 DVHttpExchange::DVHttpExchange(DVNetworkContext &context, DVHttpRequest request, Finished finished)
     : QObject(&context.exchanges)
     , m_context(context)
+    , m_ownManager(request.method == "GET" ? nullptr : dv_makeNetworkManager())
     , m_request(std::move(request))
     , m_finished(std::move(finished))
+    , m_staysWithOrigin(m_request.method != "GET" || !m_request.request.rawHeader("Authorization").isEmpty())
 {
     for (QTimer *timer : {&m_inactivity, &m_deadline}) {
         timer->setSingleShot(true);
@@ -180,7 +188,22 @@ void DVHttpExchange::start(Deadline deadline, int inactivityMs)
     m_deadline.start(millisecondsUntil(deadline));
     if (inactivityMs > 0)
         m_inactivity.setInterval(inactivityMs);
+    if (const DVErrorOr error = makeBody())
+        return finish(error);
     find();
+}
+
+void DVHttpExchange::cancelIfOf(const DVTransferLinkPtr &transfer)
+{
+    if (m_finished && transfer && m_request.transfer == transfer)
+        finish(DVHttpTransport::canceled());
+}
+
+DVErrorOr DVHttpExchange::makeBody()
+{
+    if (m_request.transfer && m_request.transfer->isCancelled())
+        return DVHttpTransport::canceled();
+    return m_request.makeBody ? m_request.makeBody(&m_request.body) : DVErrorOr();
 }
 
 void DVHttpExchange::find()
@@ -207,18 +230,28 @@ void DVHttpExchange::send()
     restartInactivity();
     m_response = {};
     const QNetworkRequest request = preparedRequest(m_request.request);
+    QNetworkAccessManager &manager = m_ownManager ? *m_ownManager : m_context.manager;
     if (m_request.method == "GET") {
-        m_reply = m_context.manager.get(request);
+        m_reply = manager.get(request);
     } else {
         auto body = std::make_unique<BodySentOnce>(m_request.body);
         m_reply = m_request.method == "POST"
-                      ? m_context.manager.post(request, body.get())
-                      : m_context.manager.sendCustomRequest(request, m_request.method, body.get());
+                      ? manager.post(request, body.get())
+                      : manager.sendCustomRequest(request, m_request.method, body.get());
         body.release()->setParent(m_reply);
     }
+    connectReply();
+}
+
+void DVHttpExchange::connectReply()
+{
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &DVHttpExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &DVHttpExchange::readBody);
-    connect(m_reply, &QNetworkReply::uploadProgress, this, &DVHttpExchange::restartInactivity);
+    connect(m_reply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64) {
+        restartInactivity();
+        m_sent = qMax(m_sent, sent);
+        reportProgress();
+    });
     connect(m_reply, &QNetworkReply::finished, this, &DVHttpExchange::replyFinished);
 }
 
@@ -236,7 +269,9 @@ int DVHttpExchange::statusCode() const
 void DVHttpExchange::readHeaders()
 {
     restartInactivity();
-    if (m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > m_request.maximumBodySize)
+    const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    m_announced = length.isValid() && !isRedirect(statusCode()) ? length.toLongLong() : -1;
+    if (m_announced > m_request.maximumBodySize)
         fail(QNetworkReply::UnknownContentError, QStringLiteral("The answer is too large."));
 }
 
@@ -244,6 +279,7 @@ void DVHttpExchange::readBody()
 {
     restartInactivity();
     m_response.body += m_reply->readAll();
+    reportProgress();
     if (m_response.body.size() > m_request.maximumBodySize)
         fail(QNetworkReply::UnknownContentError, QStringLiteral("The answer is too large."));
 }
@@ -265,6 +301,7 @@ void DVHttpExchange::replyFinished()
     m_response.headers = m_reply->rawHeaderPairs();
     if (isCutShort(m_response))
         return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("The answer was cut short."));
+    reportProgress(true);
     finish(dv_decodeContent(&m_response, m_request.maximumBodySize));
 }
 
@@ -274,14 +311,12 @@ void DVHttpExchange::follow(const QUrl &target)
     const int status = statusCode();
     if (++m_redirects > maximumRedirects)
         return fail(QNetworkReply::TooManyRedirectsError, QStringLiteral("Too many redirects."));
+    if (const DVErrorOr error = errorOfRedirect(target))
+        return finish(error);
     const bool keeps = keepsMethod(m_request.method, status);
-    if (!mayFollow(from, target) || (m_request.method != "GET" && keeps && !sameOrigin(from, target)))
-        return fail(QNetworkReply::InsecureRedirectError, QStringLiteral("The redirect is not secure."));
     QUrl clean = target;
     clean.setUserInfo({});
     m_request.request.setUrl(clean);
-    if (!sameOrigin(from, target))
-        m_request.request.setRawHeader("Authorization", {});
     if (!keeps) {
         m_methodChanged = true;
         m_request.method = "GET";
@@ -292,9 +327,36 @@ void DVHttpExchange::follow(const QUrl &target)
     find();
 }
 
+DVErrorOr DVHttpExchange::errorOfRedirect(const QUrl &target) const
+{
+    const QUrl from = m_request.request.url();
+    if (!mayFollow(from, target))
+        return networkError(QNetworkReply::InsecureRedirectError,
+                            QStringLiteral("The redirect is not secure."));
+    if (m_staysWithOrigin && !sameOrigin(from, target))
+        return networkError(QNetworkReply::InsecureRedirectError,
+                            u"The redirect from " % originOf(from) % u" to " % originOf(target) %
+                                u" was not followed: a signed request, or one with a body, stays with "
+                                u"its server.");
+    return {};
+}
+
+// Of an answer without a known length, what has arrived so far.
+void DVHttpExchange::reportProgress(bool last)
+{
+    if (!m_request.transfer)
+        return;
+    const qint64 received = m_response.body.size();
+    const qint64 size = m_request.body.size();
+    const qint64 answer = qMax(m_announced, size > 0 ? received : qint64(-1));
+    m_request.transfer->report(m_sent + received, answer < 0 ? answer : size + answer, last);
+}
+
 void DVHttpExchange::fail(QNetworkReply::NetworkError code, const QString &description)
 {
-    finish(networkError(code, description.isEmpty() ? QStringLiteral("The request failed.") : description));
+    // Qt's texts name the URL.
+    finish(networkError(code, description.isEmpty() ? QStringLiteral("The request failed.")
+                                                    : DVSecrets::cleanText(description)));
 }
 
 void DVHttpExchange::finish(const DVErrorOr &error)

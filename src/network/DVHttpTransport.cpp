@@ -81,10 +81,24 @@ bool postToThread(DVNetworkThread::Work work)
     return true;
 }
 
-DVError canceled()
+// Posts to the thread that runs, if one does.
+void postToRunningThread(DVNetworkThread::Work work)
 {
-    return {QStringLiteral("dorvane.network"), QNetworkReply::OperationCanceledError,
-            QStringLiteral("The request was canceled.")};
+    Threads &all = threads();
+    const std::lock_guard lock(all.mutex);
+    all.forgetParentsThread();
+    if (all.thread)
+        all.thread->post(std::move(work));
+}
+
+// The exchange may be over by then.
+void abort(const DVTransferLinkPtr &transfer)
+{
+    postToRunningThread([transfer](DVNetworkContext &context) {
+        const QObjectList exchanges = context.exchanges.children();
+        for (QObject *exchange : exchanges)
+            static_cast<DVHttpExchange *>(exchange)->cancelIfOf(transfer);
+    });
 }
 
 DVError timedOut()
@@ -126,7 +140,7 @@ struct Promise
     explicit Promise(std::shared_ptr<Meeting> with)
         : meeting(std::move(with))
     {}
-    ~Promise() { meeting->settle(canceled(), {}); }
+    ~Promise() { meeting->settle(DVHttpTransport::canceled(), {}); }
     Q_DISABLE_COPY_MOVE(Promise)
 
     const std::shared_ptr<Meeting> meeting;
@@ -170,11 +184,15 @@ void DVHttpTransport::send(DVHttpRequest request, Completion onNetworkThread, Co
                            int inactivityTimeoutMs)
 {
     const int generation = threads().generation;
-    auto finished = [onNetworkThread, completion, generation](const DVErrorOr &error,
-                                                              const DVHttpResponse &response) {
+    const DVTransferLinkPtr transfer = request.transfer;
+    if (transfer)
+        transfer->setAbort([link = std::weak_ptr(transfer)] { abort(link.lock()); });
+    auto finished = [=](const DVErrorOr &error, const DVHttpResponse &response) {
         if (onNetworkThread)
             onNetworkThread(error, response);
-        DVMainQueue::post([completion, generation, error, response] {
+        DVMainQueue::post([=] {
+            if (transfer)
+                transfer->close();
             if (completion && threads().generation == generation)
                 completion(error, response);
         });
@@ -183,6 +201,12 @@ void DVHttpTransport::send(DVHttpRequest request, Completion onNetworkThread, Co
     postToThread([request = std::move(request), finished, inactivity](DVNetworkContext &context) {
         startExchange(context, request, steady_clock::now() + longestExchange, inactivity, finished);
     });
+}
+
+DVError DVHttpTransport::canceled()
+{
+    return {QStringLiteral("dorvane.network"), QNetworkReply::OperationCanceledError,
+            QStringLiteral("The request was canceled.")};
 }
 
 DVErrorOr DVHttpTransport::sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response,

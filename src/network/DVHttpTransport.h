@@ -1,6 +1,8 @@
 // DVHttpTransport: sends requests from the library's one network thread.
 #pragma once
 
+#include "DVTransferLink.h"
+
 #include <Dorvane/DVError.h>
 
 #include <QByteArray>
@@ -15,6 +17,10 @@ struct DVHttpRequest
     QNetworkRequest request;
     QByteArray body;
     qint64 maximumBodySize = qint64(256) << 20; // of the answer; a larger one is an error
+    // Makes `body` on the network thread, before the request is sent; may be null. An error completes the
+    // request. For what costs more than the main thread has time for.
+    std::function<DVErrorOr(QByteArray *body)> makeBody;
+    DVTransferLinkPtr transfer; // progress and cancel of send(); may be null
 };
 
 struct DVHttpResponse
@@ -30,10 +36,10 @@ struct DVHttpResponse
 
 // One QNetworkAccessManager in one thread, both made on first use, so that a start without a
 // blocking download creates no network stack. No cache, no cookies; at most ten redirects; https never
-// becomes http, http to a host other than loopback is refused, and Authorization never goes to another origin
-// on a redirect; TLS is verified. Bodies arrive with their gzip "Content-Encoding" undone. A request with a
-// body is sent at most once. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A
-// status is not an error.
+// becomes http, http to a host other than loopback is refused; TLS is verified. Bodies arrive with their gzip
+// "Content-Encoding" undone. A request that is not a GET has a connection of its own and is sent at most
+// once; it, and a GET with "Authorization", follow redirects to the same origin only. Connection errors:
+// domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an error.
 namespace DVHttpTransport {
 
 using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)>;
@@ -42,6 +48,7 @@ using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)
 // thread: for work that must not hold the main thread. A started request is given up after
 // `inactivityTimeoutMs` without progress (0: 60 s), and in any case after ten minutes. Nothing is called
 // after the application's end, and nothing without an application object.
+// With a transfer it is called on the main thread.
 void send(DVHttpRequest request, Completion onNetworkThread, Completion completion,
           int inactivityTimeoutMs = 0);
 
@@ -53,6 +60,9 @@ void send(DVHttpRequest request, Completion onNetworkThread, Completion completi
 using Decode = std::function<void(DVHttpResponse *)>;
 DVErrorOr sendAndWait(DVHttpRequest request, double timeoutSeconds, DVHttpResponse *response,
                       Decode decode = {});
+
+// What a cancelled request completes with.
+DVError canceled();
 
 // Requests that this process has started.
 qint64 requestCount();

@@ -29,6 +29,13 @@ public:
 
 } // namespace
 
+std::unique_ptr<QNetworkAccessManager> dv_makeNetworkManager()
+{
+    auto manager = std::make_unique<QNetworkAccessManager>();
+    manager->setProxyFactory(new ProxiesBeyondLoopback); // the manager owns it
+    return manager;
+}
+
 // Carries "there is work" into the thread's event loop; the work itself goes under our own lock.
 class DVNetworkThread::Wakeup : public QObject
 {
@@ -93,8 +100,7 @@ bool DVNetworkThread::end(int milliseconds)
 void DVNetworkThread::run()
 {
     threadOfOurs = this;
-    auto manager = std::make_unique<QNetworkAccessManager>();
-    manager->setProxyFactory(new ProxiesBeyondLoopback); // the manager owns it
+    auto manager = dv_makeNetworkManager();
     auto names = std::make_unique<DVNameLookup>(*this);
     auto exchanges = std::make_unique<QObject>();
     DVNetworkContext context{*manager, *names, *exchanges};

@@ -13,6 +13,9 @@
 class DVNameLookup;
 class QNetworkAccessManager;
 
+// Reaches servers on this device directly. Network thread only.
+std::unique_ptr<QNetworkAccessManager> dv_makeNetworkManager();
+
 // What work finds on the thread.
 struct DVNetworkContext
 {
