@@ -24,19 +24,22 @@ DVCapsuleRun capsule(const QString &format)
 DVCapsuleText dv_stringWithCapsulesWithSize(const DVString &string, double size, bool editing)
 {
     DVCapsuleText result{{}, size, editing};
-    const QString text = withoutStringCues(string.localizedFormat);
-    if (!string.dynamic) {
+    const auto addText = [&result](const QString &marked) {
+        const QString text = withoutStringCues(marked);
         if (!text.isEmpty())
             result.runs.append({text, {}, {}});
+    };
+    if (!string.dynamic) {
+        addText(string.localizedFormat);
         return result;
     }
     qsizetype argument = 0;
-    for (const DVTextRun &run : dv_runsInString(text)) {
-        const QString shown = run.text.toString();
+    for (const DVTextRun &run : dv_runsInString(string.localizedFormat)) {
+        const QString text = run.text.toString();
         if (run.isArgument)
-            result.runs.append(capsule(string.argumentFormatSpecifiers.value(argument++, shown)));
+            result.runs.append(capsule(string.argumentFormatSpecifiers.value(argument++, text)));
         else
-            result.runs.append({shown, {}, {}});
+            addText(text);
     }
     return result;
 }
