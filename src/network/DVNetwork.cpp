@@ -1,6 +1,7 @@
 #include "DVNetwork.h"
 
 #include "DVAnalytics.h"
+#include "DVJsonExchange.h"
 #include "DVRequestDump.h"
 #include "DVServerUrl.h"
 
@@ -19,8 +20,6 @@
 
 namespace {
 
-constexpr qint64 maximumJsonSize = qint64(64) << 20;
-
 QString textForUrl(int server, const QString &path)
 {
     const QString base = DVServerUrl::baseUrlForServer(server);
@@ -34,52 +33,8 @@ DVHttpRequest requestTo(const QByteArray &method, const QString &url)
     request.method = method;
     request.request.setUrl(QUrl(url, QUrl::TolerantMode));
     request.request.setRawHeader("User-Agent", DVNetwork::userAgent().toUtf8());
-    request.maximumBodySize = maximumJsonSize;
+    request.maximumBodySize = DVJsonExchange::maximumAnswer;
     return request;
-}
-
-// An empty body is no JSON and no error.
-DVErrorOr decodeJson(const QByteArray &body, QJsonValue *json)
-{
-    *json = QJsonValue(QJsonValue::Undefined);
-    if (body.isEmpty())
-        return {};
-    QJsonParseError failure;
-    const QJsonDocument document = QJsonDocument::fromJson(body, &failure);
-    if (document.isObject())
-        *json = document.object();
-    else if (document.isArray())
-        *json = document.array();
-    else
-        return DVError{QStringLiteral("dorvane.SDK"), int(failure.error),
-                       u"Invalid JSON: " % failure.errorString() % u" at offset " %
-                           QString::number(failure.offset)};
-    return {};
-}
-
-void completeJson(const DVHttpRequest &request, const DVHttpResponse &response,
-                  const DVErrorOr &connectionError, const DVJsonCompletion &completion)
-{
-    QJsonValue json(QJsonValue::Undefined);
-    DVErrorOr error = connectionError;
-    if (!error)
-        error = decodeJson(response.body, &json);
-    if (!error && !DVNetwork::isSuccessStatusCode(response.statusCode))
-        error = DVNetwork::errorFromJson(json, response.statusCode);
-    if (!error && response.methodChanged)
-        error = DVError{QStringLiteral("dorvane.API"), response.statusCode,
-                        QStringLiteral("The request was redirected and not delivered")};
-    DVNetwork::debugRequest(request, response, error, json, {});
-    if (completion)
-        completion(error, json);
-}
-
-void sendForJson(const DVHttpRequest &request, const DVJsonCompletion &completion)
-{
-    DVHttpTransport::send(request, {},
-                          [request, completion](const DVErrorOr &error, const DVHttpResponse &response) {
-                              completeJson(request, response, error, completion);
-                          });
 }
 
 } // namespace
@@ -196,11 +151,11 @@ void DVNetwork::getUrl(const QString &url, DVJsonCompletion withCompletion)
     DVHttpRequest request = requestTo("GET", url);
     request.request.setRawHeader("Content-Type", "application/json");
     request.request.setRawHeader("Accept", "application/json");
-    sendForJson(request, withCompletion);
+    DVJsonExchange::send(request, withCompletion);
 }
 
 void DVNetwork::postPath(const QString &path, bool form, int onServer, const QVariantMap &withParameters,
                          DVJsonCompletion andCompletion)
 {
-    sendForJson(postRequestForServer(onServer, form, path, withParameters), andCompletion);
+    DVJsonExchange::send(postRequestForServer(onServer, form, path, withParameters), andCompletion);
 }

@@ -73,8 +73,9 @@ public:
                          DVJsonCompletion andCompletion);
 
     // The signed family. A request is first handed to the session of `authenticated`; an error of the
-    // session completes it and nothing is sent. Signed requests, and those with a body, follow redirects to
-    // the same origin only, and are never sent a second time by the network stack.
+    // session completes it and nothing is sent. Signed requests, and all but GETs, follow redirects to the
+    // same origin only (the error names both origins), and all but GETs are never sent a second time. With a
+    // transfer that is cancelled nothing is sent. All complete as JSON operations do.
     static void getPath(const QString &path, int authenticated, int onServer,
                         const QVariantMap &withParameters, DVJsonCompletion andCompletion,
                         const DVTransferPtr &transfer = {});
@@ -84,21 +85,27 @@ public:
     static void putPath(const QString &path, bool form, int authenticated, int onServer,
                         const QVariantMap &withParameters, DVJsonCompletion andCompletion,
                         const DVTransferPtr &transfer = {});
-    // Multipart uploads to the API host.
+    // Multipart uploads to the API host. The file is read on the network thread when the request is sent; one
+    // that cannot be read, or has more than 256 MiB, is an error in the domain "dorvane.file".
     static void postPath(const QString &path, int auth, const DVImageAttachment &withImageAttachment,
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer = {});
     static void postPath(const QString &path, int auth, const DVFileAttachment &withFileAttachment,
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer = {});
-    // GET on the API host into a file.
+    // GET on the API host into a file, given up after `timeout` seconds without progress (0: 60). A body that
+    // is not empty is written, on the network thread, whatever the status: but a failing status (as in
+    // isSuccessStatusCode) is an error, domain "dorvane.API". In the folder of the library's files the one
+    // that is replaced is kept as dv_previousFilePath until the new one has parsed, as for strings downloads,
+    // so that an error page costs nothing.
     static void downloadPath(const QString &path, int auth, const QVariantMap &withParameters, double timeout,
                              const QString &toFile, std::function<void(const DVErrorOr &)> withCompletion,
                              const DVTransferPtr &transfer = {});
 
     static QString generateBoundaryString();
     // `debugString` (may be null) receives the body as text, without the files' contents. A file that cannot
-    // be read is an error.
+    // be read is an error, and then neither changes. Quotes and line ends in names are percent-encoded, as
+    // browsers do. Any thread.
     static DVErrorOr createBodyWithBoundary(const QString &boundary, const QVariantMap &parameters,
                                             const QStringList &paths, const QString &fieldName,
                                             QByteArray *body, QString *debugString);

@@ -27,6 +27,13 @@ QString compactJson(const QJsonValue &json)
     return json.toVariant().toString();
 }
 
+QString textOfBody(const DVHttpRequest &request, const QString &bodyDebug)
+{
+    if (request.method == "GET")
+        return {};
+    return bodyDebug.isNull() ? DVRequestDump::body(request) : bodyDebug;
+}
+
 QString errorPart(const DVErrorOr &error)
 {
     return error ? QString(u"\nError: " % error->description) : QString();
@@ -75,9 +82,7 @@ QString DVRequestDump::json(const QJsonValue &json)
 QString DVRequestDump::request(const DVHttpRequest &request, const DVHttpResponse &response,
                                const DVErrorOr &error, const QJsonValue &json, const QString &bodyDebug)
 {
-    QString bodyText;
-    if (request.method != "GET")
-        bodyText = bodyDebug.isNull() ? body(request) : bodyDebug;
+    const QString bodyText = textOfBody(request, bodyDebug);
     const bool hasJson = !json.isUndefined() && !json.isNull();
     return u"\n-- Dorvane Network Request --\n" % QString::fromLatin1(request.method) % u' ' %
            url(request.request) % u"\n\n" % headers(request.request) % u"\n\n" % bodyText %
@@ -85,10 +90,14 @@ QString DVRequestDump::request(const DVHttpRequest &request, const DVHttpRespons
            (hasJson ? QString(u"\nJSON: " % DVRequestDump::json(json)) : QString()) % u"\n----";
 }
 
+// NOLINTNEXTLINE(readability-function-size): what a download consists of
 QString DVRequestDump::download(QLatin1StringView heading, const DVHttpRequest &request,
-                                const DVHttpResponse &response, const DVErrorOr &error, const QString &path)
+                                const DVHttpResponse &response, const DVErrorOr &error, const QString &path,
+                                Body body)
 {
+    const QString bodyText = body == Body::Shown ? u"\n\n" % textOfBody(request, {}) : QString();
     return u"\n-- " % heading % u" --\n" % QString::fromLatin1(request.method) % u' ' % url(request.request) %
-           u"\n\n" % headers(request.request) % u"\n----\nResponse [" % QString::number(response.statusCode) %
-           u']' % (error ? errorPart(error) : QString(u"\nSaved at " % path)) % u"\n----";
+           u"\n\n" % headers(request.request) % bodyText % u"\n----\nResponse [" %
+           QString::number(response.statusCode) % u']' %
+           (error ? errorPart(error) : QString(u"\nSaved at " % path)) % u"\n----";
 }

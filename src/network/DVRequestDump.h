@@ -16,6 +16,8 @@ struct DVRequestDump
 
     static QString request(const DVHttpRequest &request, const DVHttpResponse &response,
                            const DVErrorOr &error, const QJsonValue &json, const QString &bodyDebug);
+    enum class Body { LeftOut, Shown };
     static QString download(QLatin1StringView heading, const DVHttpRequest &request,
-                            const DVHttpResponse &response, const DVErrorOr &error, const QString &path);
+                            const DVHttpResponse &response, const DVErrorOr &error, const QString &path,
+                            Body body = Body::LeftOut);
 };
