@@ -18,6 +18,17 @@ if(DORVANE_BUILD_TESTS)
   pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 endif()
 
+# Dorvane::Keychain is for builds in which translators work; others link no D-Bus.
+find_package(Qt6Keychain 0.13 QUIET)
+option(DORVANE_BUILD_KEYCHAIN "Build Dorvane::Keychain, which keeps a sign-in in the system's keychain" ${Qt6Keychain_FOUND})
+if(DORVANE_BUILD_KEYCHAIN AND NOT Qt6Keychain_FOUND)
+  message(FATAL_ERROR "DORVANE_BUILD_KEYCHAIN needs QtKeychain (Debian: qtkeychain-qt6-dev)")
+elseif(NOT Qt6Keychain_FOUND)
+  message(STATUS "Dorvane::Keychain is not built: QtKeychain was not found (Debian: qtkeychain-qt6-dev)")
+elseif(NOT DORVANE_BUILD_KEYCHAIN)
+  message(STATUS "Dorvane::Keychain is not built: DORVANE_BUILD_KEYCHAIN is off")
+endif()
+
 # Dorvane::Quick is for QML applications only; others need not have Qt's QML module.
 find_package(Qt6 6.4 QUIET OPTIONAL_COMPONENTS Qml)
 option(DORVANE_BUILD_QUICK "Build Dorvane::Quick, for QML applications" ${Qt6Qml_FOUND})

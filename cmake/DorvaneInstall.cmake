@@ -30,11 +30,11 @@ function(dorvane_pkgconfig_path result folder)
   endif()
 endfunction()
 
-# dorvane_install_library(TARGET COMPONENT DESCRIPTION ... REQUIRES ... STATIC_REQUIRES ...): the library, its
-# CMake targets and its pkg-config file. REQUIRES names the pkg-config modules of its headers,
-# STATIC_REQUIRES those that a static archive needs to be linked.
+# dorvane_install_library(TARGET COMPONENT DESCRIPTION ... REQUIRES ... STATIC_REQUIRES ... STATIC_LIBRARIES ...):
+# the library, its CMake targets and its pkg-config file. REQUIRES names the pkg-config modules of its headers,
+# STATIC_REQUIRES those that a static archive needs to be linked, STATIC_LIBRARIES what has no such module.
 function(dorvane_install_library target component)
-  cmake_parse_arguments(arg "" "DESCRIPTION" "REQUIRES;STATIC_REQUIRES" ${ARGN})
+  cmake_parse_arguments(arg "" "DESCRIPTION" "REQUIRES;STATIC_REQUIRES;STATIC_LIBRARIES" ${ARGN})
   install(TARGETS ${target} EXPORT ${target}Targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component} NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
@@ -47,11 +47,12 @@ function(dorvane_install_library target component)
   # which would make every user of the shared library install the headers of ICU, OpenSSL and libxml2.
   if(dorvane_kind STREQUAL STATIC_LIBRARY)
     list(APPEND arg_REQUIRES ${arg_STATIC_REQUIRES})
+    list(TRANSFORM arg_STATIC_LIBRARIES PREPEND " -l" OUTPUT_VARIABLE libraries)
   endif()
-  dorvane_install_pkgconfig(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}")
+  dorvane_install_pkgconfig(${target} "${arg_DESCRIPTION}" "${arg_REQUIRES}" "${libraries}")
 endfunction()
 
-function(dorvane_install_pkgconfig target description requires)
+function(dorvane_install_pkgconfig target description requires libraries)
   dorvane_way_to_prefix(prefix ${dorvane_pkgconfig_dir})
   dorvane_pkgconfig_path(libdir ${CMAKE_INSTALL_LIBDIR})
   dorvane_pkgconfig_path(includedir ${CMAKE_INSTALL_INCLUDEDIR})
@@ -81,7 +82,7 @@ dorvane_install_library(Dorvane library
   REQUIRES "Qt6Core >= 6.4"
   STATIC_REQUIRES Qt6Network icu-i18n icu-uc libcrypto zlib libxml-2.0)
 file(GLOB dorvane_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/Dorvane/*.h)
-list(FILTER dorvane_headers EXCLUDE REGEX "/DVQuick[^/]*$")
+list(FILTER dorvane_headers EXCLUDE REGEX "/DV(Quick|KeychainSystem)[^/]*$")
 install(FILES ${dorvane_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
 
 if(TARGET DorvaneQuick)
@@ -91,6 +92,15 @@ if(TARGET DorvaneQuick)
     STATIC_REQUIRES Qt6Qml)
   file(GLOB dorvane_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/Dorvane/DVQuick*.h)
   install(FILES ${dorvane_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
+endif()
+
+if(TARGET DorvaneKeychain)
+  dorvane_install_library(DorvaneKeychain keychain
+    DESCRIPTION "Translators' sign-ins in the system's keychain"
+    REQUIRES "dorvane = ${PROJECT_VERSION}" "Qt6Core >= 6.4"
+    STATIC_LIBRARIES qt6keychain)
+  install(FILES ${PROJECT_SOURCE_DIR}/include/Dorvane/DVKeychainSystem.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
 endif()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/DorvaneConfig.cmake.in

@@ -64,6 +64,18 @@ This package holds the library that QML applications link.")
   string(APPEND for_headers ", libdorvane-quick${major} ${same_version}, qt6-declarative-dev (>= 6.4)")
 endif()
 
+if(TARGET DorvaneKeychain)
+  dorvane_debian_package(keychain libdorvane-keychain${major} libs "libdorvane${major} ${same_version}, libsecret-1-0"
+    "over-the-air translations for Qt 6 applications (keychain)
+Keeps the sign-in of a translator, who works on texts inside the running
+application, in the keychain of the desktop.
+
+This package holds the library that builds for translators link.")
+  set(CPACK_DEBIAN_KEYCHAIN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+  string(APPEND for_headers ", libdorvane-keychain${major} ${same_version}")
+endif()
+
 dorvane_debian_package(development libdorvane-dev libdevel "${for_headers}"
   "over-the-air translations for Qt 6 applications (development)
 Texts of tr(), .ui files and qtTrId() come from a translation platform:

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# missing.sh PREFIX BUILD QUICK CMAKE_ARGUMENT...: what is not there says so, and what to do. QUICK is the state of
-# the component Quick in PREFIX, "installed" or "missing".
+# missing.sh PREFIX BUILD QUICK KEYCHAIN CMAKE_ARGUMENT...: what is not there says so, and what to do. QUICK and
+# KEYCHAIN are the states of the components of these names in PREFIX, "installed" or "missing".
 . "$(dirname "$0")/common.sh"
-prefix=$1 build=$2 quick=$3
-shift 3
+prefix=$1 build=$2
+declare -A state=([Quick]=$3 [Keychain]=$4)
+shift 4
 arguments=(-DCMAKE_PREFIX_PATH="$prefix" "$@")
 
 # configure COMPONENTS VERSION: prints all that CMake says, in one line; its status is CMake's.
@@ -31,13 +32,15 @@ not_built="has no component Review: in-app review is not built yet in any instal
 refused "COMPONENTS;Review" 1.4 "$not_built"
 accepted "OPTIONAL_COMPONENTS;Review" 1.4 "$not_built"
 accepted "OPTIONAL_COMPONENTS;Review" 1.4 "Review: FALSE"
-refused "COMPONENTS;Kwik" 1.4 "Dorvane has no component Kwik. Its components are Quick and Review"
+refused "COMPONENTS;Kwik" 1.4 "Dorvane has no component Kwik. Its components are Quick, Keychain and Review"
 refused "" 2.0 'compatible with requested version'
 refused "" 1.99 'compatible with requested version'
 accepted "" 1.0 "Build files have been written"
-if [ "$quick" = missing ]; then
-    refused "COMPONENTS;Quick" 1.4 "configure Dorvane with -DDORVANE_BUILD_QUICK=ON and install it again."
-    accepted "OPTIONAL_COMPONENTS;Quick" 1.4 "Quick: FALSE"
-else
-    accepted "COMPONENTS;Quick" 1.4 "Quick: TRUE"
-fi
+for component in "${!state[@]}"; do
+    if [ "${state[$component]}" = missing ]; then
+        refused "COMPONENTS;$component" 1.4 "configure Dorvane with -DDORVANE_BUILD_${component^^}=ON and install it again."
+        accepted "OPTIONAL_COMPONENTS;$component" 1.4 "$component: FALSE"
+    else
+        accepted "COMPONENTS;$component" 1.4 "$component: TRUE"
+    fi
+done
