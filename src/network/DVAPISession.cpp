@@ -34,7 +34,7 @@ DVError wrongTokenFormat()
 
 void post(const QString &path, const QVariantMap &parameters, const DVJsonCompletion &completion)
 {
-    DVNetwork::postPath(path, false, DVServerApi, parameters, completion);
+    DVNetwork::postPath(path, false, DVAuthenticationNone, DVServerApi, parameters, completion);
 }
 
 } // namespace

@@ -63,7 +63,7 @@ void DVApi::tokenWithCode(const QString &code, bool refresh,
     };
     DVSecrets::remember(code);
     DVNetwork::postPath(QStringLiteral("/auth/realms/Dorvane/protocol/openid-connect/token"), true,
-                        DVServerSso, tokenParameters(code, refresh), answered);
+                        DVAuthenticationNone, DVServerSso, tokenParameters(code, refresh), answered);
 }
 
 void DVApi::logOutWithRefreshToken(const QString &refreshToken)
@@ -72,9 +72,15 @@ void DVApi::logOutWithRefreshToken(const QString &refreshToken)
         return;
     DVSecrets::remember(refreshToken);
     // Not the client's name: this end point expects the project.
-    const DVHttpRequest request = DVNetwork::getRequestForServer(
-        DVServerSso, QStringLiteral("/auth/realms/Dorvane/protocol/openid-connect/logout"),
-        {{QStringLiteral("refresh_token"), refreshToken},
-         {QStringLiteral("client_id"), DVState::shared().appId()}});
-    DVNetwork::getUrl(request.request.url().toString(), {});
+    DVNetwork::getPath(QStringLiteral("/auth/realms/Dorvane/protocol/openid-connect/logout"),
+                       DVAuthenticationNone, DVServerSso,
+                       {{QStringLiteral("refresh_token"), refreshToken},
+                        {QStringLiteral("client_id"), DVState::shared().appId()}},
+                       [](const DVErrorOr &, const QJsonValue &) {});
+}
+
+void DVApi::pingWithCompletion(Completion completion)
+{
+    DVNetwork::getPath(QStringLiteral("/auth-api/v2/ping"), DVAuthenticationUser, DVServerApi, {},
+                       [completion](const DVErrorOr &error, const QJsonValue &) { completion(error); });
 }
