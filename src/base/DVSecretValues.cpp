@@ -23,12 +23,35 @@ struct Secret
 };
 using Secrets = std::vector<Secret>;
 
+// What searches use; never changed.
+struct Known
+{
+    Secrets secrets;
+    std::array<bool, 128> mayBegin{}; // by the first character; others always may
+
+    explicit Known(const std::array<Secrets, 2> &byLifetime)
+    {
+        mayBegin['%'] = mayBegin['\\'] = true;
+        for (const Secrets &some : byLifetime)
+            secrets.insert(secrets.end(), some.begin(), some.end());
+        for (const Secret &secret : secrets) {
+            if (const char16_t first = secret.text[0].unicode(); first < mayBegin.size())
+                mayBegin[first] = true;
+        }
+    }
+
+    bool mayBeginWith(QChar character) const
+    {
+        return character.unicode() >= mayBegin.size() || mayBegin[character.unicode()];
+    }
+};
+
 struct Registry
 {
     std::atomic<bool> hasAny = false;
     std::mutex mutex;
-    // By lifetime, oldest first; replaced whole, so that readers search without the lock.
-    std::array<std::shared_ptr<const Secrets>, 2> secrets;
+    std::array<Secrets, 2> byLifetime;  // oldest first
+    std::shared_ptr<const Known> known; // replaced whole, so that searches need no lock
 };
 
 Registry &registry()
@@ -143,17 +166,14 @@ qsizetype longestSecret(QStringView text, const Secrets &secrets)
     return longest;
 }
 
-QString withoutSecrets(const QString &text, const std::array<std::shared_ptr<const Secrets>, 2> &known)
+QString withoutSecrets(const QString &text, const Known &known)
 {
     QString clean;
     qsizetype copied = 0;
     for (qsizetype position = 0; position < text.size(); ++position) {
-        const QStringView rest = QStringView(text).sliced(position);
-        qsizetype length = 0;
-        for (const auto &secrets : known) {
-            if (secrets)
-                length = qMax(length, longestSecret(rest, *secrets));
-        }
+        if (!known.mayBeginWith(text[position]))
+            continue;
+        const qsizetype length = longestSecret(QStringView(text).sliced(position), known.secrets);
         if (length == 0)
             continue;
         clean += QStringView(text).sliced(copied, position - copied);
@@ -171,12 +191,12 @@ QString DVSecretValues::removedFrom(const QString &text)
     Registry &all = registry();
     if (!all.hasAny.load(std::memory_order_relaxed))
         return text;
-    std::array<std::shared_ptr<const Secrets>, 2> known;
+    std::shared_ptr<const Known> known;
     {
         const std::lock_guard lock(all.mutex);
-        known = all.secrets;
+        known = all.known;
     }
-    return withoutSecrets(text, known);
+    return known ? withoutSecrets(text, *known) : text;
 }
 
 void DVSecrets::remember(const QString &secret, Lifetime lifetime)
@@ -186,13 +206,12 @@ void DVSecrets::remember(const QString &secret, Lifetime lifetime)
     const Secret kept{secret.left(longestKept), secret.size() > longestKept};
     Registry &all = registry();
     const std::lock_guard lock(all.mutex);
-    auto &current = all.secrets[size_t(lifetime)];
-    auto changed = current ? std::make_shared<Secrets>(*current) : std::make_shared<Secrets>();
-    std::erase_if(*changed, [&](const Secret &known) { return known.text == kept.text; });
-    if (changed->size() >= size_t(maximumRemembered))
-        changed->erase(changed->begin());
-    changed->push_back(kept);
-    current = std::move(changed);
+    Secrets &secrets = all.byLifetime[size_t(lifetime)];
+    std::erase_if(secrets, [&](const Secret &other) { return other.text == kept.text; });
+    if (secrets.size() >= size_t(maximumRemembered))
+        secrets.erase(secrets.begin());
+    secrets.push_back(kept);
+    all.known = std::make_shared<const Known>(all.byLifetime);
     all.hasAny.store(true, std::memory_order_relaxed);
 }
 
@@ -200,6 +219,7 @@ void DVSecrets::forgetAll()
 {
     Registry &all = registry();
     const std::lock_guard lock(all.mutex);
-    all.secrets = {};
+    all.byLifetime = {};
+    all.known.reset();
     all.hasAny.store(false, std::memory_order_relaxed);
 }
