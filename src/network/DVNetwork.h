@@ -85,7 +85,8 @@ public:
     static void putPath(const QString &path, bool form, int authenticated, int onServer,
                         const QVariantMap &withParameters, DVJsonCompletion andCompletion,
                         const DVTransferPtr &transfer = {});
-    // Multipart uploads to the API host. The file is read on the network thread when the request is sent; one
+    // Multipart uploads to the API host. An image is read on the network thread when the request is sent,
+    // which may be after a sign-in; a file before the call returns, so that it may be replaced at once. One
     // that cannot be read, or has more than 256 MiB, is an error in the domain "dorvane.file".
     static void postPath(const QString &path, int auth, const DVImageAttachment &withImageAttachment,
                          const QString &fieldName, DVJsonCompletion andCompletion,

@@ -119,11 +119,17 @@ JsonCall uploadOf(const QString &filePath, const QString &path, const QString &f
     return call;
 }
 
-// NOLINTNEXTLINE(readability-function-size): what both variants are given
-void upload(const QString &path, int auth, const QString &filePath, const QString &fieldName,
-            DVJsonCompletion completion, const DVTransferPtr &transfer)
+// The body as it is now, or why there is none.
+void makeBodyNow(DVHttpRequest *request)
 {
-    JsonCall call = uploadOf(filePath, path, fieldName);
+    if (const DVErrorOr error = request->makeBody(&request->body))
+        request->makeBody = [error](QByteArray *) { return error; };
+    else
+        request->makeBody = nullptr;
+}
+
+void upload(JsonCall call, int auth, DVJsonCompletion completion, const DVTransferPtr &transfer)
+{
     call.authentication = auth;
     call.completion = std::move(completion);
     call.transfer = transfer;
@@ -210,14 +216,16 @@ void DVNetwork::postPath(const QString &path, int auth, const DVImageAttachment 
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer)
 {
-    upload(path, auth, withImageAttachment.path, fieldName, std::move(andCompletion), transfer);
+    upload(uploadOf(withImageAttachment.path, path, fieldName), auth, std::move(andCompletion), transfer);
 }
 
 void DVNetwork::postPath(const QString &path, int auth, const DVFileAttachment &withFileAttachment,
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer)
 {
-    upload(path, auth, withFileAttachment.path, fieldName, std::move(andCompletion), transfer);
+    JsonCall call = uploadOf(withFileAttachment.path, path, fieldName);
+    makeBodyNow(&call.request);
+    upload(call, auth, std::move(andCompletion), transfer);
 }
 
 void DVNetwork::downloadPath(const QString &path, int auth, const QVariantMap &withParameters, double timeout,
