@@ -58,6 +58,8 @@ public:
     QString accessToken() const; // null without one
     bool isLoggedIn() const;
     bool isDemo() const;
+    // Grows with every sign-in and log out: an answer to what was asked before is not for who is here now.
+    int epoch() const { return m_epoch; }
     static std::optional<QJsonObject> userInfoFromToken(const QString &jwt);
 
     // The page where a user signs in; it ends at a redirect to a URL that begins with redirectScheme, whose
@@ -103,7 +105,7 @@ private:
     std::optional<QJsonObject> m_token;
     std::optional<QJsonObject> m_userInfo;
     QString m_subject; // whom m_changed was last told of
-    int m_epoch = 0;   // grows with every sign-in and log out: older answers are dropped
+    int m_epoch = 0;
     int m_refreshes = 0;
     QList<Waiting> m_failedRefreshes; // while others are under way
     QList<Waiting> m_waitingForLogin;
