@@ -143,7 +143,7 @@ void tst_Serve::statuses_data()
     row("another letter case", "GET", "/projects/garden/1.0/FR-CA/strings.gz", 404);
     row("something behind the forced form", "GET", frenchPath + "/force/more", 404);
     row("something else than force", "GET", frenchPath + "/now", 404);
-    row("the REST API, which is not there", "GET", "/projects-api/v2/projects/garden", 404);
+    row("an address that the REST API does not have", "GET", "/projects-api/v3/projects/garden", 404);
     row("PUT on a delivery", "PUT", frenchPath, 405);
     row("POST on a delivery", "POST", frenchPath, 405);
     row("DELETE on a forced delivery", "DELETE", frenchPath + "/force", 405);

@@ -43,7 +43,7 @@ QString FolderLock::take(const QString &folder, const std::function<void()> &wai
         else if (QFileInfo::exists(m_folder))
             return QStringLiteral("cannot open the folder %1").arg(folder);
         if (waiting.elapsed() > longestWaitMs)
-            return QStringLiteral("another \"dorvane import\" is still writing to %1").arg(folder);
+            return QStringLiteral("another process is still writing to %1").arg(folder);
         if (!std::exchange(isTold, true))
             waits();
         QThread::msleep(pauseMs);

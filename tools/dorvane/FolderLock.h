@@ -1,4 +1,4 @@
-// FolderLock: keeps other imports out of a project folder while one reads, merges and writes it.
+// FolderLock: keeps other processes out of a folder while one reads, changes and writes what is in it.
 #pragma once
 
 #include <QString>

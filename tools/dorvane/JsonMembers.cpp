@@ -50,6 +50,22 @@ QJsonObject JsonMembers::object(const char *name)
     return value(name).toObject();
 }
 
+void JsonMembers::eachObject(const char *name, const std::function<void(JsonMembers &)> &read)
+{
+    const QJsonArray given = value(name).toArray();
+    const bool allObjects =
+        std::all_of(given.begin(), given.end(), [](const QJsonValue &element) { return element.isObject(); });
+    if (has(name) && (!value(name).isArray() || !allObjects))
+        return complain(name, QStringLiteral("must be a list of objects"));
+    for (qsizetype i = 0; i < given.size(); ++i) {
+        QString error;
+        JsonMembers element(given.at(i).toObject(), &error);
+        read(element);
+        if (!error.isEmpty())
+            complain(name, QStringLiteral("entry %1: %2").arg(QString::number(i + 1), error));
+    }
+}
+
 bool JsonMembers::flag(const char *name, bool otherwise)
 {
     if (has(name) && !value(name).isBool())

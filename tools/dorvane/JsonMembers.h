@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 // Each read gives the member, or `otherwise` when there is none (null counts as none). A member of
 // another type is complained about; the first complaint stays in `error` and names the member.
 class JsonMembers
@@ -17,6 +19,8 @@ public:
     QString requiredText(const char *name); // empty is a complaint too
     QStringList texts(const char *name);
     QJsonObject object(const char *name);
+    // Calls `read` for each element of a list of objects; complaints about an element say which it is.
+    void eachObject(const char *name, const std::function<void(JsonMembers &)> &read);
     bool flag(const char *name, bool otherwise);
     // A whole number of -limit to limit.
     qint64 integer(const char *name, qint64 otherwise, qint64 limit);

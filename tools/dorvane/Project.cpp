@@ -62,6 +62,8 @@ std::optional<Project> Project::fromJson(const QByteArray &json, QString *error)
     project.deliveryKey = members.requiredText("deliveryKey");
     project.expiresSeconds = members.integer("expiresSeconds", project.expiresSeconds, longestExpiry);
     project.deliveryEnabled = members.flag("deliveryEnabled", project.deliveryEnabled);
+    project.access = ProjectAccess::fromJson(members);
+    project.workflows = ProjectWorkflows::fromJson(members, project.sourceLocale, project.targetLocales);
     checkLocales(project, members);
     if (const QString problem = deliveryKeyProblem(project.deliveryKey); !problem.isEmpty())
         members.complain("deliveryKey", QStringLiteral("cannot be used: ") + problem);

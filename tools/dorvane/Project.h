@@ -1,6 +1,9 @@
 // Project: what project.json of a project folder says.
 #pragma once
 
+#include "ProjectAccess.h"
+#include "ProjectWorkflows.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +24,8 @@ struct Project
     QString deliveryKey;                 // base64, checked
     qint64 expiresSeconds = 3600;
     bool deliveryEnabled = true;
+    ProjectAccess access;
+    ProjectWorkflows workflows;
 
     // Locales are named in the platform's form ("fr-CA").
     bool hasLocale(const QString &locale) const

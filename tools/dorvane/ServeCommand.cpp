@@ -45,11 +45,16 @@ void declareOptions(CommandLine &line)
         "\"servers\"\n"
         "to start an application with.\n\n"
         "Delivery:   GET /projects/<project>/<version>/<locale>/strings.gz[/force]\n"
-        "Analytics:  POST /track, kept in FOLDER/received/events.jsonl\n\n"
-        "A file that changes is a new publication; no restart is needed. It is a server for development,\n"
-        "demonstrations and tests, not for the open internet. Not there yet: the sign-in page and the REST "
-        "API\n"
-        "(project information, file import and export, issues, contexts)."));
+        "Analytics:  POST /track, kept in FOLDER/received/events.jsonl\n"
+        "Sign-in:    /auth/realms/Dorvane/protocol/openid-connect/{auth,token,logout} for the \"users\" of\n"
+        "            project.json, /auth-api/v2/authenticate for its \"apiCredentials\"\n"
+        "REST API:   projects, workflows, import and export, submitted and rejected strings, issues, "
+        "contexts\n"
+        "            and bindings; what is sent to them is kept in FOLDER/received\n\n"
+        "A file that changes is a new publication; no restart is needed. A translation that is submitted out "
+        "of\n"
+        "the last step of its workflow is published too. It is a server for development, demonstrations and\n"
+        "tests, not for the open internet. docs/formats/project-folder.md says what the folder holds."));
 }
 
 // Nothing after it was said what is wrong.
@@ -95,10 +100,8 @@ QHostAddress reachableAddress(const QHostAddress &address)
     return address;
 }
 
-QString serversOption(QString base)
+QString serversOption(const QString &base)
 {
-    while (base.endsWith(u'/'))
-        base.chop(1);
     const QJsonObject servers{{QStringLiteral("api"), base},
                               {QStringLiteral("sso"), base},
                               {QStringLiteral("delivery"), base},
@@ -107,12 +110,36 @@ QString serversOption(QString base)
     return QString::fromUtf8(QJsonDocument(option).toJson(QJsonDocument::Compact));
 }
 
+// Where applications reach it, without a slash at the end.
+QString baseUrl(const ServeOptions &options, quint16 port)
+{
+    QString base =
+        options.publicUrl.isEmpty() ? ownUrl(reachableAddress(options.address), port) : options.publicUrl;
+    while (base.endsWith(u'/'))
+        base.chop(1);
+    return base;
+}
+
 // The two lines that scripts wait for.
 void announce(const ServeOptions &options, quint16 port)
 {
     printLine(QStringLiteral("Listening on %1").arg(ownUrl(options.address, port)));
-    const QString &given = options.publicUrl;
-    printLine(serversOption(given.isEmpty() ? ownUrl(reachableAddress(options.address), port) : given));
+    printLine(serversOption(baseUrl(options, port)));
+}
+
+// Never a password: they stand in project.json.
+QString signInNote(const ProjectAccess &access)
+{
+    QStringList names;
+    for (const ProjectUser &user : access.users)
+        names.append(QStringLiteral("\"%1\"").arg(user.user));
+    for (const ApiCredential &credential : access.apiCredentials)
+        names.append(QStringLiteral("the API credentials \"%1\"").arg(credential.userIdentifier));
+    return names.isEmpty()
+               ? QStringLiteral(
+                     "Nobody can sign in: project.json names no \"users\" and no \"apiCredentials\".")
+               : QStringLiteral("Can sign in, with the secrets of project.json: %1.")
+                     .arg(names.join(QStringLiteral(", ")));
 }
 
 // Until a signal or, where asked for, the end of standard input. `ready` is called when both are heeded.
@@ -158,6 +185,8 @@ int runServe(const QStringList &arguments)
     printErrorLine(
         QStringLiteral("dorvane serve: a stand-in for development, project \"%1\". Stop it with Ctrl+C.")
             .arg(platform.project().projectId));
+    printErrorLine(signInNote(platform.project().access));
+    platform.setBaseUrl(baseUrl(*options, port));
     runUntilStopped(options->exitWithInput, [port, &options] { announce(*options, port); });
     return Succeeded;
 }

@@ -1,5 +1,7 @@
 #include "Platform.h"
 
+#include "TranslationDocument.h"
+
 #include <DVHttpDate.h>
 
 namespace {
@@ -40,8 +42,26 @@ bool isCurrent(const QHttpServerRequest &request, const QDateTime &modified)
 Platform::Platform(const QString &folder, ProjectFolder::Log log)
     : m_folder(folder, log)
     , m_events(folder)
-    , m_log(std::move(log))
-{}
+    , m_log(log)
+    , m_received(folder, log)
+    , m_catalogues(folder, log)
+    , m_translations(m_received, std::move(log))
+    , m_issuer(m_received, [this]() -> const Project & { return m_folder.project(); })
+    , m_openId(m_issuer, [this]() -> const Project & { return m_folder.project(); })
+    , m_rest(m_issuer, m_catalogues, m_translations, m_received)
+{
+    m_folder.setPublished({[this](const QString &locale) { return m_translations.filePath(locale); },
+                           [this](const QString &locale) {
+                               return publishedDocument(m_folder.project(), locale,
+                                                        m_catalogues.ofLocale(locale, m_folder.project()),
+                                                        m_translations.states(locale));
+                           }});
+}
+
+void Platform::setBaseUrl(const QString &url)
+{
+    m_issuer.setIssuer(url + QStringLiteral("/auth/realms/Dorvane"));
+}
 
 Answer Platform::answer(const QHttpServerRequest &request)
 {
@@ -52,9 +72,11 @@ Answer Platform::answer(const QHttpServerRequest &request)
         return request.method() == Method::Post ? track(request) : Answer::methodNotAllowed("POST");
     if (path == QStringList(QString()) || path.isEmpty())
         return reads(request) ? welcome() : Answer::methodNotAllowed("GET, HEAD");
-    return Answer::text(Status::NotFound,
-                        QStringLiteral("There is nothing at this address. The sign-in page and the "
-                                       "REST API are not part of this server yet."));
+    if (OpenIdConnect::hasPath(path))
+        return m_openId.answer(request, path);
+    if (RestApi::hasPath(path))
+        return m_rest.answer(request, path, m_folder.project());
+    return Answer::text(Status::NotFound, QStringLiteral("There is nothing at this address."));
 }
 
 // Names from the request are only compared with known names; none becomes a path unchecked.

@@ -2,8 +2,14 @@
 #pragma once
 
 #include "Answer.h"
+#include "Catalogue.h"
 #include "EventLog.h"
+#include "OpenIdConnect.h"
 #include "ProjectFolder.h"
+#include "ReceivedFolder.h"
+#include "RestApi.h"
+#include "TokenIssuer.h"
+#include "TranslationStore.h"
 
 #include <QHttpServerRequest>
 
@@ -16,6 +22,8 @@ public:
     // Null on success, else what is wrong with the folder.
     QString open() { return m_folder.open(); }
     const Project &project() { return m_folder.project(); }
+    // Where it is reached, without a slash at the end.
+    void setBaseUrl(const QString &url);
 
     Answer answer(const QHttpServerRequest &request);
 
@@ -28,4 +36,10 @@ private:
     ProjectFolder m_folder;
     EventLog m_events;
     ProjectFolder::Log m_log;
+    ReceivedFolder m_received;
+    Catalogues m_catalogues;
+    TranslationStore m_translations;
+    TokenIssuer m_issuer;
+    OpenIdConnect m_openId;
+    RestApi m_rest;
 };
