@@ -66,6 +66,14 @@ struct DVFaultServer::State
     int connections = 0;
     int disconnects = 0;
     quint16 port = 0;
+    Upload upload = Upload::Read;
+    qint64 uploadBytes = 0;
+
+    Upload uploadAfter(qint64 bytes) const
+    {
+        const std::lock_guard lock(mutex);
+        return bytes >= uploadBytes ? upload : Upload::Read;
+    }
 
     Answer answerTo(const Request &request)
     {
@@ -98,12 +106,14 @@ class Connection : public QObject
 {
 public:
     using Respond = std::function<DVFaultServer::Answer(const DVFaultServer::Request &)>;
+    using Upload = std::function<DVFaultServer::Upload(qint64 bytes)>;
 
-    Connection(QTcpSocket *socket, int number, Respond respond)
+    Connection(QTcpSocket *socket, int number, Respond respond, Upload upload)
         : QObject(socket)
         , m_socket(socket)
         , m_number(number)
         , m_respond(std::move(respond))
+        , m_upload(std::move(upload))
     {
         connect(socket, &QTcpSocket::readyRead, this, [this] { read(); });
     }
@@ -113,13 +123,27 @@ public:
 private:
     void read()
     {
+        if (m_stalled)
+            return;
         m_input += m_socket->readAll();
         DVFaultServer::Request request;
         if (!m_busy && takeRequest(&request)) {
             m_busy = true;
             const DVFaultServer::Answer answer = m_respond(request);
             QTimer::singleShot(answer.delayMs, this, [this, answer] { begin(answer); });
+        } else if (!m_busy) {
+            interruptUpload();
         }
+    }
+
+    void interruptUpload()
+    {
+        const DVFaultServer::Upload upload = m_upload(m_input.size());
+        if (upload == DVFaultServer::Upload::Reset)
+            return reset(m_socket);
+        m_stalled = upload == DVFaultServer::Upload::Stall;
+        if (m_stalled)
+            m_socket->setReadBufferSize(1);
     }
 
     bool takeRequest(DVFaultServer::Request *request)
@@ -207,6 +231,8 @@ private:
     QTcpSocket *const m_socket;
     const int m_number;
     const Respond m_respond;
+    const Upload m_upload;
+    bool m_stalled = false;
     QByteArray m_input;
     bool m_busy = false;
 };
@@ -234,9 +260,15 @@ public:
 
     void closeIdleConnections()
     {
-        for (Connection *connection : findChildren<Connection *>()) {
-            if (connection->isIdle())
-                static_cast<QTcpSocket *>(connection->parent())->disconnectFromHost();
+        const QList<QTcpSocket *> sockets = findChildren<QTcpSocket *>();
+        for (QTcpSocket *socket : sockets) {
+            const QObjectList children = socket->children();
+            for (const QObject *child : children) {
+                // findChildren() cannot tell a class without meta-object from its base.
+                const auto *connection = dynamic_cast<const Connection *>(child);
+                if (connection && connection->isIdle())
+                    socket->disconnectFromHost();
+            }
         }
     }
 
@@ -248,8 +280,10 @@ private:
             connect(socket, &QTcpSocket::disconnected, socket,
                     [state = m_state, socket] { ended(*state, socket); });
             const std::lock_guard lock(m_state->mutex);
-            new Connection(socket, ++m_state->connections, // the socket owns it
-                           [state = m_state](const Request &request) { return state->answerTo(request); });
+            new Connection(
+                socket, ++m_state->connections, // the socket owns it
+                [state = m_state](const Request &request) { return state->answerTo(request); },
+                [state = m_state](qint64 bytes) { return state->uploadAfter(bytes); });
         }
     }
 
@@ -348,6 +382,13 @@ void DVFaultServer::setHandler(Handler handler)
 {
     const std::lock_guard lock(d->mutex);
     d->handler = std::move(handler);
+}
+
+void DVFaultServer::setUpload(Upload upload, qint64 afterBytes)
+{
+    const std::lock_guard lock(d->mutex);
+    d->upload = upload;
+    d->uploadBytes = afterBytes;
 }
 
 QList<DVFaultServer::Request> DVFaultServer::requests() const

@@ -72,6 +72,14 @@ public:
     void enqueue(const Answer &answer);
     void setHandler(Handler handler);
 
+    // What becomes of a request of which so many bytes, headers included, came and not yet the whole.
+    enum class Upload {
+        Read,  // it is read to its end
+        Reset, // the connection is reset
+        Stall  // nothing more is read
+    };
+    void setUpload(Upload upload, qint64 afterBytes = 0);
+
     // The requests read so far, oldest first.
     QList<Request> requests() const;
     // Forgets requests, queued answers and the handler.
