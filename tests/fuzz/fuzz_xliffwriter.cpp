@@ -58,7 +58,7 @@ void addForm(Strings &strings, QSet<QString> &writtenKeys, FuzzInput &in)
                                                    QStringLiteral("dual")};
     const quint8 choice = in.byte();
     const QString key = madeText(in);
-    const QString plural = categories[choice & 7];
+    const QString &plural = categories[choice & 7];
     QString uid = madeText(in).remove(u'['); // of which a category would be read
     if (!plural.isNull())
         uid += QString(u'[' + plural + u']');
