@@ -34,8 +34,11 @@ struct DVContextPicture
     std::function<QString()> saveImage;
 };
 
-// Class operations only; each is signed as it has to be, completes on the main thread, once, error first.
-// The project and the current locale are those of DVState.
+// Class operations only, main thread; each is signed as it has to be and completes there, once, error first,
+// never from inside the call. Project, current locale and step are those of DVState at the call. Completions
+// may be empty. Errors are the request's. A successful answer that lacks what the operation reads, or has it
+// in another type, is "Server error", domain "dorvane.API", code 500: nobody knows then what the platform
+// took.
 class DVApi
 {
 public:
@@ -47,7 +50,8 @@ public:
     static void logOutWithRefreshToken(const QString &refreshToken);
     static void pingWithCompletion(Completion completion);
 
-    // Nothing comes with an error. Not forced, the session's copy answers where it has one.
+    // Nothing comes with an error. Not forced, the session's copy answers where it has one. The first asks
+    // anew each time and keeps nothing; outside review it signs with the API credentials.
     using InfoCompletion = std::function<void(const DVErrorOr &, const std::optional<QJsonObject> &)>;
     static void projectInfoWithCompletion(InfoCompletion completion);
     static void projectInfoForce(bool force, InfoCompletion withCompletion);
@@ -55,7 +59,8 @@ public:
         std::function<void(const DVErrorOr &, const std::optional<QList<DVWorkflowStep>> &)>;
     static void projectWorkflowsForce(bool force, WorkflowsCompletion withCompletion);
 
-    // Moves strings to the next step, or back; completes with those that the platform refused.
+    // Moves strings to the next step, or back; completes with those that the platform refused, each once; all
+    // of them with an error. Strings without a uid are not sent. No strings: nothing is sent.
     using StatusCompletion = std::function<void(const DVErrorOr &, const QList<DVStringGroupPtr> &failed)>;
     static void submitStrings(const QList<DVStringGroupPtr> &strings, StatusCompletion withCompletion);
     static void rejectStrings(const QList<DVStringGroupPtr> &strings, StatusCompletion withCompletion);
@@ -63,18 +68,23 @@ public:
     static void setStatus(const QString &status, const QList<DVStringGroupPtr> &forStrings,
                           StatusCompletion withCompletion);
 
-    // Imports edited strings; completes with why some were not taken, by key.
+    // Imports edited strings, as "saveFile.xlf" in the folder of the library's files, which stays there until
+    // the next time. Completes with why some could not be written or were not taken, by key; with an error
+    // all of them. No strings: nothing is sent. Saves at the same time do not disturb each other.
     using SaveCompletion = std::function<void(const DVErrorOr &, const QMap<QString, QStringList> &failures)>;
     static void saveStrings(const DVStringGroups &strings, const DVXliffHeader &header,
                             SaveCompletion withCompletion, const DVTransferPtr &transfer = {});
 
-    // Reports what is wrong with a translation: the group's rejectReason and rejectDescription.
+    // Reports what is wrong with a translation: the group's rejectReason and rejectDescription (which becomes
+    // empty when it is null).
     static void createIssueForString(const DVStringGroupPtr &string, Completion withCompletion);
 
+    // The picture first, then where its strings stand. Tracked as "Context Capture".
     static void uploadContext(const DVContextPicture &picture, Completion withCompletion,
                               const DVTransferPtr &transfer = {});
 
-    // The published strings and then those of the current step, as XLIFF files. The second one's error.
+    // The published strings and then the pending ones, of the current step if there is one, as XLIFF files.
+    // Completes with the second one's error, whatever became of the first.
     static void downloadStringsForLocale(const DVLocale &locale, int authenticated,
                                          const QString &pendingPath, const QString &publishedPath,
                                          Completion withCompletion, const DVTransferPtr &transfer = {});

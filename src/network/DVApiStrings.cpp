@@ -177,7 +177,9 @@ void DVApi::rejectStrings(const QList<DVStringGroupPtr> &strings, StatusCompleti
 void DVApi::setStatus(const QString &status, const QList<DVStringGroupPtr> &forStrings,
                       StatusCompletion withCompletion)
 {
-    if (forStrings.isEmpty()) {
+    Groups strings = forStrings;
+    strings.removeAll(DVStringGroupPtr());
+    if (strings.isEmpty()) {
         DVMainQueue::post([withCompletion] {
             if (withCompletion)
                 withCompletion({}, {});
@@ -186,9 +188,9 @@ void DVApi::setStatus(const QString &status, const QList<DVStringGroupPtr> &forS
     }
     DVNetwork::putPath(DVApiAnswer::projectPath(QLatin1StringView("workflows-strings-api"),
                                                 u'/' % DVApiAnswer::pathPiece(status)),
-                       false, DVAuthenticationUser, DVServerApi, statusBody(forStrings),
-                       [status, forStrings, withCompletion](const DVErrorOr &error, const QJsonValue &json) {
-                           completeStatus(status, forStrings, error, json, withCompletion);
+                       false, DVAuthenticationUser, DVServerApi, statusBody(strings),
+                       [status, strings, withCompletion](const DVErrorOr &error, const QJsonValue &json) {
+                           completeStatus(status, strings, error, json, withCompletion);
                        });
 }
 

@@ -270,8 +270,8 @@ void tst_Api::translationsComeInTwoFiles()
     DVState::shared().setWorkflowStep(step, {});
     const Answer published = publishedFails ? Answer::failing(DVFaultServer::Fault::CutBody)
                                             : Answer::of(200, "the published ones").delayed(100);
-    const Answer pending =
-        pendingFails ? Answer::failing(DVFaultServer::Fault::ResetInBody) : Answer::of(200, "the pending ones");
+    const Answer pending = pendingFails ? Answer::failing(DVFaultServer::Fault::ResetInBody)
+                                        : Answer::of(200, "the pending ones");
     // Tokens first, so that the answers below are for the downloads.
     if (authenticated == DVAuthenticationApi) {
         bool signedIn = false;

@@ -69,6 +69,12 @@ private:
 void tst_ApiContext::init()
 {
     m_platform = std::make_unique<ApiPlatform>();
+    // Recorded, but not sent: that was done just now.
+    QFile events(DVAnalytics::sharedInstance().saveFilePath());
+    QVERIFY(events.open(QIODevice::WriteOnly));
+    events.write("{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970(), 'f', 0) + '}');
+    events.close();
+    DVAnalytics::sharedInstance().forgetLoaded();
     DVState::shared().analyticsEnabled = true;
     DVState::shared().editionMode = false;
     m_calls = 0;
@@ -111,7 +117,8 @@ void tst_ApiContext::pictureAndBindings()
              (QStringList{u"POST /context-api/v2/projects/p1/contexts Bearer api-token"_qs,
                           u"POST /context-api/v2/projects/p1/bindings Bearer api-token"_qs}));
     const auto file = ApiPlatform::uploadedFile(m_platform->requests().first());
-    QVERIFY2(file.disposition.startsWith("form-data; name=\"content\"; filename=\"/"), file.disposition.constData());
+    QVERIFY2(file.disposition.startsWith("form-data; name=\"content\"; filename=\"/"),
+             file.disposition.constData());
     QVERIFY2(file.disposition.endsWith("/picture.png\""), file.disposition.constData());
     QCOMPARE(file.type, QByteArray("image/png"));
     QCOMPARE(file.content, png);
@@ -202,8 +209,9 @@ void tst_ApiContext::failedBindings()
     upload(picture({u"a"_qs}));
     m_platform->server.setHandler({});
     // The token of the application, the picture, the bindings.
-    m_platform->server.enqueue(ApiPlatform::success(R"({"accessToken":"api-token","expiresIn":300,)"
-                                                    R"("refreshToken":"api-refresh","refreshExpiresIn":300})"));
+    m_platform->server.enqueue(
+        ApiPlatform::success(R"({"accessToken":"api-token","expiresIn":300,)"
+                             R"("refreshToken":"api-refresh","refreshExpiresIn":300})"));
     m_platform->server.enqueue(ApiPlatform::success(R"({"contextUid":"c-1"})"));
     m_platform->server.enqueue(Answer::of(500, R"({"response":{"code":"GENERAL_ERROR","errors":[]}})"));
     QTRY_COMPARE(m_calls, 1);

@@ -110,6 +110,8 @@ private Q_SLOTS:
     void refusedStrings();
     void manyRefusals();
     void stringsLiveUntilTheAnswer();
+    void brokenExchanges_data();
+    void brokenExchanges();
     void editsAreImported();
     void stringsThatWereNotTaken_data();
     void stringsThatWereNotTaken();
@@ -142,7 +144,7 @@ void tst_ApiStrings::statusesAreSent()
     QFETCH(bool, submit);
     m_platform->answer(ApiPlatform::success("null"));
     const QList<DVStringGroupPtr> strings{ApiPlatform::string(u"hello"_qs, u"h-1"_qs),
-                                          ApiPlatform::string(u"new"_qs, {}),
+                                          ApiPlatform::string(u"new"_qs, {}), nullptr,
                                           ApiPlatform::string(u"bye"_qs, u"h-2[other]"_qs)};
     StatusOutcome outcome;
     submit ? DVApi::submitStrings(strings, outcome.take()) : DVApi::rejectStrings(strings, outcome.take());
@@ -163,7 +165,7 @@ void tst_ApiStrings::nothingToSendIsNotSent()
     StatusOutcome submitted;
     StatusOutcome rejected;
     SaveOutcome saved;
-    DVApi::submitStrings({}, submitted.take());
+    DVApi::submitStrings({nullptr}, submitted.take());
     DVApi::rejectStrings({}, rejected.take());
     DVApi::saveStrings({}, header(), saved.take());
     QCOMPARE(submitted.calls + rejected.calls + saved.calls, 0);
@@ -268,6 +270,53 @@ void tst_ApiStrings::stringsLiveUntilTheAnswer()
     QTRY_VERIFY(watched.expired());
 }
 
+void tst_ApiStrings::brokenExchanges_data()
+{
+    QTest::addColumn<int>("fault");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    using Fault = DVFaultServer::Fault;
+    QTest::newRow("closed without an answer") << int(Fault::Close) << 200 << QByteArray();
+    QTest::newRow("reset") << int(Fault::Reset) << 200 << QByteArray();
+    QTest::newRow("cut in the answer")
+        << int(Fault::CutBody) << 200 << QByteArray(R"({"response":{"data":{}}})");
+    QTest::newRow("without an end") << int(Fault::Endless) << 200 << QByteArray(1 << 20, ' ');
+    QTest::newRow("a page for people")
+        << int(Fault::None) << 200 << QByteArray("<html>Sign in to the airport</html>");
+    QTest::newRow("half an answer") << int(Fault::None) << 200 << QByteArray(R"({"response":{"code":"SUCC)");
+    QTest::newRow("a token that is no good") << int(Fault::None) << 401 << QByteArray();
+    QTest::newRow("a gateway that waited too long") << int(Fault::None) << 504 << QByteArray("<html></html>");
+}
+
+// Nothing counts as taken, nothing is sent a second time, and the next save works.
+void tst_ApiStrings::brokenExchanges()
+{
+    QFETCH(int, fault);
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    Answer answer = Answer::of(status, body);
+    answer.fault = DVFaultServer::Fault(fault);
+    m_platform->answer(answer);
+    SaveOutcome saved;
+    DVApi::saveStrings(byKey(threeStrings()), header(), saved.take());
+    QTRY_COMPARE_WITH_TIMEOUT(saved.calls, 1, 30000);
+    QVERIFY(saved.error);
+    QCOMPARE(saved.failures.size(), 3);
+    StatusOutcome submitted;
+    DVApi::submitStrings(threeStrings(), submitted.take());
+    QTRY_COMPARE_WITH_TIMEOUT(submitted.calls, 1, 30000);
+    QVERIFY(submitted.error);
+    QCOMPARE(submitted.failedKeys.size(), 3);
+    QCOMPARE(m_platform->requests().size(), 2);
+
+    m_platform->answer(ApiPlatform::success("{}"));
+    SaveOutcome again;
+    DVApi::saveStrings(byKey(threeStrings()), header(), again.take());
+    QTRY_COMPARE(again.calls, 1);
+    QVERIFY(!again.error);
+    QVERIFY(again.failures.isEmpty());
+}
+
 void tst_ApiStrings::editsAreImported()
 {
     m_platform->answer(ApiPlatform::success(R"({"wordCount":3,"stringCount":3})"));
@@ -287,7 +336,8 @@ void tst_ApiStrings::editsAreImported()
         m_platform->requestLines(),
         QStringList{u"POST /files-api/v2/projects/p1/locales/fr-CA/content/import Bearer user-token"_qs});
     const auto file = ApiPlatform::uploadedFile(m_platform->requests().last());
-    QVERIFY2(file.disposition.startsWith("form-data; name=\"file\"; filename=\"/"), file.disposition.constData());
+    QVERIFY2(file.disposition.startsWith("form-data; name=\"file\"; filename=\"/"),
+             file.disposition.constData());
     QVERIFY2(file.disposition.endsWith("/saveFile.xlf\""), file.disposition.constData());
     QCOMPARE(file.type, QByteArray("application/octet-stream"));
     QCOMPARE(textsIn(file.content),
