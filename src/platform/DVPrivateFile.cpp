@@ -10,6 +10,7 @@
 #include <QSaveFile>
 #include <QSet>
 
+#include <algorithm>
 #include <mutex>
 
 #if defined(Q_OS_UNIX)
@@ -64,8 +65,11 @@ bool isTemporaryOf(const QString &candidate, const QString &name)
     const QString target = form->match(candidate).captured(1);
     if (target.isEmpty())
         return false;
-    return target == name || target.endsWith(u"_published.xlf") || target == u"defaults.json" ||
-           target == u"analytics";
+    constexpr QStringView kinds[] = {u"_published.xlf", u"_pending.xlf", u"_edited.xlf", u"_discarded.xlf",
+                                     u"_review.xlf"};
+    const auto isOfKind = [&target](QStringView kind) { return target.endsWith(kind); };
+    return target == name || target == u"defaults.json" || target == u"analytics" ||
+           std::any_of(std::begin(kinds), std::end(kinds), isOfKind);
 }
 
 // Those of the last hour may belong to a process that is writing now.

@@ -8,6 +8,8 @@
 #include "DVState.h"
 #include "DVUserDefaults.h"
 
+#include <QFile>
+
 #include <limits>
 
 namespace {
@@ -253,11 +255,19 @@ void DVLocaleStrings::loadDirtyStatuses()
             group->rejectReason = decision->reason;
             group->rejectDescription = decision->description;
         }
-        const DVStringGroupPtr record = dirty ? dirty : loaded;
-        if (record && decision->status == DVStringStatusRejected)
-            m_rejectedStrings.insert(decision.key(), record);
-        if (record && decision->status == DVStringStatusAccepted)
-            m_acceptedStrings.insert(decision.key(), record);
+        if (const DVStringGroupPtr record = dirty ? dirty : loaded)
+            listDecided(decision.key(), record);
+    }
+}
+
+void DVLocaleStrings::listDecided(const QString &key, const DVStringGroupPtr &record)
+{
+    if (record->status == DVStringStatusRejected) {
+        m_rejectedStrings.insert(key, record);
+        m_acceptedStrings.remove(key);
+    } else if (record->status == DVStringStatusAccepted) {
+        m_acceptedStrings.insert(key, record);
+        m_rejectedStrings.remove(key);
     }
 }
 
@@ -301,9 +311,12 @@ void DVLocaleStrings::keepDiscarded()
     all.insert(discarded);
     m_discardedStrings = all;
     DVXliffWriter::Failures failures;
-    if (const auto error =
-            DVXliffWriter::writeXliffFromStrings(all, discardedFilePath(), xliffHeader(), &failures))
-        dv_logInfo(QStringLiteral("Error keeping discarded strings: %1").arg(error->description));
+    const auto error =
+        DVXliffWriter::writeXliffFromStrings(all, discardedFilePath(), xliffHeader(), &failures);
+    if (!error)
+        return;
+    dv_logInfo(QStringLiteral("Error keeping discarded strings: %1").arg(error->description));
+    QFile::rename(dirtyFilePath(), discardedFilePath()); // a full disk still renames, over nothing
 }
 
 DVStringGroups DVLocaleStrings::discardedStrings() const

@@ -17,6 +17,22 @@
 
 namespace {
 
+// What holds edits, or texts under review.
+bool isOfAReview(const QString &fileName)
+{
+    const auto name = DVStringsFileName::parse(fileName);
+    return (name && name->isSomebodysWork()) || DVReviewLocaleStrings::isReviewFile(fileName);
+}
+
+// What a save that was killed leaves: the file's name, a dot and six characters.
+QString withoutTemporaryEnding(const QString &fileName)
+{
+    constexpr qsizetype ending = 7;
+    return fileName.size() > ending && fileName.at(fileName.size() - ending) == u'.'
+               ? fileName.chopped(ending)
+               : fileName;
+}
+
 void logUnreadable(const QString &path, const DVError &error)
 {
     DVRecentEvents::shared().noteError(error);
@@ -84,8 +100,7 @@ void DVEditedFile::removeAll()
     const QDir folder(path);
     const QStringList names = folder.entryList(QDir::Files | QDir::Hidden, QDir::Name);
     for (const QString &fileName : names) {
-        const auto name = DVStringsFileName::parse(fileName);
-        if ((name && name->isSomebodysWork()) || DVReviewLocaleStrings::isReviewFile(fileName))
+        if (isOfAReview(fileName) || isOfAReview(withoutTemporaryEnding(fileName)))
             remove(folder.filePath(fileName));
     }
 }

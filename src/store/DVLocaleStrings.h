@@ -106,7 +106,7 @@ public:
     virtual void clearDirtyStrings();
     virtual void clearDirtyStatuses();
     // Clears both, but keeps the dirty strings as discardedStrings().
-    void discardEdits();
+    virtual void discardEdits();
     // The latest text of each string that was discarded, until clearDiscardedStrings(). Records of their own.
     DVStringGroups discardedStrings() const;
     void clearDiscardedStrings();
@@ -160,6 +160,7 @@ private:
     void loadEdits();
     void saveEditedFile();
     void saveStatuses() const;
+    void listDecided(const QString &key, const DVStringGroupPtr &record);
     void keepDiscarded();
     void publishDirtyStrings();
     void forgetLoadedRecord(const QString &key);

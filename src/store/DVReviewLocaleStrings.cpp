@@ -3,6 +3,7 @@
 #include "DVCueMarkers.h"
 #include "DVFolders.h"
 #include "DVLocaleIdentifiers.h"
+#include "DVNetwork.h"
 
 #include <QFile>
 
@@ -81,8 +82,10 @@ void DVReviewLocaleStrings::loadStrings()
 void DVReviewLocaleStrings::clearAllFiles()
 {
     for (const QString &path : {dirtyFilePath(), pendingFilePath(), publishedFilePath()}) {
-        if (!path.isEmpty())
-            QFile::remove(path);
+        if (path.isEmpty())
+            continue;
+        QFile::remove(path);
+        QFile::remove(dv_previousFilePath(path));
     }
 }
 

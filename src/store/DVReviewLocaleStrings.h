@@ -39,6 +39,7 @@ public:
 
     void clearDirtyStrings() override {}
     void clearDirtyStatuses() override {}
+    void discardEdits() override {}
 
 private:
     using DVLocaleStrings::DVLocaleStrings;
