@@ -3,6 +3,8 @@
 
 #include "DVLocaleStrings.h"
 
+#include <QJsonObject>
+
 // The application's packaged "Localizable" strings, under the source texts of whatever translation
 // file was loaded. The second answer of every lookup. Main thread only, as its base.
 class DVBaseLocaleStrings : public DVLocaleStrings
@@ -31,6 +33,10 @@ public:
     // Lays the source texts of a locale's files over the packaged texts.
     void setSourceStrings(const DVStringLayers &sources);
 
+    // Downloads the files of the project's first target locale, which becomes fetchedLocale; loadStrings()
+    // reads their source texts. Completes as its base does.
+    void pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer = {}) override;
+
     // Named after fetchedLocale.
     QString publishedFilePath() const override;
     QString pendingFilePath() const override;
@@ -38,6 +44,8 @@ public:
 private:
     explicit DVBaseLocaleStrings(const DVLocale &locale);
     DVStringLayers readPackagedStrings() const;
+    void pullFirstTargetLocale(const QJsonObject &projectInfo, const PullCompletion &then,
+                               const DVTransferPtr &transfer);
 
     DVLocale m_fetchedLocale;
     std::optional<DVStringLayers> m_packaged; // read once

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DVStringLayers.h"
+#include "DVTransfer.h"
 #include "DVXliffWriter.h"
 
 #include <Dorvane/DVError.h>
@@ -113,6 +114,11 @@ public:
     // Strings that the platform has taken: their texts are served as loaded ones until the next load.
     void keepSavedStrings(const DVStringGroups &strings);
 
+    // Discards the edits, then downloads published and pending strings for review; a load reads them.
+    // Completes on the main thread, not from inside the call. `withCompletion` may be empty.
+    using PullCompletion = std::function<void(const DVErrorOr &)>;
+    virtual void pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer = {});
+
     // What a document of this store's strings says besides them.
     DVXliffHeader xliffHeader() const;
     // Where xliffHeader() finds the base store; null when there is none.
@@ -154,6 +160,8 @@ protected:
     static QString filePath(const DVLocale &locale, QStringView suffix);
     void setLoadedStrings(DVStringLayers strings);
     static void notifyStringsObserver();
+    // A pull has brought new files.
+    virtual void noteReviewDownload();
 
 private:
     void storeDates(const QDateTime &expiration, const QDateTime &download);

@@ -41,6 +41,9 @@ public:
     void clearDirtyStatuses() override {}
     void discardEdits() override {}
 
+protected:
+    void noteReviewDownload() override {}
+
 private:
     using DVLocaleStrings::DVLocaleStrings;
     QString reviewFilePath(QStringView kind) const;
