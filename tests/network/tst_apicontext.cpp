@@ -70,6 +70,7 @@ void tst_ApiContext::init()
 {
     m_platform = std::make_unique<ApiPlatform>();
     // Recorded, but not sent: that was done just now.
+    QVERIFY(DVFolders::makePrivateFolder(DVFolders::dorvaneFiles()));
     QFile events(DVAnalytics::sharedInstance().saveFilePath());
     QVERIFY(events.open(QIODevice::WriteOnly));
     events.write("{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970(), 'f', 0) + '}');
