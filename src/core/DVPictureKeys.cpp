@@ -1,21 +1,18 @@
 #include "DVPictureKeys.h"
 
+#include "DVTextMarks.h"
+
 #include <algorithm>
 #include <cstring>
 
 namespace {
-
-bool needsPicture(char16_t c)
-{
-    return c < u' ' && c != u'\t' && c != u'\n' && c != u'\r';
-}
 
 // The pictures of 0x00 to 0x1F are E2 90 80 to E2 90 9F in UTF-8.
 void appendWithPictures(QByteArray &key, const char *text)
 {
     for (; *text; ++text) {
         const auto byte = static_cast<unsigned char>(*text);
-        if (needsPicture(byte))
+        if (dv_needsControlPicture(byte))
             key.append("\xE2\x90").append(char(0x80 + byte));
         else
             key.append(*text);
@@ -58,11 +55,10 @@ DVStringLayers::Hit DVPictureKeys::findIn(const DVStringLayers &layers) const
 
 QString dv_stringWithControlPictures(const QString &text)
 {
-    constexpr char16_t firstPicture = 0x2400;
     QString result = text;
     for (QChar &c : result) {
-        if (needsPicture(c.unicode()))
-            c = QChar(char16_t(firstPicture + c.unicode()));
+        if (dv_needsControlPicture(c.unicode()))
+            c = QChar(dv_controlPicture(c.unicode()));
     }
     return result;
 }

@@ -11,6 +11,18 @@ inline bool dv_isCue(char16_t c)
     return c == stringStart || c == stringEnd || c == argumentStart || c == argumentEnd;
 }
 
+// XML 1.0, and so XLIFF, has no control characters but tab, line feed and carriage return: their pictures
+// (Unicode, "Control Pictures") stand in for the others.
+inline bool dv_needsControlPicture(char16_t c)
+{
+    return c < u' ' && c != u'\t' && c != u'\n' && c != u'\r';
+}
+inline constexpr char16_t dv_firstControlPicture = 0x2400;
+inline constexpr char16_t dv_controlPicture(char16_t c)
+{
+    return char16_t(dv_firstControlPicture + c);
+}
+
 // Whether the last argument has no end marker. Records close it (see dv_enumerateCuesUsingBlock), and
 // a lookup has to give what the record says.
 inline bool dv_endsInsideArgument(std::string_view text)

@@ -1,10 +1,11 @@
 #include "DVXliffDocument.h"
 
+#include "DVTextMarks.h"
+
 namespace {
 
 using Kind = DVXliffDocument::Kind;
 
-constexpr char16_t firstPicture = 0x2400; // Unicode, "Control Pictures"
 constexpr char16_t firstNonCharacter = 0xFFFE;
 
 // What stands for a character that is no half of a pair; null when it stands for itself.
@@ -26,8 +27,8 @@ QString replacement(char16_t c, Kind kind)
     case u'"':
         return kind == Kind::Attribute ? QStringLiteral("&quot;") : QString();
     default:
-        if (c < u' ')
-            return QChar(char16_t(firstPicture + c));
+        if (dv_needsControlPicture(c))
+            return QChar(dv_controlPicture(c));
         return c >= firstNonCharacter ? QString(QChar::ReplacementCharacter) : QString();
     }
 }

@@ -2,6 +2,7 @@
 
 #include "ReadingProblem.h"
 
+#include <DVTextMarks.h>
 #include <DVXliffReader.h>
 
 #include <QRegularExpression>
@@ -10,16 +11,9 @@
 
 namespace {
 
-constexpr char16_t firstPicture = 0x2400;
-
-bool isControl(char16_t c)
-{
-    return c < u' ' && c != u'\t' && c != u'\n' && c != u'\r';
-}
-
 bool isControlPicture(char16_t c)
 {
-    return c >= firstPicture && c < firstPicture + u' ' && isControl(char16_t(c - firstPicture));
+    return c >= dv_firstControlPicture && dv_needsControlPicture(char16_t(c - dv_firstControlPicture));
 }
 
 QByteArray escaped(QStringView text, bool inAttribute)
@@ -77,8 +71,8 @@ QString withControlPictures(const QString &text)
         return text;
     QString result = text;
     for (QChar &c : result) {
-        if (isControl(c.unicode()))
-            c = QChar(char16_t(firstPicture + c.unicode()));
+        if (dv_needsControlPicture(c.unicode()))
+            c = QChar(dv_controlPicture(c.unicode()));
     }
     return result;
 }
@@ -88,14 +82,15 @@ QString withoutControlPictures(const QString &text)
     QString result = text;
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (isControlPicture(text[i].unicode()))
-            result[i] = QChar(char16_t(text[i].unicode() - firstPicture));
+            result[i] = QChar(char16_t(text[i].unicode() - dv_firstControlPicture));
     }
     return result;
 }
 
 bool hasControlCharacters(QStringView text)
 {
-    return std::any_of(text.cbegin(), text.cend(), [](QChar c) { return isControl(c.unicode()); });
+    return std::any_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return dv_needsControlPicture(c.unicode()); });
 }
 
 bool isXmlText(QStringView text)
