@@ -69,12 +69,12 @@ private:
 
     const QString m_access = DVCanaries::canary(u"access"_qs);
     const QString m_refresh = DVCanaries::canary(u"refresh"_qs);
-    const QString m_code = DVCanaries::canary(u"code+/="_qs);
+    const QString m_code = DVCanaries::canary(u"code"_qs);
     const QString m_secret = DVCanaries::canary(u"secret"_qs);
     const QString m_key = DVCanaries::canary(u"key"_qs);
     const QString m_password = DVCanaries::canary(u"password"_qs);
-    const QString m_apiAccess = DVCanaries::canary(u"api access"_qs);
-    const QString m_apiRefresh = DVCanaries::canary(u"api refresh"_qs);
+    const QString m_apiAccess = DVCanaries::canary(u"API-access"_qs);
+    const QString m_apiRefresh = DVCanaries::canary(u"API-refresh"_qs);
     const QStringList m_all = {m_access, m_refresh,  m_code,      m_secret,
                                m_key,    m_password, m_apiAccess, m_apiRefresh};
 
@@ -233,6 +233,11 @@ void tst_Canaries::exchanges()
         expected += 4;
         waitFor(m_completions, expected);
     }
+    // The secrets did go where they belong.
+    const auto sent = m_server->requests();
+    QCOMPARE(std::count_if(sent.begin(), sent.end(),
+                           [](const Request &request) { return request.target == "/json"; }),
+             fails ? 0 : 2);
     DVApi::logOutWithRefreshToken(m_refresh);
     QVERIFY(m_server->waitForRequests(1, patience));
     QTRY_VERIFY_WITH_TIMEOUT(
@@ -278,6 +283,8 @@ void tst_Canaries::tokensThatServersEcho()
                                                    {u"refreshToken"_qs, m_apiRefresh},
                                                    {u"refreshExpiresIn"_qs, 600}});
     m_server->setHandler([=](const Request &request) {
+        if (request.target == "/track")
+            return Answer::of(200);
         QByteArray body = type;
         const QByteArray token = request.header("Authorization").mid(qsizetype(qstrlen("Bearer ")));
         body.replace("%1", token);
@@ -286,6 +293,10 @@ void tst_Canaries::tokensThatServersEcho()
     DVNetwork::getPath(u"/get"_qs, DVAuthenticationApi, DVServerApi, {}, counted());
     DVNetwork::putPath(u"/put"_qs, false, DVAuthenticationApi, DVServerApi, {{u"a"_qs, 1}}, counted());
     waitFor(m_completions, 2);
+    for (const Request &request : m_server->requests()) {
+        if (request.target != "/track")
+            QCOMPARE(request.header("Authorization"), QByteArray("Bearer " + m_apiAccess.toUtf8()));
+    }
     expectNone({m_apiAccess, m_apiRefresh, m_key});
 }
 
