@@ -6,6 +6,8 @@
 #include "DVLocaleIdentifiers.h"
 #include "DVLog.h"
 #include "DVMainQueue.h"
+#include "DVReplacedFile.h"
+#include "DVUserDefaults.h"
 
 #include <QJsonArray>
 
@@ -39,6 +41,8 @@ void complete(const DVLocaleStrings::PullCompletion &completion, const DVErrorOr
 
 void DVLocaleStrings::noteReviewDownload()
 {
+    const DVUserDefaults::Batch batch;
+    DVReplacedFile::keepDates(publishedFilePath(), m_locale);
     setLastDownloadDate(DVClock::now());
 }
 

@@ -88,7 +88,7 @@ public:
             const QString key = target.key().section(u'[', 0, 0);
             units += QStringLiteral("<trans-unit id=\"id-%1\" resname=\"%2\"><source>base %2</source>"
                                     "<target>%3</target></trans-unit>\n")
-                         .arg(target.key(), key, *target);
+                         .arg(target.key(), key, target->toHtmlEscaped());
         }
         return QString(u"<xliff version=\"1.2\"><file><body>\n" + units + u"</body></file></xliff>").toUtf8();
     }
