@@ -112,9 +112,13 @@ protected:
 class ServeProcess : public HttpPeer
 {
 public:
-    explicit ServeProcess(const QString &folder, const QStringList &options = {})
+    // `under`: a program that runs it, with its own arguments.
+    explicit ServeProcess(const QString &folder, const QStringList &options = {},
+                          const QStringList &under = {})
     {
-        m_process.start(QStringLiteral(DORVANE_TOOL), QStringList{QStringLiteral("serve"), folder} + options);
+        const QStringList command =
+            under + QStringList{QStringLiteral(DORVANE_TOOL), QStringLiteral("serve"), folder} + options;
+        m_process.start(command.first(), command.mid(1));
         while (m_ready.count('\n') < 2 && m_process.waitForReadyRead(10000))
             m_ready += m_process.readAllStandardOutput();
         m_process.setReadChannel(QProcess::StandardError);

@@ -26,6 +26,8 @@ QMap<QByteArray, QByteArray> parameters(const QByteArray &value)
                     ++at;
                 content += value[at];
             }
+            if (at >= value.size())
+                break; // no quote ends it
             at = value.indexOf(';', at);
         } else {
             const qsizetype end = value.indexOf(';', at);

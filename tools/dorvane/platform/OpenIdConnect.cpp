@@ -65,6 +65,13 @@ Answer redirection(QByteArray query, const QString &state)
              {"Cache-Control", "no-store"}}};
 }
 
+// This page, relative to itself: a proxy may have it below a path of its own, and the host that a request
+// names is anybody's word.
+QString formAction(const QHttpServerRequest &request)
+{
+    return u'?' + request.url().query(QUrl::FullyEncoded);
+}
+
 // Null when the application may be sent an answer: RFC 6749, 4.1.2.1.
 QString problemOfClient(const FormFields &query)
 {
@@ -117,13 +124,13 @@ Answer OpenIdConnect::authorization(const QHttpServerRequest &request)
         return redirection("error=unsupported_response_type", state);
     if (request.method() == Method::Post)
         return signIn(request, state);
-    return signInPage(Status::Ok, m_project().name, request.url().toString(QUrl::FullyEncoded), {}, {});
+    return signInPage(Status::Ok, m_project().name, formAction(request), {}, {});
 }
 
 Answer OpenIdConnect::signIn(const QHttpServerRequest &request, const QString &state)
 {
     const ProjectAccess &access = m_project().access;
-    const QString action = request.url().toString(QUrl::FullyEncoded);
+    const QString action = formAction(request);
     if (mediaType(request.value("Content-Type")) != formType ||
         request.body().size() > FormFields::largestForm)
         return signInPage(Status::BadRequest, m_project().name, action, {},
