@@ -8,7 +8,7 @@ using Answer = DVFaultServer::Answer;
 
 namespace {
 
-const QByteArray png("\x89PNG\r\n\x1a\n--not a boundary--\r\n\0\xff", 32);
+const QByteArray png = QByteArrayLiteral("\x89PNG\r\n\x1a\n--not a boundary--\r\n\0\xff");
 
 // The last "Context Capture" among the recorded events, without the properties of every event.
 QVariantMap capturedEvent()
