@@ -12,6 +12,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QVariantList>
 #include <QVariantMap>
 
 #include <functional>
@@ -96,6 +97,13 @@ public:
     static void setLocaleWithId(const QString &localeId,
                                 std::function<void(bool success)> andCompletion = {});
 
+    // Asks the platform which locales the project has: maps with "localeId" and "description", and whatever
+    // else the platform says of a locale; the project's source locale first, it has "source" 1. Needs API
+    // credentials, or in review mode somebody who is signed in. The completion runs on the main thread; with
+    // an error the list is empty.
+    static void
+    getProjectLocales(std::function<void(const DVErrorOr &, const QVariantList &locales)> completion);
+
     // The text of `key` in the plural form that fits `value`, in the served locale, else in the base
     // locale, else the main bundle's text. Any thread.
     static QString pluralizedStringWithKey(const QString &key, const DVNumber &value);
@@ -107,6 +115,10 @@ public:
     // Takes a screenshot of a window with the places of its strings. Needs a context-capture mode and
     // the capture tools; completes with an error otherwise, on the main thread.
     static void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> withCompletion);
+
+    // The object that signs requests in a hosted demonstration; see <Dorvane/DVProxy.h>. The caller keeps it;
+    // null takes it away.
+    static void setProxy(QObject *proxy);
 
     // The bundle of the host's packaged strings, when it is not where DVBundle::mainBundle looks.
     // Call it before the start.

@@ -5,10 +5,13 @@
 #include "DVFolders.h"
 #include "DVForegroundWatch.h"
 #include "DVHttpTransport.h"
+#include "DVInAppTools.h"
+#include "DVKeychain.h"
 #include "DVLookup.h"
 #include "DVOffSwitch.h"
 #include "DVQtUse.h"
 #include "DVRecentEvents.h"
+#include "DVSession.h"
 #include "DVTableFiles.h"
 #include "DVTranslator.h"
 
@@ -45,6 +48,7 @@ DVMainController &DVMainController::sharedInstance()
 DVMainController::DVMainController()
 {
     DVLocaleStrings::setStringsObserver([this] { publishSnapshot(); });
+    DVLocaleStrings::setBaseStringsSource([this] { return m_baseLocaleStrings; });
 }
 
 void DVMainController::setLocaleStrings(std::shared_ptr<DVLocaleStrings> strings)
@@ -99,6 +103,7 @@ void DVMainController::publishSnapshot()
     auto snapshot = std::make_shared<DVLookupSnapshot>();
     snapshot->launched = appLaunched();
     snapshot->needCues = stringsNeedCues();
+    snapshot->editionEnabled = editionEnabled();
     if (m_localeStrings) {
         snapshot->localeServes = true;
         snapshot->locale = m_localeStrings->loadedStrings();
@@ -154,6 +159,9 @@ void DVMainController::applicationEnds()
     for (const int observer : std::as_const(m_observers))
         DVNotificationCenter::defaultCenter().removeObserver(observer);
     m_observers.clear();
+    DVSession::sharedInstance().forget();
+    DVKeychain::forget();
+    m_tools.reset();
     m_record = {};
     DVRecentEvents::shared().clear();
     const bool started = m_launchMonotonic != 0;
@@ -161,7 +169,7 @@ void DVMainController::applicationEnds()
     auto &state = DVState::shared();
     state.appLaunched = state.servingMode = state.editionMode = state.screenshotMode = state.mixedMode =
         false;
-    setLocaleStrings(nullptr);
+    reset();
     setBaseLocaleStrings(nullptr);
     if (!started)
         return;

@@ -5,6 +5,7 @@
 #include "DVLocaleStrings.h"
 #include "DVPluralForm.h"
 #include "DVState.h"
+#include "DVWorkflowStep.h"
 
 #include <Dorvane/DVDiagnostics.h>
 #include <Dorvane/DVError.h>
@@ -19,6 +20,7 @@
 #include <memory>
 #include <optional>
 
+class DVInAppTools;
 class DVTranslatorPlace;
 
 // One for the process, never destroyed. Main thread only, but for what is said otherwise.
@@ -62,6 +64,24 @@ public:
     void refreshStrings();
     void localeDidChange();
 
+    // In-app review and context capture. Without tools both modes stay off; register them before the start.
+    // The end of the application removes them.
+    void setInAppTools(std::unique_ptr<DVInAppTools> tools);
+    const DVInAppTools *inAppTools() const { return m_tools.get(); }
+    void setupEditionActions();
+    void setupContextActions();
+    void setupEditionMode();
+    void loadSavedParameters();
+    // Without tools it is as if the user had cancelled.
+    void openLoginFormWithCompletion(std::function<void(bool cancelled)> completion);
+    void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> completion);
+    // The step in which the translator works.
+    std::optional<DVWorkflowStep> workflowStep() const { return m_workflowStep; }
+    void setWorkflowStep(const std::optional<DVWorkflowStep> &step);
+    bool editionEnabled() const { return DVState::shared().editionEnabled(); }
+    // Forgets the step and the locale's strings, on log out.
+    void reset();
+
     // Reverse lookups of a text shown on screen; null when no string made it.
     DVStringPtr dorvaneStringForLocalizedString(const QString &text) const;
     // `values` (may be null): in, the values of empty nested strings; out, the values of all arguments.
@@ -98,6 +118,8 @@ private:
     bool parseCaptureOptions(const QVariantMap &options);
     void clearModesWithoutTools(bool say);
     void runMode(const QVariantMap &options);
+    void setupContextCapture();
+    void connectSession();
     static void endThreadsWithProcess();
 
     bool launchTimeIsUp() const;
@@ -120,6 +142,8 @@ private:
     std::shared_ptr<DVLocaleStrings> m_localeStrings;
     std::shared_ptr<DVBaseLocaleStrings> m_baseLocaleStrings;
     DVDiagnostics m_record; // what only the moment itself can tell; the rest is filled in when asked for
+    std::optional<DVWorkflowStep> m_workflowStep;
+    std::unique_ptr<DVInAppTools> m_tools;
     std::unique_ptr<DVTranslatorPlace> m_translatorPlace;
     std::unique_ptr<QObject> m_foregroundWatch;
     QList<int> m_observers;

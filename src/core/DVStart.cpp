@@ -189,7 +189,7 @@ bool DVMainController::applyServers(const QVariantMap &options)
 void DVMainController::clearModesWithoutTools(bool say)
 {
     auto &state = DVState::shared();
-    if (!state.editionMode && !state.screenshotMode)
+    if (m_tools || (!state.editionMode && !state.screenshotMode))
         return;
     if (say) {
         m_record.startInWords =
@@ -211,8 +211,16 @@ void DVMainController::setupBaseLocale()
 
 void DVMainController::runMode(const QVariantMap &options)
 {
-    if (!servingMode())
+    connectSession();
+    if (editionMode()) {
+        setupEditionActions();
+        return setupEditionMode();
+    }
+    if (!servingMode()) {
+        if (screenshotMode())
+            setupContextCapture();
         return;
+    }
     if (const auto forced = DVOptions::string(options, "forceLocale"_L1))
         forceOTALocale(*forced, true, {});
     else

@@ -1,9 +1,32 @@
 #include <Dorvane/Dorvane.h>
 
+#include "DVApi.h"
 #include "DVMainController.h"
-#include "DVMainQueue.h"
+#include "DVSession.h"
 
 #include <Dorvane/DVNotificationCenter.h>
+
+#include <QJsonArray>
+
+namespace {
+
+// The source locale first, then the target locales as the platform lists them.
+QVariantList projectLocales(const QJsonObject &info)
+{
+    QVariantList locales;
+    const QJsonValue source = info.value(QLatin1StringView("sourceLocaleId"));
+    const QJsonValue description = info.value(QLatin1StringView("sourceLocaleDescription"));
+    const auto isGiven = [](const QJsonValue &value) { return !value.isUndefined() && !value.isNull(); };
+    if (isGiven(source) && isGiven(description)) {
+        locales.append(QVariantMap{{QStringLiteral("localeId"), source.toVariant()},
+                                   {QStringLiteral("description"), description.toVariant()},
+                                   {QStringLiteral("enabled"), 1},
+                                   {QStringLiteral("source"), 1}});
+    }
+    return locales + info.value(QLatin1StringView("targetLocales")).toArray().toVariantList();
+}
+
+} // namespace
 
 DorvaneNotifier::DorvaneNotifier()
 {
@@ -40,6 +63,19 @@ void Dorvane::setLocaleWithId(const QString &localeId, std::function<void(bool)>
     DVMainController::sharedInstance().changeOTALocale(localeId, andCompletion);
 }
 
+void Dorvane::getProjectLocales(std::function<void(const DVErrorOr &, const QVariantList &)> completion)
+{
+    if (!completion)
+        return;
+    DVApi::projectInfoWithCompletion(
+        [then = std::move(completion)](const DVErrorOr &error, const std::optional<QJsonObject> &info) {
+            if (info)
+                then({}, projectLocales(*info));
+            else
+                then(error, {});
+        });
+}
+
 QString Dorvane::pluralizedStringWithKey(const QString &key, const DVNumber &value)
 {
     return DVMainController::sharedInstance().pluralizedStringWithKey(key, value);
@@ -57,13 +93,10 @@ std::optional<QHash<QString, QString>> Dorvane::localizedStrings()
     return strings ? std::optional(strings->stringsDictionary()) : std::nullopt;
 }
 
-void Dorvane::captureWindow(QObject *, std::function<void(const DVErrorOr &)> withCompletion)
+void Dorvane::captureWindow(QObject *window, std::function<void(const DVErrorOr &)> withCompletion)
 {
-    if (!withCompletion)
-        return;
-    const DVError error{QStringLiteral("dorvane.SDK"), 500,
-                        QStringLiteral("Context capture mode is not enabled")};
-    DVMainQueue::post([error, complete = std::move(withCompletion)] { complete(error); });
+    if (withCompletion)
+        DVMainController::sharedInstance().captureWindow(window, std::move(withCompletion));
 }
 
 DVDiagnostics Dorvane::diagnostics()
@@ -74,6 +107,11 @@ DVDiagnostics Dorvane::diagnostics()
 DVTextOrigin Dorvane::diagnostics(const QString &key, const QString &context, int n)
 {
     return DVMainController::sharedInstance().diagnostics(key, context, n);
+}
+
+void Dorvane::setProxy(QObject *proxy)
+{
+    DVSession::sharedInstance().setProxy(proxy);
 }
 
 void Dorvane::setMainBundle(const DVBundle &bundle)

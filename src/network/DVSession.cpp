@@ -297,6 +297,23 @@ void DVSession::logOut()
     publish();
 }
 
+void DVSession::forget()
+{
+    ++m_epoch;
+    m_refreshes = 0;
+    m_failedRefreshes.clear();
+    m_waitingForLogin.clear();
+    m_loginAnswer.reset();
+    m_loginForm = {};
+    m_resetController = m_deleteEdits = m_changed = {};
+    m_token.reset();
+    m_userInfo.reset();
+    projectInfo.reset();
+    workflows.reset();
+    m_proxy.clear();
+    publish();
+}
+
 QString DVSession::accessToken() const
 {
     return m_token ? dv_textMember(*m_token, accessTokenKey) : QString();

@@ -79,6 +79,9 @@ public:
     // The object that signs requests in the hosted demonstration; the caller keeps it. See
     // <Dorvane/DVProxy.h>.
     void setProxy(QObject *proxy);
+    // As a new process would find it: nothing in memory, no hooks, nothing under way. The keychain's items
+    // stay.
+    void forget();
     void setProxyTimeout(int milliseconds) { m_proxyTimeoutMs = milliseconds; } // for tests
 
 private:
