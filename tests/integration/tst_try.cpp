@@ -81,7 +81,7 @@ private Q_SLOTS:
     void badLines_data();
     void badLines();
     void anOverlongLineIsOneBadLine();
-    void projectLocalesComeLater();
+    void projectLocalesNeedCredentials();
     void standardOutputHoldsRepliesOnly();
     void refusesWrongOptions_data();
     void refusesWrongOptions();
@@ -425,13 +425,15 @@ void tst_Try::anOverlongLineIsOneBadLine()
     QCOMPARE(replies.at(2).value(u"text"_qs), QJsonValue(u"z"_qs));
 }
 
-void tst_Try::projectLocalesComeLater()
+void tst_Try::projectLocalesNeedCredentials()
 {
     TryProcess host(dataDir());
     const QJsonObject reply = host.ask(u"projectLocales"_qs);
     QCOMPARE(reply.value(u"reply"_qs), QJsonValue(u"projectLocales"_qs));
-    const QStringList members = reply.value(u"error"_qs).toObject().keys();
-    QCOMPARE(members, (QStringList{u"code"_qs, u"description"_qs, u"domain"_qs}));
+    const QJsonObject error{{u"domain"_qs, u"dorvane.SDK"_qs},
+                            {u"code"_qs, 401},
+                            {u"description"_qs, u"User ID or Secret missing"_qs}};
+    QCOMPARE(reply.value(u"error"_qs).toObject(), error);
 }
 
 void tst_Try::standardOutputHoldsRepliesOnly()

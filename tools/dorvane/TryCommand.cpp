@@ -4,6 +4,9 @@
 
 #include <DVFolders.h>
 
+#ifdef DORVANE_TOOL_HAS_KEYCHAIN
+#include <Dorvane/DVKeychainSystem.h>
+#endif
 #include <Dorvane/Dorvane.h>
 
 #include <QCoreApplication>
@@ -18,6 +21,7 @@ const auto bundle = QStringLiteral("bundle");
 const auto appVersion = QStringLiteral("app-version");
 const auto languages = QStringLiteral("languages");
 const auto currentLocale = QStringLiteral("locale");
+const auto keychain = QStringLiteral("keychain");
 const auto systemVersion = QStringLiteral("system-version");
 
 void declareOptions(CommandLine &line)
@@ -34,6 +38,8 @@ void declareOptions(CommandLine &line)
                     QStringLiteral("LOCALE")});
     line.addOption(
         {systemVersion, QStringLiteral("The system's version, such as 17.0."), QStringLiteral("V")});
+    line.addOption({keychain, QStringLiteral("Keep the sign-in in your keychain; otherwise it ends with the "
+                                             "program.")});
     line.addNote(QStringLiteral(
         "One JSON object for each line on standard input, one reply for each on standard output, and\n"
         "{\"event\": \"stringsUpdated\"} in between. Log messages go to standard error. For example:\n\n"
@@ -47,8 +53,19 @@ void declareOptions(CommandLine &line)
         "deviceLocale (languages, locale), find (text), clock (advanceMs), wait (ms, or event and "
         "timeoutMs),\n"
         "diagnostics (replies with the members diagnostics and text: why texts are what they are; with key,\n"
-        "context and n: origin and text, where that one comes from).\n"
-        "projectLocales is not there yet: it always replies with an error."));
+        "context and n: origin and text, where that one comes from),\n"
+        "projectLocales.\n\n"
+        "Review mode runs without a screen: commands do what a translator would. signIn (user, password:\n"
+        "fills in the platform's page), signOut, workflows (fresh), useStep (uid), useLocale (id), pull,\n"
+        "edit (key, form, text: arguments are written as format specifiers, \"Hello %1\"), accept (key),\n"
+        "reject (key, reason, description), unsaved, save (overwrite: else nothing is saved when a text has\n"
+        "changed on the platform meanwhile), submit, rejectAll, issue (key), push (all four, in this "
+        "order),\n"
+        "upload (image, strings: a list of {\"key\", \"frame\": [left, top, width, height]}). With\n"
+        "\"progress\": true the commands pull, useStep, useLocale, save, push and upload print\n"
+        "{\"event\": \"progress\"} lines, and \"timeoutMs\" cancels what takes longer. What fails replies "
+        "with\n"
+        "\"error\": {\"domain\", \"code\", \"description\"}."));
 }
 
 // Null when the folders can be used.
@@ -60,6 +77,19 @@ QString folderProblem(const CommandLine &line)
     if (line.isSet(bundle) && !QFileInfo(line.value(bundle)).isDir())
         return QStringLiteral("--bundle is no folder: %1").arg(line.value(bundle));
     return {};
+}
+
+// Null when the sign-in is kept where it should be.
+QString keychainProblem(const CommandLine &line)
+{
+    if (!line.isSet(keychain))
+        return {};
+#ifdef DORVANE_TOOL_HAS_KEYCHAIN
+    DorvaneKeychain::useSystem();
+    return {};
+#else
+    return QStringLiteral("--keychain: this program was built without Dorvane::Keychain");
+#endif
 }
 
 DVDevice::Override deviceFromOptions(const CommandLine &line)
@@ -87,6 +117,8 @@ int runTry(const QStringList &arguments)
         return *status;
     if (const QString problem = folderProblem(line); !problem.isEmpty())
         return line.misused(problem);
+    if (const QString problem = keychainProblem(line); !problem.isEmpty())
+        return line.fail(problem);
 
     if (line.isSet(dataDir))
         DVFolders::setDocuments(QFileInfo(line.value(dataDir)).absoluteFilePath());

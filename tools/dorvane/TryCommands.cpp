@@ -44,25 +44,27 @@ QJsonValue objectOrNull(const std::optional<QHash<QString, QString>> &strings)
 
 } // namespace
 
-const QHash<QString, TryDriver::Command> &TryDriver::commands()
+TryHandlers TryDriver::ownCommands()
 {
-    static const QHash<QString, Command> all{
-        {QStringLiteral("start"), &TryDriver::start},
-        {QStringLiteral("lookup"), &TryDriver::lookup},
-        {QStringLiteral("tr"), &TryDriver::translate},
-        {QStringLiteral("plural"), &TryDriver::plural},
-        {QStringLiteral("locale"), &TryDriver::locale},
-        {QStringLiteral("setLocale"), &TryDriver::setLocale},
-        {QStringLiteral("strings"), &TryDriver::strings},
-        {QStringLiteral("projectLocales"), &TryDriver::projectLocales},
-        {QStringLiteral("foreground"), &TryDriver::foreground},
-        {QStringLiteral("deviceLocale"), &TryDriver::deviceLocale},
-        {QStringLiteral("find"), &TryDriver::find},
-        {QStringLiteral("clock"), &TryDriver::clock},
-        {QStringLiteral("wait"), &TryDriver::wait},
-        {QStringLiteral("diagnostics"), &TryDriver::diagnostics},
+    using Command = Reply (TryDriver::*)(JsonMembers &);
+    const auto handler = [this](Command command) -> TryHandler {
+        return [this, command](JsonMembers &members) { return (this->*command)(members); };
     };
-    return all;
+    return {
+        {QStringLiteral("start"), handler(&TryDriver::start)},
+        {QStringLiteral("lookup"), handler(&TryDriver::lookup)},
+        {QStringLiteral("tr"), handler(&TryDriver::translate)},
+        {QStringLiteral("plural"), handler(&TryDriver::plural)},
+        {QStringLiteral("locale"), handler(&TryDriver::locale)},
+        {QStringLiteral("setLocale"), handler(&TryDriver::setLocale)},
+        {QStringLiteral("strings"), handler(&TryDriver::strings)},
+        {QStringLiteral("foreground"), handler(&TryDriver::foreground)},
+        {QStringLiteral("deviceLocale"), handler(&TryDriver::deviceLocale)},
+        {QStringLiteral("find"), handler(&TryDriver::find)},
+        {QStringLiteral("clock"), handler(&TryDriver::clock)},
+        {QStringLiteral("wait"), handler(&TryDriver::wait)},
+        {QStringLiteral("diagnostics"), handler(&TryDriver::diagnostics)},
+    };
 }
 
 // Holds the thread like the start of any application.
@@ -149,15 +151,6 @@ Reply TryDriver::strings(JsonMembers &members)
         return QJsonObject{{QStringLiteral("strings"), objectOrNull(Dorvane::baseLocaleStrings())}};
     members.complain("which", QStringLiteral("is \"localized\" or \"base\""));
     return {};
-}
-
-Reply TryDriver::projectLocales(JsonMembers &)
-{
-    const QJsonObject error{{QStringLiteral("domain"), QStringLiteral("dorvane.SDK")},
-                            {QStringLiteral("code"), 501},
-                            {QStringLiteral("description"),
-                             QStringLiteral("Project information is not available in this version")}};
-    return QJsonObject{{QStringLiteral("error"), error}};
 }
 
 Reply TryDriver::foreground(JsonMembers &)

@@ -1,11 +1,18 @@
 #include "TryDriver.h"
 
 #include "CommandLine.h"
+#include "EditCommands.h"
+#include "HeadlessTools.h"
+#include "SendCommands.h"
+#include "SessionCommands.h"
+
+#include <DVMainController.h>
 
 #include <Dorvane/Dorvane.h>
 
 #include <QCoreApplication>
 #include <QJsonDocument>
+#include <QPointer>
 
 namespace {
 
@@ -18,14 +25,30 @@ void print(const QJsonObject &line)
 
 TryDriver::TryDriver(int input, const DVDevice::Override &device)
     : m_input(input)
+    , m_commands(ownCommands())
     , m_device(device)
 {
+    auto *session = new SessionCommands(lines(), this);
+    m_commands.insert(session->handlers());
+    m_commands.insert(editCommands());
+    m_commands.insert(sendCommands(lines()));
+    DVMainController::sharedInstance().setInAppTools(std::make_unique<HeadlessTools>(&print));
     m_waiting.setSingleShot(true);
     connect(&m_waiting, &QTimer::timeout, this, [this] {
         finish({{QStringLiteral("waited"), !std::exchange(m_waitsForUpdate, false)}});
     });
     connect(&m_input, &InputLines::arrived, this, &TryDriver::schedule);
     connect(Dorvane::notifier(), &DorvaneNotifier::stringsUpdated, this, &TryDriver::stringsUpdated);
+}
+
+// A completion may outlive the driver, at the end of the process.
+TryLines TryDriver::lines()
+{
+    return {[self = QPointer(this)](const QJsonObject &reply) {
+                if (self)
+                    self->finish(reply);
+            },
+            &print};
 }
 
 // One command for each turn of the event loop, as an application's own work comes.
@@ -52,7 +75,7 @@ void TryDriver::execute(const InputLines::Line &line)
     QJsonParseError syntax;
     const QJsonObject object = QJsonDocument::fromJson(line.content, &syntax).object();
     const QString name = object.value(QLatin1StringView("do")).toString();
-    const Command command = commands().value(name);
+    const TryHandler command = m_commands.value(name);
     QString problem;
     if (line.tooLong)
         problem = QStringLiteral("the line is longer than %1 bytes").arg(InputLines::maximumLength);
@@ -68,13 +91,13 @@ void TryDriver::execute(const InputLines::Line &line)
     schedule();
 }
 
-void TryDriver::run(const QString &name, Command command, const QJsonObject &line)
+void TryDriver::run(const QString &name, const TryHandler &command, const QJsonObject &line)
 {
     m_running = name;
     QString problem;
     JsonMembers members(line, &problem);
     m_inCommand = true;
-    const auto reply = (this->*command)(members);
+    const auto reply = command(members);
     m_inCommand = false;
     if (!problem.isEmpty())
         finish({{QStringLiteral("error"), problem}});

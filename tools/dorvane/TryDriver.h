@@ -3,10 +3,10 @@
 
 #include "InputLines.h"
 #include "JsonMembers.h"
+#include "TryHandlers.h"
 
 #include <DVDevice.h>
 
-#include <QHash>
 #include <QJsonObject>
 #include <QObject>
 #include <QTimer>
@@ -23,14 +23,13 @@ public:
     TryDriver(int input, const DVDevice::Override &device);
 
 private:
-    // Nothing: the reply comes later, by finish().
-    using Command = std::optional<QJsonObject> (TryDriver::*)(JsonMembers &);
-    static const QHash<QString, Command> &commands();
+    TryHandlers ownCommands();
+    TryLines lines();
 
     void schedule();
     void next();
     void execute(const InputLines::Line &line);
-    void run(const QString &name, Command command, const QJsonObject &line);
+    void run(const QString &name, const TryHandler &command, const QJsonObject &line);
     void finish(const QJsonObject &reply);
     void stringsUpdated();
 
@@ -41,7 +40,6 @@ private:
     std::optional<QJsonObject> locale(JsonMembers &members);
     std::optional<QJsonObject> setLocale(JsonMembers &members);
     std::optional<QJsonObject> strings(JsonMembers &members);
-    std::optional<QJsonObject> projectLocales(JsonMembers &members);
     std::optional<QJsonObject> foreground(JsonMembers &members);
     std::optional<QJsonObject> deviceLocale(JsonMembers &members);
     std::optional<QJsonObject> find(JsonMembers &members);
@@ -50,6 +48,7 @@ private:
     std::optional<QJsonObject> diagnostics(JsonMembers &members);
 
     InputLines m_input;
+    TryHandlers m_commands;
     DVDevice::Override m_device;
     QString m_running;        // the command whose reply is due; null between commands
     bool m_inCommand = false; // its function is on the stack
