@@ -108,16 +108,23 @@ void DVNetworkThread::run()
     if (!isEnding())
         exec();
     m_context = nullptr;
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return !m_leftBehind; });
+    stayIfLeftBehind();
+    // One by one, because each may take its time.
+    while (!exchanges->children().isEmpty()) {
+        std::unique_ptr<QObject>(exchanges->children().constFirst()).reset();
+        stayIfLeftBehind();
     }
-    exchanges.reset();
     names.reset();
     manager.reset();
     const std::lock_guard lock(m_mutex);
     m_ended = true;
     m_changed.notify_all();
+}
+
+void DVNetworkThread::stayIfLeftBehind()
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return !m_leftBehind; });
 }
 
 void DVNetworkThread::runPosted()

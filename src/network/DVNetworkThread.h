@@ -52,6 +52,7 @@ protected:
 private:
     class Wakeup;
     void runPosted();
+    void stayIfLeftBehind();
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -17,6 +17,7 @@ constexpr Suffix suffixes[] = {
     {QLatin1StringView("_published.xlf"), DVStringsFileName::Kind::Published, false},
     {QLatin1StringView("_published.xlf.previous"), DVStringsFileName::Kind::Published, true},
     {QLatin1StringView("_pending.xlf"), DVStringsFileName::Kind::Pending, false},
+    {QLatin1StringView("_pending.xlf.previous"), DVStringsFileName::Kind::Pending, true},
     {QLatin1StringView("_edited.xlf"), DVStringsFileName::Kind::Edited, false},
     {QLatin1StringView("_edited.xlf.damaged"), DVStringsFileName::Kind::Damaged, false},
     {QLatin1StringView("_discarded.xlf"), DVStringsFileName::Kind::Discarded, false},

@@ -89,6 +89,8 @@ void tst_OtherVersions::namesAreReadToTheLetter_data()
         {{u"1.0"_qs, u"en"_qs, Kind::Published, true}});
     row("pending, a version with hyphens, a locale with a hyphen", u"1.0-beta_en-GB_pending.xlf"_qs,
         {{u"1.0-beta"_qs, u"en-GB"_qs, Kind::Pending, false}});
+    row("the copy of what pending strings replaced", u"1.0_fr_pending.xlf.previous"_qs,
+        {{u"1.0"_qs, u"fr"_qs, Kind::Pending, true}});
     row("an encoded version", u"2%200_pl_edited.xlf"_qs, {{u"2%200"_qs, u"pl"_qs, Kind::Edited, false}});
     row("a locale that ends like a kind", u"1_fr_published_edited.xlf"_qs,
         {{u"1"_qs, u"fr_published"_qs, Kind::Edited, false}});
@@ -97,7 +99,7 @@ void tst_OtherVersions::namesAreReadToTheLetter_data()
     row("neither", u"published.xlf"_qs, {});
     row("a version that we would have encoded", u"1 0_fr_published.xlf"_qs, {});
     row("a locale that we would have refused", u"1.0_42_published.xlf"_qs, {});
-    row("only pending strings have no copy", u"1.0_fr_pending.xlf.previous"_qs, {});
+    row("edited strings have no such copy", u"1.0_fr_edited.xlf.previous"_qs, {});
     row("something behind it", u"1.0_fr_published.xlf.bak"_qs, {});
     row("other letters", u"1.0_fr_Published.xlf"_qs, {});
     row("review files carry no version", u"fr_CA_published_review.xlf"_qs, {});
@@ -125,6 +127,7 @@ void tst_OtherVersions::whatGoesAndWhatStays_data()
     QTest::newRow("a version that begins with ours") << u"2.0.1_en_published.xlf"_qs << false;
     QTest::newRow("what a download replaced") << u"1.0_en_published.xlf.previous"_qs << false;
     QTest::newRow("pending strings") << u"1.0_en_pending.xlf"_qs << false;
+    QTest::newRow("what pending strings replaced") << u"1.0_en_pending.xlf.previous"_qs << false;
     QTest::newRow("edited strings of another version") << u"1.0_en_edited.xlf"_qs << true;
     QTest::newRow("edited strings of this version") << u"2.0_en_edited.xlf"_qs << true;
     QTest::newRow("the settings") << u"other.json"_qs << true;
