@@ -12,8 +12,8 @@
 // A store of small secrets. Dorvane::Keychain has one over the system's own (Secret Service, Keychain,
 // Credential Locker); an application with another vault implements this and calls dv_setKeychainService. The
 // library calls it on the main thread; an implementation must return at once, and call `done` later, once, on
-// any thread. One that never calls it holds nothing up. Items are told apart by `service` and `account`.
-// Values are texts; they must not be logged.
+// any thread. One that never calls it holds nothing up. Changes of one item take effect in the order of the
+// calls. Items are told apart by `service` and `account`. Values are texts; they must not be logged.
 class DORVANE_EXPORT DVKeychainService
 {
 public:
