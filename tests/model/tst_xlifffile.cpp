@@ -204,6 +204,7 @@ void tst_XliffFile::killedItIsTheOldFileOrTheNew()
                 QVERIFY(left == newFile);
                 break;
             }
+            QCOMPARE(writing.status, -1); // anything else is no kill
             ++kills;
             keptOld += left == oldFile;
             QVERIFY2(left == oldFile || left == newFile, qPrintable(inject));
