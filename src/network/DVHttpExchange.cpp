@@ -114,6 +114,14 @@ bool isCutShort(const DVHttpResponse &response)
     return announced && response.body.size() < length;
 }
 
+// An idle connection that is dead may swallow a request, and then nobody knows whether it was carried out. A
+// connection of its own costs a thread and a handshake, so only what changes somebody's work has one.
+bool needsOwnConnection(const DVHttpRequest &request)
+{
+    return request.method != "GET" &&
+           (request.makeBody || !request.request.rawHeader("Authorization").isEmpty());
+}
+
 QString originOf(const QUrl &url)
 {
     return url.scheme() % u"://" % url.authority(QUrl::FullyEncoded).section(u'@', -1);
@@ -165,7 +173,7 @@ int millisecondsUntil(DVHttpExchange::Deadline deadline)
 DVHttpExchange::DVHttpExchange(DVNetworkContext &context, DVHttpRequest request, Finished finished)
     : QObject(&context.exchanges)
     , m_context(context)
-    , m_ownManager(request.method == "GET" ? nullptr : dv_makeNetworkManager())
+    , m_ownManager(needsOwnConnection(request) ? dv_makeNetworkManager() : nullptr)
     , m_request(std::move(request))
     , m_finished(std::move(finished))
     , m_staysWithOrigin(m_request.method != "GET" || !m_request.request.rawHeader("Authorization").isEmpty())

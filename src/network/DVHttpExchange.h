@@ -48,7 +48,7 @@ private:
     int statusCode() const;
 
     DVNetworkContext &m_context;
-    // Of a request that is not a GET: an idle connection that is dead may swallow it.
+    // Of a request that has a connection of its own.
     const std::unique_ptr<QNetworkAccessManager> m_ownManager;
     DVHttpRequest m_request;
     Finished m_finished;

@@ -37,9 +37,10 @@ struct DVHttpResponse
 // One QNetworkAccessManager in one thread, both made on first use, so that a start without a
 // blocking download creates no network stack. No cache, no cookies; at most ten redirects; https never
 // becomes http, http to a host other than loopback is refused; TLS is verified. Bodies arrive with their gzip
-// "Content-Encoding" undone. A request that is not a GET has a connection of its own and is sent at most
-// once; it, and a GET with "Authorization", follow redirects to the same origin only. Connection errors:
-// domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an error.
+// "Content-Encoding" undone. A request that is not a GET is sent at most once, and on a connection of its own
+// when it has "Authorization" or makes its body; it, and a GET with "Authorization", follow redirects to the
+// same origin only. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status
+// is not an error.
 namespace DVHttpTransport {
 
 using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)>;
