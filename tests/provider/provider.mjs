@@ -1,8 +1,8 @@
 // A provider of OpenID Connect from npm, on loopback at a free port, set up as the platform's sign-in is: for the test
 // of signing in. Prints the base URL when it listens, and ends with standard input.
 //
-// Beside the provider stands one resource, the workflows of a project, that is answered only to an access token
-// which the provider's own keys have signed and which has not run out.
+// Beside the provider stand a project and its workflows, answered only to an access token that the provider's own
+// keys have signed and that has not run out.
 import { createServer } from "node:http";
 import { Provider } from "oidc-provider";
 import { createRemoteJWKSet, jwtVerify } from "jose";
@@ -62,7 +62,8 @@ provider.use(async (context, next) => {
 const keys = createRemoteJWKSet(new URL(`${base}${realm}/certs`));
 const signIn = provider.callback();
 server.on("request", async (request, response) => {
-    if (!request.url.startsWith("/workflows-strings-api/")) {
+    const wanted = /^\/(projects|workflows-strings)-api\//.exec(request.url)?.[1];
+    if (!wanted) {
         signIn(request, response);
         return;
     }
@@ -73,6 +74,10 @@ server.on("request", async (request, response) => {
     try {
         const token = (request.headers.authorization ?? "").replace(/^Bearer /, "");
         const { payload } = await jwtVerify(token, keys, { issuer: base, audience });
+        if (wanted === "projects") {
+            answer(200, { code: "SUCCESS", data: { projectId: "garden" } });
+            return;
+        }
         const step = {
             workflowStepName: payload.name,
             workflowStepUid: payload.jti,
