@@ -46,14 +46,14 @@ Platform::Platform(const QString &folder, ProjectFolder::Log log)
     , m_received(folder, log)
     , m_catalogues(folder, log)
     , m_translations(m_received, std::move(log))
-    , m_issuer(m_received, [this]() -> const Project & { return m_folder.project(); })
-    , m_openId(m_issuer, [this]() -> const Project & { return m_folder.project(); })
+    , m_issuer(m_received, [this]() -> const Project & { return m_folder.lastProject(); })
+    , m_openId(m_issuer, [this]() -> const Project & { return m_folder.lastProject(); })
     , m_rest(m_issuer, m_catalogues, m_translations, m_received)
 {
     m_folder.setPublished({[this](const QString &locale) { return m_translations.filePath(locale); },
                            [this](const QString &locale) {
-                               return publishedDocument(m_folder.project(), locale,
-                                                        m_catalogues.ofLocale(locale, m_folder.project()),
+                               return publishedDocument(m_folder.lastProject(), locale,
+                                                        m_catalogues.ofLocale(locale, m_folder.lastProject()),
                                                         m_translations.states(locale));
                            }});
 }
@@ -66,6 +66,7 @@ void Platform::setBaseUrl(const QString &url)
 Answer Platform::answer(const QHttpServerRequest &request)
 {
     const QStringList path = segments(request.url());
+    const Project &project = m_folder.project(); // once for each request
     if (isDeliveryPath(path))
         return reads(request) ? deliver(request, path) : Answer::methodNotAllowed("GET, HEAD");
     if (path == QStringList(QStringLiteral("track")))
@@ -75,7 +76,7 @@ Answer Platform::answer(const QHttpServerRequest &request)
     if (OpenIdConnect::hasPath(path))
         return m_openId.answer(request, path);
     if (RestApi::hasPath(path))
-        return m_rest.answer(request, path, m_folder.project());
+        return m_rest.answer(request, path, project);
     return Answer::text(Status::NotFound, QStringLiteral("There is nothing at this address."));
 }
 
@@ -147,9 +148,21 @@ Answer Platform::track(const QHttpServerRequest &request)
 Answer Platform::welcome()
 {
     const Project &project = m_folder.project();
-    return Answer::text(Status::Ok,
-                        QStringLiteral("Local stand-in for the translation platform, for development.\n"
-                                       "Project: %1 (%2)\nSource locale: %3\nTarget locales: %4")
-                            .arg(project.name, project.projectId, project.sourceLocale,
-                                 project.targetLocales.join(QStringLiteral(", "))));
+    QStringList steps;
+    for (const Workflow &workflow : project.workflows.workflows()) {
+        for (const WorkflowStep &step : workflow.steps)
+            steps.append(step.name);
+    }
+    const auto list = [](const QStringList &names) {
+        return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
+    };
+    return Answer::text(
+        Status::Ok,
+        QStringLiteral("Local stand-in for the translation platform, for development.\n"
+                       "Project: %1 (%2)\nSource locale: %3\nTarget locales: %4\nWorkflow steps: %5\n"
+                       "Sign-in page: /auth/realms/Dorvane/protocol/openid-connect/auth"
+                       "?response_type=code&client_id=ios-sdk&redirect_uri=dorvane.ios.sdk://login/\n"
+                       "What it is sent is kept in the folder \"received\" of the project's folder.")
+            .arg(project.name, project.projectId, project.sourceLocale, list(project.targetLocales),
+                 list(steps)));
 }

@@ -32,7 +32,10 @@ public:
     // Reads project.json for the first time. Null on success, else what is wrong.
     QString open();
 
+    // Reads it again when it changed.
     const Project &project();
+    // As it was read last: what it holds stays where it is until project() is called.
+    const Project &lastProject() const { return m_project; }
 
     // What was published on the platform itself. `path` says on which file of its own that depends for a
     // target locale, `document` gives what is delivered in place of the folder's file, null for that file.

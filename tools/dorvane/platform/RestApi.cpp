@@ -110,7 +110,7 @@ Answer RestApi::answer(const QHttpServerRequest &request, const QStringList &pat
         allowed = methodName(route.method);
     }
     return allowed.isEmpty() ? RestRequest::notFound(QStringLiteral("There is nothing at this address."))
-                             : Answer::methodNotAllowed(allowed);
+                             : RestRequest::methodNotAllowed(allowed);
 }
 
 Answer RestApi::call(const Route &route, const QHttpServerRequest &request, const QStringList &path,

@@ -109,6 +109,15 @@ Answer RestRequest::notFound(const QString &reason)
     return refusal(Status::NotFound, QStringLiteral("NOT_FOUND_ERROR"), reason);
 }
 
+Answer RestRequest::methodNotAllowed(const QByteArray &allowed)
+{
+    Answer answer =
+        refusal(Status::MethodNotAllowed, QStringLiteral("METHOD_NOT_ALLOWED_ERROR"),
+                QStringLiteral("This address answers to %1 only.").arg(QLatin1StringView(allowed)));
+    answer.headers.append({"Allow", allowed});
+    return answer;
+}
+
 Answer RestRequest::failed()
 {
     return enveloped(Status::InternalServerError, QStringLiteral("GENERAL_ERROR"), QJsonValue::Null, {});

@@ -32,9 +32,10 @@ struct RestRequest
     static double number(const QJsonObject &json, const char *name, QStringList *errors);
 
     static Answer success(const QJsonValue &data);
-    static Answer invalid(const QStringList &errors); // 400, at least one
-    static Answer notSignedIn(const QString &reason); // 401
-    static Answer forbidden(const QString &reason);   // 403
-    static Answer notFound(const QString &reason);    // 404
-    static Answer failed();                           // 500, the log says why
+    static Answer invalid(const QStringList &errors);          // 400, at least one
+    static Answer notSignedIn(const QString &reason);          // 401
+    static Answer forbidden(const QString &reason);            // 403
+    static Answer notFound(const QString &reason);             // 404
+    static Answer methodNotAllowed(const QByteArray &allowed); // 405
+    static Answer failed();                                    // 500, the log says why
 };
