@@ -31,10 +31,11 @@ QList<Issue> stored()
     QList<Issue> issues;
     const auto saved = DVUserDefaults::standard().objectForKey(defaultsKey);
     const QJsonArray list = saved ? saved->value(listName).toArray() : QJsonArray();
-    for (const QJsonValue &entry : list) {
+    for (const auto &entry : list) {
+        const QJsonObject object = entry.toObject();
         Issue issue;
         for (const Member &member : members)
-            issue.*member.text = entry[member.name].toString();
+            issue.*member.text = object.value(member.name).toString();
         issues.append(issue);
     }
     return issues;

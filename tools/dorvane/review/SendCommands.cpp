@@ -156,7 +156,7 @@ Reply upload(const TryLines &lines, JsonMembers &members)
     DVContextPicture picture;
     picture.saveImage = [image] { return image; };
     const QJsonArray strings = members.value("strings").toArray();
-    for (const QJsonValue &entry : strings) {
+    for (const auto &entry : strings) {
         if (const auto string = pictureString(entry.toObject()))
             picture.strings.append(*string);
         else
