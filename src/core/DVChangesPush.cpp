@@ -1,6 +1,7 @@
 #include "DVChangesPush.h"
 
 #include "DVApi.h"
+#include "DVEditedFile.h"
 #include "DVLog.h"
 #include "DVMainQueue.h"
 #include "DVPendingIssues.h"
@@ -46,19 +47,6 @@ DVStringGroups newerTexts(const DVStringGroups &now, const DVStringGroups &befor
         const DVStringGroupPtr old = before.value(entry.key());
         if (!old || !hasSameTexts(**entry, *old))
             result.insert(entry.key(), *entry);
-    }
-    return result;
-}
-
-// Forms that nobody has translated are no translations, though a copy of the base locale's string has them.
-DVStringGroups translatedForms(const DVStringGroups &groups)
-{
-    DVStringGroups result;
-    for (const auto &group : groups) {
-        auto translated = std::make_shared<DVStringGroup>(*group);
-        translated->pluralForms.removeIf([](const auto &form) { return form.value()->fromBase; });
-        if (!translated->pluralForms.isEmpty())
-            result.insert(group->key, translated);
     }
     return result;
 }
@@ -111,7 +99,7 @@ void DVChangesPush::save(Completion completion)
     m_before = DVStringChanges::of(*m_strings);
     m_before.edited = copies(m_before.edited);
     DVApi::saveStrings(
-        translatedForms(m_changes.edited), m_strings->xliffHeader(),
+        DVEditedFile::translated(m_changes.edited), m_strings->xliffHeader(),
         [self = shared_from_this(), completion](const DVErrorOr &error,
                                                 const QMap<QString, QStringList> &failures) {
             Outcome outcome;

@@ -200,8 +200,8 @@ void DVLocaleStrings::saveEditedFile()
         notifyStringsObserver();
     }
     DVXliffWriter::Failures failures;
-    if (const auto error =
-            DVXliffWriter::writeXliffFromStrings(m_dirtyStrings, path, xliffHeader(), &failures))
+    const DVStringGroups edits = DVEditedFile::translated(m_dirtyStrings);
+    if (const auto error = DVXliffWriter::writeXliffFromStrings(edits, path, xliffHeader(), &failures))
         dv_logInfo(QStringLiteral("Error saving dirty strings: %1").arg(error->description));
     else
         m_editedFileWasRead = true;

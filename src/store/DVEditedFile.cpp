@@ -66,6 +66,20 @@ DVEditedFile::Result DVEditedFile::read(const QString &path, DVStringGroups *str
     return Result::Read;
 }
 
+DVStringGroups DVEditedFile::translated(const DVStringGroups &strings)
+{
+    DVStringGroups result;
+    for (auto entry = strings.begin(); entry != strings.end(); ++entry) {
+        if (!*entry)
+            continue;
+        auto group = std::make_shared<DVStringGroup>(**entry);
+        group->pluralForms.removeIf([](const auto &form) { return form.value() && form.value()->fromBase; });
+        if (!group->pluralForms.isEmpty())
+            result.insert(entry.key(), group);
+    }
+    return result;
+}
+
 QString DVEditedFile::damagedPath(const QString &path)
 {
     return path + u".damaged";

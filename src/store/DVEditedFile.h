@@ -20,6 +20,10 @@ enum class Result {
 // lookups need them.
 Result read(const QString &path, DVStringGroups *strings);
 
+// The strings without forms that nobody has translated: a string that the locale did not have is edited as a
+// copy of the base locale's, and the base locale's texts are no translations. Records are shared.
+DVStringGroups translated(const DVStringGroups &strings);
+
 QString damagedPath(const QString &path);
 // Moves a file to its damagedPath(), over what was there. Returns whether the path is free now.
 bool setAside(const QString &path);

@@ -443,6 +443,8 @@ void tst_ReviewFlow::aStringThatTheLocaleDoesNotHave()
     edit(u"files"_qs, {capsule(u"%n"_qs), text(u" fichier"_qs)}, u"one"_qs);
     QCOMPARE(textOf(u"files"_qs, u"one"_qs), u"%n fichier"_qs);
     QCOMPARE(textOf(u"files"_qs, u"other"_qs), u"%n files"_qs);
+    killAndRestart();
+    QCOMPARE(state(), u"files - - -"_qs);
     QVERIFY(push().isComplete());
     const QByteArray sent = m_platform->lastBody("import");
     QVERIFY(sent.contains("4[one]") && sent.contains(" fichier</target>"));
