@@ -33,6 +33,7 @@ private Q_SLOTS:
     void oneBadFormKeepsTheStringOut();
     void fromAnEditToTheUsers();
     void theFoldersOwnNewerTextWins();
+    void unitsThatNobodyTellsApartStay();
     void aLocaleWithoutAFile();
     void rejectingGoesBack();
     void movesThatFail_data();
@@ -279,6 +280,50 @@ void tst_ServeTranslations::theFoldersOwnNewerTextWins()
     QCOMPARE(delivered(server).value(u"hello"_qs), u"Bien le bonjour"_qs);
     QCOMPARE(delivered(server).value(u"greet"_qs), u"Yo {%1}"_qs); // that one did not change there
     QCOMPARE(targetsOf(peer.exported(token, published)).value(u"hello"_qs), u"Bien le bonjour"_qs);
+}
+
+// Files of several parts count from 1 in each, and some have no ids at all: a publication loses none of their
+// strings.
+void tst_ServeTranslations::unitsThatNobodyTellsApartStay()
+{
+    const PlatformProject folder;
+    const auto keysOf = [](const QByteArray &document) {
+        QMap<QString, QString> texts;
+        QXmlStreamReader xml(document);
+        QString key;
+        while (!xml.atEnd()) {
+            xml.readNext();
+            if (xml.isStartElement() && xml.name() == u"trans-unit")
+                key = xml.attributes().value(QLatin1StringView("resname")).toString();
+            else if (xml.isStartElement() && xml.name() == u"target")
+                texts.insert(key, xml.readElementText(QXmlStreamReader::IncludeChildElements));
+        }
+        return texts;
+    };
+    folder.write(u"fr-CA.xlf"_qs,
+                 PlatformProject::document(PlatformProject::unit("1", "First", "a", "un") +
+                                           PlatformProject::unit("1", "Second", "b", "deux") +
+                                           PlatformProject::unit("", "Third", "c", "trois") +
+                                           PlatformProject::unit("", "Fourth", "d", "quatre") +
+                                           PlatformProject::unit("2", "Mixed", "e", "cinq") +
+                                           PlatformProject::unit("2[one]", "Mixed", "e", "cinq un") +
+                                           PlatformProject::unit("hello", "Hello", "Hello", "Bonjour")));
+    const ServeProcess server(folder.path());
+    const PlatformPeer peer(server);
+    const QByteArray token = peer.accessToken();
+    QVERIFY(!importErrors(peer.import(token, unit("", "x", "review"))).isEmpty());
+    peer.import(token, unit("hello", "Coucou", "review") + unit("1", "uno", "review"));
+    QVERIFY(
+        failures(peer.setStatus(token, "submittedStrings", {u"hello"_qs, u"1"_qs}, u"review"_qs)).isEmpty());
+    const QMap<QString, QString> expected{{u"First"_qs, u"uno"_qs},     {u"Second"_qs, u"deux"_qs},
+                                          {u"Third"_qs, u"trois"_qs},   {u"Fourth"_qs, u"quatre"_qs},
+                                          {u"Mixed"_qs, u"cinq un"_qs}, {u"Hello"_qs, u"Coucou"_qs}};
+    QMap<QString, QString> exported = keysOf(peer.exported(token, published));
+    QCOMPARE(exported.take(u"Fresh"_qs), QString());
+    QCOMPARE(exported, expected);
+    QCOMPARE(delivered(server).value(u"2"_qs), u"cinq"_qs);
+    QCOMPARE(delivered(server).value(u"2[one]"_qs), u"cinq un"_qs);
+    QCOMPARE(delivered(server).size(), 5); // by their ids: "1" and "" stand for two each
 }
 
 void tst_ServeTranslations::aLocaleWithoutAFile()

@@ -78,17 +78,20 @@ std::optional<Catalogue> Catalogue::of(const QByteArray &document, QString *erro
 
 CatalogueString &Catalogue::stringOf(const QString &hashcode, const QString &key)
 {
-    const auto place = m_places.constFind(hashcode);
+    const std::pair name(hashcode, key);
+    const auto place = m_places.constFind(name);
     if (place != m_places.constEnd())
         return m_strings[*place];
-    m_places.insert(hashcode, m_strings.size());
+    m_places.insert(name, m_strings.size());
+    if (!hashcode.isEmpty() && !m_firstOfHashcode.contains(hashcode))
+        m_firstOfHashcode.insert(hashcode, m_strings.size());
     return m_strings.emplaceBack(CatalogueString{hashcode, key, {}, {}, {}});
 }
 
 const CatalogueString *Catalogue::find(const QString &hashcode) const
 {
-    const auto place = m_places.constFind(hashcode);
-    return place == m_places.constEnd() ? nullptr : &m_strings.at(*place);
+    const auto place = m_firstOfHashcode.constFind(hashcode);
+    return place == m_firstOfHashcode.constEnd() ? nullptr : &m_strings.at(*place);
 }
 
 void Catalogue::addMissing(const Catalogue &source, const QString &locale)
@@ -97,7 +100,7 @@ void Catalogue::addMissing(const Catalogue &source, const QString &locale)
     for (const CatalogueString &string : m_strings)
         keys.insert(string.key);
     for (const CatalogueString &string : source.m_strings) {
-        if (m_places.contains(string.hashcode) || keys.contains(string.key))
+        if (m_firstOfHashcode.contains(string.hashcode) || keys.contains(string.key))
             continue;
         CatalogueString &added = stringOf(string.hashcode, string.key);
         added.note = string.note;

@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 // By CLDR's category, "none" for a string without plurals. Texts are marked ones (MarkedText.h).
 using FormTexts = QMap<QString, QString>;
@@ -39,7 +40,8 @@ public:
     static std::optional<Catalogue> of(const QByteArray &document, QString *error);
 
     const QList<CatalogueString> &strings() const { return m_strings; }
-    // Null when there is none.
+    // The first of that hashcode; null when there is none. Files made by hand may give one to several keys,
+    // or none at all: those are served like the others, and cannot be changed here.
     const CatalogueString *find(const QString &hashcode) const;
     // Adds, without a translation, the strings of which neither hashcode nor key is there.
     void addMissing(const Catalogue &source, const QString &locale);
@@ -48,7 +50,8 @@ private:
     CatalogueString &stringOf(const QString &hashcode, const QString &key);
 
     QList<CatalogueString> m_strings; // in the order of the documents
-    QHash<QString, qsizetype> m_places;
+    QHash<QString, qsizetype> m_firstOfHashcode;
+    QHash<std::pair<QString, QString>, qsizetype> m_places; // of hashcode and key
 };
 
 // Reads the files of a folder when they are new.

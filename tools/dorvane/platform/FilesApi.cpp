@@ -36,7 +36,7 @@ bool isTranslated(const FormTexts &texts)
 const WorkflowStep *stepOf(const CatalogueString &string, const StringStates &states, const Project &project,
                            const QString &locale)
 {
-    if (const auto *step = waitingStep(string.hashcode, states, project.workflows, locale))
+    if (const auto *step = waitingStep(string, states, project.workflows, locale))
         return step;
     return isTranslated(publishedTexts(string, states)) ? nullptr : project.workflows.firstStep(locale);
 }
@@ -122,7 +122,7 @@ private:
                     QString *problem) const
     {
         const ProjectWorkflows &workflows = m_request.project.workflows;
-        const WorkflowStep *current = waitingStep(known.hashcode, states, workflows, m_request.locale);
+        const WorkflowStep *current = waitingStep(known, states, workflows, m_request.locale);
         const WorkflowStep *step = workflows.step(string.step);
         if (string.step.isEmpty())
             step = current ? current : workflows.firstStep(m_request.locale);
@@ -139,9 +139,7 @@ private:
     void take(const CatalogueString &known, const ImportedString &string, const QString &step,
               StringStates &states) const
     {
-        StringState &state = states[known.hashcode];
-        state.hashcode = known.hashcode;
-        state.key = known.key;
+        StringState &state = stateFor(known, states);
         PendingTexts pending = state.pending.value_or(PendingTexts());
         pending.step = step;
         pending.by = m_request.caller.name;

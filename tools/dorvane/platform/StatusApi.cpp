@@ -83,8 +83,7 @@ private:
         if (m_forward ? !permissions.canSubmit : !permissions.canReject)
             return QStringLiteral("You may not %1 strings in the step \"%2\".")
                 .arg(m_forward ? QStringLiteral("submit") : QStringLiteral("reject"), step->name);
-        const WorkflowStep *current =
-            waitingStep(move.hashcode, states, m_request.project.workflows, m_locale);
+        const WorkflowStep *current = waitingStep(*string, states, m_request.project.workflows, m_locale);
         if (current && current != step)
             return QStringLiteral("The string is in the step \"%1\".").arg(current->name);
         const FormTexts texts = latestTexts(*string, states);
@@ -98,9 +97,7 @@ private:
     QJsonObject moved(const CatalogueString &string, const QString &from, StringStates &states) const
     {
         const FormTexts texts = latestTexts(string, states);
-        StringState &state = states[string.hashcode];
-        state.hashcode = string.hashcode;
-        state.key = string.key;
+        StringState &state = stateFor(string, states);
         const WorkflowStep *to = targetStep(from);
         if (to) {
             state.pending = PendingTexts{to->uid, texts, m_request.caller.name, m_now};

@@ -14,10 +14,11 @@ TranslationDocument::TranslationDocument(const Project &project, const QString &
 
 void TranslationDocument::add(const CatalogueString &string, const FormTexts &texts)
 {
-    if (!string.isPlural()) {
-        addUnit(string, QStringLiteral("none"), texts.value(QStringLiteral("none")));
+    const QString none = QStringLiteral("none");
+    if (texts.contains(none))
+        addUnit(string, none, texts.value(none));
+    if (texts.size() == (texts.contains(none) ? 1 : 0))
         return;
-    }
     m_document += "<group restype=\"x-cldr-plurals\">\n";
     for (const QString &category : pluralCategories()) {
         if (texts.contains(category))
@@ -29,7 +30,7 @@ void TranslationDocument::add(const CatalogueString &string, const FormTexts &te
 void TranslationDocument::addUnit(const CatalogueString &string, const QString &category, const QString &text)
 {
     const QString id =
-        string.isPlural() ? QStringLiteral("%1[%2]").arg(string.hashcode, category) : string.hashcode;
+        category == u"none" ? string.hashcode : QStringLiteral("%1[%2]").arg(string.hashcode, category);
     m_document += "<trans-unit id=\"" + xmlAttribute(id) + "\" resname=\"" + xmlAttribute(string.key) +
                   "\">\n<source>" + xliffOfMarkedText(string.sourceOf(category)) + "</source>\n<target>" +
                   xliffOfMarkedText(text) + "</target>\n";

@@ -88,6 +88,13 @@ std::optional<StringStates> statesFromJson(const QByteArray &content)
     return states;
 }
 
+// Null when there is none.
+const StringState *stateOf(const CatalogueString &string, const StringStates &states)
+{
+    const auto state = states.constFind(string.hashcode);
+    return state == states.constEnd() || state->key != string.key ? nullptr : &*state;
+}
+
 QByteArray toFile(const QString &locale, const StringStates &states)
 {
     QJsonArray strings;
@@ -100,11 +107,21 @@ QByteArray toFile(const QString &locale, const StringStates &states)
 
 } // namespace
 
+StringState &stateFor(const CatalogueString &string, StringStates &states)
+{
+    StringState &state = states[string.hashcode];
+    if (state.key != string.key)
+        state = StringState();
+    state.hashcode = string.hashcode;
+    state.key = string.key;
+    return state;
+}
+
 FormTexts publishedTexts(const CatalogueString &string, const StringStates &states)
 {
     FormTexts texts = string.targets;
-    const auto state = states.constFind(string.hashcode);
-    if (state == states.constEnd())
+    const StringState *state = stateOf(string, states);
+    if (!state)
         return texts;
     for (auto text = state->published.begin(); text != state->published.end(); ++text) {
         if (string.targets.value(text.key()) == state->replaced.value(text.key()))
@@ -116,8 +133,8 @@ FormTexts publishedTexts(const CatalogueString &string, const StringStates &stat
 FormTexts latestTexts(const CatalogueString &string, const StringStates &states)
 {
     FormTexts texts = publishedTexts(string, states);
-    const auto state = states.constFind(string.hashcode);
-    if (state != states.constEnd() && state->pending) {
+    const StringState *state = stateOf(string, states);
+    if (state && state->pending) {
         const FormTexts &waiting = state->pending->targets;
         for (auto text = waiting.begin(); text != waiting.end(); ++text)
             texts.insert(text.key(), *text);
@@ -125,11 +142,11 @@ FormTexts latestTexts(const CatalogueString &string, const StringStates &states)
     return texts;
 }
 
-const WorkflowStep *waitingStep(const QString &hashcode, const StringStates &states,
+const WorkflowStep *waitingStep(const CatalogueString &string, const StringStates &states,
                                 const ProjectWorkflows &workflows, const QString &locale)
 {
-    const auto state = states.constFind(hashcode);
-    if (state == states.constEnd() || !state->pending)
+    const StringState *state = stateOf(string, states);
+    if (!state || !state->pending)
         return nullptr;
     const WorkflowStep *step = workflows.step(state->pending->step);
     return step && step->hasTarget(locale) ? step : workflows.firstStep(locale);

@@ -25,13 +25,16 @@ struct PendingTexts
 struct StringState
 {
     QString hashcode;
-    QString key; // for people
+    QString key; // one that has another now is another string
     std::optional<PendingTexts> pending;
     FormTexts published; // over those of the folder's file ...
     FormTexts replaced;  // ... as long as the file says this
 };
 
 using StringStates = QMap<QString, StringState>; // by hashcode
+
+// To be changed; fresh when the string had none.
+StringState &stateFor(const CatalogueString &string, StringStates &states);
 
 // The texts of a string that users see: those that were published here, over those of the folder's file
 // unless the file changed since.
@@ -41,7 +44,7 @@ FormTexts latestTexts(const CatalogueString &string, const StringStates &states)
 
 // The step in which a string waits; null when it waits in none. One whose step is gone from project.json
 // waits in the first.
-const WorkflowStep *waitingStep(const QString &hashcode, const StringStates &states,
+const WorkflowStep *waitingStep(const CatalogueString &string, const StringStates &states,
                                 const ProjectWorkflows &workflows, const QString &locale);
 
 // One file for each locale: a string moves from step to step, and to the users, in one rename.
