@@ -120,9 +120,9 @@ void DVApi::downloadStringsForLocale(const DVLocale &locale, int authenticated, 
     const QString path = DVApiAnswer::projectPath(
         QLatin1StringView("files-api"),
         u"/locales/" % DVApiAnswer::pathPiece(dorvaneLocaleIdentifier(locale)) % u"/content/export");
-    const auto downloadPending = [=](const DVErrorOr &) {
-        DVNetwork::downloadPath(path, authenticated, pendingQuery(), exportTimeout, pendingPath,
-                                withCompletion, transfer);
+    const auto downloadPending = [=, pending = pendingQuery()](const DVErrorOr &) {
+        DVNetwork::downloadPath(path, authenticated, pending, exportTimeout, pendingPath, withCompletion,
+                                transfer);
     };
     DVNetwork::downloadPath(path, authenticated, exportQuery(QStringLiteral("PUBLISHED")), exportTimeout,
                             publishedPath, downloadPending, transfer);

@@ -50,6 +50,8 @@ void DVApi::tokenWithCode(const QString &code, bool refresh,
                           std::function<void(const DVErrorOr &, const QJsonObject &)> andCompletion)
 {
     const auto answered = [andCompletion](const DVErrorOr &error, const QJsonValue &json) {
+        if (!andCompletion)
+            return;
         if (error)
             return andCompletion(error, {});
         QJsonObject token = json.toObject();
@@ -82,5 +84,8 @@ void DVApi::logOutWithRefreshToken(const QString &refreshToken)
 void DVApi::pingWithCompletion(Completion completion)
 {
     DVNetwork::getPath(QStringLiteral("/auth-api/v2/ping"), DVAuthenticationUser, DVServerApi, {},
-                       [completion](const DVErrorOr &error, const QJsonValue &) { completion(error); });
+                       [completion](const DVErrorOr &error, const QJsonValue &) {
+                           if (completion)
+                               completion(error);
+                       });
 }

@@ -93,6 +93,12 @@ void DVSession::adopt(const QJsonObject &token)
     publish();
 }
 
+void DVSession::forgetAnswers()
+{
+    projectInfo.reset();
+    workflows.reset();
+}
+
 void DVSession::publish()
 {
     auto &state = DVState::shared();
@@ -119,8 +125,10 @@ void DVSession::getTokenWithCode(const QString &code, bool refresh, Completion w
             return withCompletion(m_token ? DVErrorOr() : dv_noTokenFound());
         if (refresh && dv_textMember(token, refreshTokenKey).isEmpty())
             token.insert(refreshTokenKey, code);
-        if (!refresh)
+        if (!refresh) {
             ++m_epoch;
+            forgetAnswers(); // it may be somebody else, with other rights
+        }
         adopt(token);
         saveCredentialsToKeychain();
         withCompletion({});
@@ -288,8 +296,7 @@ void DVSession::logOut()
     }
     m_token.reset();
     m_userInfo.reset();
-    projectInfo.reset();
-    workflows.reset();
+    forgetAnswers();
     if (m_deleteEdits)
         m_deleteEdits();
     if (m_resetController)
@@ -308,8 +315,7 @@ void DVSession::forget()
     m_resetController = m_deleteEdits = m_changed = {};
     m_token.reset();
     m_userInfo.reset();
-    projectInfo.reset();
-    workflows.reset();
+    forgetAnswers();
     m_proxy.clear();
     publish();
 }

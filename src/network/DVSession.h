@@ -30,7 +30,7 @@ public:
     // Claims of the access token; nothing when it is opaque or damaged.
     std::optional<QJsonObject> userInfo() const { return m_userInfo; }
     QString accountId() const { return {}; } // nothing sets it
-    std::optional<QJsonObject> projectInfo;  // answers of the platform, kept until log out
+    std::optional<QJsonObject> projectInfo; // answers of the platform, kept until log out or the next sign-in
     std::optional<QList<DVWorkflowStep>> workflows;
 
     // Whether a token is held now. One that arrives from the keychain later is published then.
@@ -99,6 +99,7 @@ private:
     void adopt(const QJsonObject &token);
     bool useSavedText(const QString &text);
     void publish();
+    void forgetAnswers();
     bool hasLiveToken() const;
     bool sign(const Waiting &waiting);
     void refreshEnded(const DVErrorOr &error, const Waiting &waiting);

@@ -6,8 +6,6 @@
 #include <functional>
 #include <memory>
 
-#include <QtGlobal>
-
 class DVTransfer;
 using DVTransferPtr = std::shared_ptr<DVTransfer>;
 
