@@ -1,7 +1,5 @@
 #include "DVJsonExchange.h"
 
-#include "DVSecrets.h"
-
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -32,14 +30,6 @@ DVErrorOr decodeJson(const QByteArray &body, QJsonValue *json)
     return {};
 }
 
-// A server may echo what it was sent, and hosts show descriptions.
-DVErrorOr clean(DVErrorOr error)
-{
-    if (error)
-        error->description = DVSecrets::cleanText(error->description);
-    return error;
-}
-
 Outcome outcomeOf(const DVErrorOr &connectionError, const DVHttpResponse &response)
 {
     Outcome outcome;
@@ -47,7 +37,7 @@ Outcome outcomeOf(const DVErrorOr &connectionError, const DVHttpResponse &respon
     if (!outcome.error)
         outcome.error = decodeJson(response.body, &outcome.json);
     if (!outcome.error && !DVNetwork::isSuccessStatusCode(response.statusCode))
-        outcome.error = clean(DVNetwork::errorFromJson(outcome.json, response.statusCode));
+        outcome.error = DVNetwork::errorFromJson(outcome.json, response.statusCode);
     if (!outcome.error && response.methodChanged)
         outcome.error = DVError{QStringLiteral("dorvane.API"), response.statusCode,
                                 QStringLiteral("The request was redirected and not delivered")};

@@ -10,6 +10,7 @@
 #include "DVLog.h"
 #include "DVPrivateFile.h"
 #include "DVRecentEvents.h"
+#include "DVSecrets.h"
 #include "DVState.h"
 #include "DVVersion.h"
 
@@ -35,6 +36,14 @@ DVHttpRequest requestTo(const QByteArray &method, const QString &url)
     request.request.setRawHeader("User-Agent", DVNetwork::userAgent().toUtf8());
     request.maximumBodySize = DVJsonExchange::maximumAnswer;
     return request;
+}
+
+// A server may echo what it was sent, at any length, and descriptions go to hosts, logs and events. Cut once
+// more before it is cleaned, so that no secret is cut too short to be known.
+QString descriptionFrom(const QString &serversText)
+{
+    constexpr qsizetype longest = 1000;
+    return DVSecrets::cleanText(serversText.left(2 * longest)).left(longest);
 }
 
 } // namespace
@@ -107,7 +116,7 @@ DVErrorOr DVNetwork::errorFromJson(const QJsonValue &json, int code)
     const qsizetype count = errors.isArray() ? errors.toArray().size() : errors.toObject().size();
     if (count > 0)
         return DVError{QStringLiteral("dorvane.SDK.server"), code, QString::number(count) % u" errors"};
-    return apiError(response.value(u"code").toVariant().toString());
+    return apiError(descriptionFrom(response.value(u"code").toVariant().toString()));
 }
 
 void DVNetwork::debugRequest(const DVHttpRequest &request, const DVHttpResponse &withResponse,

@@ -57,7 +57,7 @@ public:
                                               const QVariantMap &withParameters);
 
     static bool isSuccessStatusCode(int code); // 200 ... 399
-    // The error that a failing answer's JSON stands for, or none (an array).
+    // The error that a failing answer's JSON stands for, or none (an array). Without secrets, and short.
     static DVErrorOr errorFromJson(const QJsonValue &json, int code);
 
     // Writes the dump (debug), the one-line form (info), and tracks "Request failed" on an error.

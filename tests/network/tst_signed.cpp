@@ -579,6 +579,9 @@ void tst_Signed::badAnswers_data()
     QTest::newRow("a 401 to a token that looks alive")
         << Answer::of(401, R"({"response":{"code":"AUTHENTICATION_ERROR","errors":[]}})") << u"dorvane.API"_qs
         << 401 << u"AUTHENTICATION_ERROR"_qs;
+    QTest::newRow("a status word of a megabyte")
+        << Answer::of(400, R"({"response":{"code":")" + QByteArray(1 << 20, 'x') + R"("}})")
+        << u"dorvane.API"_qs << 400 << u"xxx"_qs;
     QTest::newRow("a list of errors") << Answer::of(400, R"({"response":{"code":"X","errors":[1,2,3]}})")
                                       << u"dorvane.SDK.server"_qs << 400 << u"3 errors"_qs;
     QTest::newRow("a failure without a body")
@@ -608,6 +611,7 @@ void tst_Signed::badAnswers()
         QTEST(result->domain(), "domain");
         QTEST(result->code(), "code");
         QVERIFY2(result->description().startsWith(description), qPrintable(result->description()));
+        QVERIFY(result->description().size() <= 1000);
         QCOMPARE(m_server->requests().size(), 1);
         expectUsable();
     }
