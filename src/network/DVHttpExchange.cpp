@@ -1,6 +1,6 @@
 #include "DVHttpExchange.h"
 
-#include "DVData.h"
+#include "DVContentCoding.h"
 #include "DVNameLookup.h"
 #include "DVNetworkThread.h"
 #include "DVSecrets.h"
@@ -8,7 +8,6 @@
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkProxyFactory>
-#include <QtEndian>
 
 #include <algorithm>
 
@@ -114,12 +113,16 @@ bool isCutShort(const DVHttpResponse &response)
     return announced && response.body.size() < length;
 }
 
+bool isSigned(const DVHttpRequest &request)
+{
+    return request.isSigned || !request.request.rawHeader("Authorization").isEmpty();
+}
+
 // An idle connection that is dead may swallow a request, and then nobody knows whether it was carried out. A
 // connection of its own costs a thread and a handshake, so only what changes somebody's work has one.
 bool needsOwnConnection(const DVHttpRequest &request)
 {
-    return request.method != "GET" &&
-           (request.makeBody || !request.request.rawHeader("Authorization").isEmpty());
+    return request.method != "GET" && (request.makeBody || isSigned(request));
 }
 
 QString originOf(const QUrl &url)
@@ -176,7 +179,7 @@ DVHttpExchange::DVHttpExchange(DVNetworkContext &context, DVHttpRequest request,
     , m_ownManager(needsOwnConnection(request) ? dv_makeNetworkManager() : nullptr)
     , m_request(std::move(request))
     , m_finished(std::move(finished))
-    , m_staysWithOrigin(m_request.method != "GET" || !m_request.request.rawHeader("Authorization").isEmpty())
+    , m_staysWithOrigin(m_request.method != "GET" || isSigned(m_request))
 {
     for (QTimer *timer : {&m_inactivity, &m_deadline}) {
         timer->setSingleShot(true);
@@ -385,33 +388,4 @@ void DVHttpExchange::dropReply()
     m_reply->abort();
     m_reply->deleteLater();
     m_reply = nullptr;
-}
-
-DVErrorOr dv_decodeContent(DVHttpResponse *response, qint64 maximumSize)
-{
-    QList<QByteArray> codings = response->header("Content-Encoding").toLower().split(',');
-    const qsizetype maximumCodings = 4;
-    if (codings.size() > maximumCodings)
-        return networkError(QNetworkReply::ProtocolFailure,
-                            QStringLiteral("The answer has too many codings."));
-    DVInflationLimits limits;
-    limits.maximumSize = maximumSize;
-    std::reverse(codings.begin(), codings.end());
-    for (const QByteArray &coding : std::as_const(codings)) {
-        const QByteArray name = coding.trimmed();
-        if ((name != "gzip" && name != "x-gzip") || !dv_isGzippedData(response->body))
-            continue;
-        DVErrorOr error;
-        const QByteArray decoded = dv_gunzippedData(response->body, limits, &error);
-        if (error)
-            return error;
-        // RFC 1952: the last four bytes are the size; the inflation itself is lenient.
-        const qsizetype end = response->body.size() - 4;
-        if (end < 0 ||
-            qFromLittleEndian<quint32>(response->body.constData() + end) != quint32(decoded.size()))
-            return networkError(QNetworkReply::ProtocolFailure,
-                                QStringLiteral("The answer's coding is damaged."));
-        response->body = decoded;
-    }
-    return {};
 }

@@ -21,6 +21,8 @@ struct DVHttpRequest
     // request. For what costs more than the main thread has time for.
     std::function<DVErrorOr(QByteArray *body)> makeBody;
     DVTransferLinkPtr transfer; // progress and cancel of send(); may be null
+    // Somebody's rights travel with it, in whatever header: it is treated as one with "Authorization".
+    bool isSigned = false;
 };
 
 struct DVHttpResponse
@@ -38,9 +40,8 @@ struct DVHttpResponse
 // blocking download creates no network stack. No cache, no cookies; at most ten redirects; https never
 // becomes http, http to a host other than loopback is refused; TLS is verified. Bodies arrive with their gzip
 // "Content-Encoding" undone. A request that is not a GET is sent at most once, and on a connection of its own
-// when it has "Authorization" or makes its body; it, and a GET with "Authorization", follow redirects to the
-// same origin only. Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status
-// is not an error.
+// when it is signed or makes its body; it, and a signed GET, follow redirects to the same origin only.
+// Connection errors: domain "dorvane.network", code QNetworkReply::NetworkError. A status is not an error.
 namespace DVHttpTransport {
 
 using Completion = std::function<void(const DVErrorOr &, const DVHttpResponse &)>;

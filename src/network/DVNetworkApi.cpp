@@ -4,7 +4,6 @@
 #include "DVAPISession.h"
 #include "DVJsonExchange.h"
 #include "DVRequestDump.h"
-#include "DVSecrets.h"
 #include "DVServerUrl.h"
 #include "DVSession.h"
 #include "DVStringsDelivery.h"
@@ -66,6 +65,7 @@ void signAndSend(const CallPtr &call, int authentication)
         transfer->setAbort([call] { failLater(call, DVHttpTransport::canceled()); });
     }
     const auto authorized = [call](const DVErrorOr &error) { decide(call, error); };
+    call->request->isSigned = authentication == DVAuthenticationUser || authentication == DVAuthenticationApi;
     if (authentication == DVAuthenticationUser)
         DVSession::sharedInstance().authorizeRequest(call->request, authorized);
     else if (authentication == DVAuthenticationApi)
@@ -146,11 +146,7 @@ DVErrorOr errorOfDownload(const DVHttpResponse &response)
 {
     if (DVNetwork::isSuccessStatusCode(response.statusCode))
         return {};
-    const QJsonObject json = QJsonDocument::fromJson(response.body).object();
-    DVErrorOr error = DVNetwork::errorFromJson(json, response.statusCode);
-    if (error)
-        error->description = DVSecrets::cleanText(error->description);
-    return error;
+    return DVNetwork::errorFromJson(QJsonDocument::fromJson(response.body).object(), response.statusCode);
 }
 
 // On the network thread. The body is written whatever the status; what it replaces is kept beside it until

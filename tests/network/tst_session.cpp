@@ -20,6 +20,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QMutex>
+#include <QNetworkReply>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -128,7 +129,7 @@ class DVAppetize : public QObject
     Q_OBJECT
 
 public:
-    enum Manner { Signs, Fails, SignsLater, Drops, Keeps };
+    enum Manner { Signs, SignsOtherwise, Fails, SignsLater, Drops, Keeps };
     Manner manner = Signs;
     QString accessToken;
     QList<DVProxyCompletion> kept;
@@ -148,6 +149,9 @@ public:
             return;
         case Drops:
             return;
+        case SignsOtherwise:
+            mine.setRawHeader("X-Visitor", accessToken.toLatin1());
+            return withCompletion({}, accessToken);
         case Signs:
             mine.setRawHeader("Authorization", "Proxy " + mine.method());
             mine.setRawHeader("X-Broken", "a\r\nX-Injected: b");
@@ -220,6 +224,7 @@ private Q_SLOTS:
     void demonstrations();
     void proxySigns_data();
     void proxySigns();
+    void whatAProxySignsStaysWithItsServer();
     void proxyThatIsGone();
 
 private:
@@ -428,6 +433,8 @@ void tst_Session::failedExchangeKeepsWhatWasBefore()
     signInAs(QStringLiteral("ada"));
     const auto before = session().token();
     const auto savedBefore = m_keychain->items;
+    session().projectInfo = QJsonObject();
+    session().workflows = QList<DVWorkflowStep>();
     int failures = 0;
     for (const bool refresh : {false, true}) {
         m_server->enqueue(Answer::of(400));
@@ -439,6 +446,9 @@ void tst_Session::failedExchangeKeepsWhatWasBefore()
     QCOMPARE(m_keychain->items, savedBefore);
     QVERIFY(DVState::shared().loggedIn);
     QCOMPARE(DVState::shared().userEmail(), QStringLiteral("ada@example.invalid"));
+    QVERIFY(session().projectInfo && session().workflows);
+    signInAs(QStringLiteral("grace")); // who has other rights
+    QVERIFY(!session().projectInfo && !session().workflows);
 }
 
 void tst_Session::claims_data()
@@ -967,6 +977,24 @@ void tst_Session::proxySigns()
     QCOMPARE(signing->header(), error ? QByteArray() : QByteArray("Proxy GET"));
     QVERIFY(!signing->request->request.hasRawHeader("X-Broken"));
     QCOMPARE(DVState::shared().userEmail(), error ? QString() : QStringLiteral("visitor@example.invalid"));
+}
+
+void tst_Session::whatAProxySignsStaysWithItsServer()
+{
+    setAppetizeHost(true);
+    shop::DVAppetize proxy;
+    proxy.manner = shop::DVAppetize::SignsOtherwise;
+    proxy.accessToken = QStringLiteral("visitor-token");
+    session().setProxy(&proxy);
+    DVFaultServer other;
+    m_server->enqueue(
+        Answer::of(302, {}, {{"Location", other.url(QStringLiteral("/elsewhere")).toLatin1()}}));
+    DVErrorOr result;
+    DVApi::pingWithCompletion([&result](const DVErrorOr &error) { result = error; });
+    QTRY_VERIFY_WITH_TIMEOUT(result, generousMs);
+    QCOMPARE(result->code, int(QNetworkReply::InsecureRedirectError));
+    QCOMPARE(m_server->requests().constFirst().header("X-Visitor"), QByteArray("visitor-token"));
+    QCOMPARE(other.connectionCount(), 0);
 }
 
 void tst_Session::proxyThatIsGone()
