@@ -94,6 +94,10 @@ void tst_OtherVersions::namesAreReadToTheLetter_data()
     row("an encoded version", u"2%200_pl_edited.xlf"_qs, {{u"2%200"_qs, u"pl"_qs, Kind::Edited, false}});
     row("a locale that ends like a kind", u"1_fr_published_edited.xlf"_qs,
         {{u"1"_qs, u"fr_published"_qs, Kind::Edited, false}});
+    row("edits that a pull threw away", u"1.0_fr_CA_discarded.xlf"_qs,
+        {{u"1.0"_qs, u"fr_CA"_qs, Kind::Discarded, false}});
+    row("edits that could not be read", u"1.0_fr_CA_edited.xlf.damaged"_qs,
+        {{u"1.0"_qs, u"fr_CA"_qs, Kind::Damaged, false}});
     row("no version", u"_fr_published.xlf"_qs, {});
     row("no locale", u"1.0__published.xlf"_qs, {});
     row("neither", u"published.xlf"_qs, {});
@@ -129,6 +133,8 @@ void tst_OtherVersions::whatGoesAndWhatStays_data()
     QTest::newRow("pending strings") << u"1.0_en_pending.xlf"_qs << false;
     QTest::newRow("what pending strings replaced") << u"1.0_en_pending.xlf.previous"_qs << false;
     QTest::newRow("edited strings of another version") << u"1.0_en_edited.xlf"_qs << true;
+    QTest::newRow("discarded strings of another version") << u"1.0_en_discarded.xlf"_qs << true;
+    QTest::newRow("damaged strings of another version") << u"1.0_en_edited.xlf.damaged"_qs << true;
     QTest::newRow("edited strings of this version") << u"2.0_en_edited.xlf"_qs << true;
     QTest::newRow("the settings") << u"other.json"_qs << true;
     QTest::newRow("usage events") << u"analytics"_qs << true;
