@@ -90,6 +90,10 @@ qsizetype lengthOfPercents(QStringView text, QStringView expected, qsizetype *ta
 {
     const bool isPair = expected.size() > 1 && expected[0].isHighSurrogate();
     *taken = isPair ? 2 : 1;
+    // Most are decided without a conversion.
+    const int firstByte = hexNumber(text.sliced(1), 2);
+    if (firstByte < 0 || expected[0].unicode() < 0x80)
+        return firstByte == expected[0].unicode() ? 3 : 0;
     const QByteArray bytes = expected.left(*taken).toUtf8();
     qsizetype length = 0;
     for (const char byte : bytes) {
