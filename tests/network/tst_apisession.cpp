@@ -1,6 +1,5 @@
 // The API credentials of a project: authenticated on the first request, refreshed, never asked of a user.
 #include "DVAPISession.h"
-#include "DVCanaries.h"
 #include "DVClock.h"
 #include "DVFaultServer.h"
 #include "DVFolders.h"
@@ -11,7 +10,6 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMutex>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,18 +18,6 @@ using Answer = DVFaultServer::Answer;
 namespace {
 
 constexpr int generousMs = 20000;
-
-QByteArray written;
-QMutex writtenMutex;
-QtMessageHandler previousHandler = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(u"[DV] "))
-        return previousHandler(type, context, text);
-    const QMutexLocker lock(&writtenMutex);
-    written += text.toUtf8() + '\n';
-}
 
 QByteArray answer(const char *access, const char *refresh, int expiresIn = 480, int refreshExpiresIn = 3660)
 {
@@ -76,8 +62,6 @@ class tst_ApiSession : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { previousHandler = qInstallMessageHandler(collect); }
-    void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
     void init();
     void cleanup();
 
@@ -91,7 +75,6 @@ private Q_SLOTS:
     void failurePassesOnAndKeepsTheTokens();
     void refreshesAtTheSameTimeWithTokensForOneUse();
     void shortLivedTokensSignWhatTheyCameFor();
-    void secretsStayOutOfTheLog();
 
 private:
     DVAPISession &session() { return DVAPISession::sharedInstance(); }
@@ -120,7 +103,6 @@ void tst_ApiSession::cleanup()
     DVServerUrl::setServers({});
     DVFolders::setDocuments({});
     DVClock::reset();
-    DVState::shared().debug = false;
 }
 
 void tst_ApiSession::authenticate()
@@ -295,25 +277,6 @@ void tst_ApiSession::shortLivedTokensSignWhatTheyCameFor()
         QCOMPARE(signing->header(), QByteArray("Bearer A1"));
         QCOMPARE(m_server->requests().size(), requests);
     }
-}
-
-void tst_ApiSession::secretsStayOutOfTheLog()
-{
-    DVState::shared().debug = true;
-    const QString secret = DVCanaries::canary(QStringLiteral("secret"));
-    const QString access = DVCanaries::canary(QStringLiteral("access"));
-    const QString refresh = DVCanaries::canary(QStringLiteral("refresh"));
-    session().userSecret = secret;
-    m_server->setHandler([=](const DVFaultServer::Request &) {
-        return Answer::of(200, answer(access.toLatin1().constData(), refresh.toLatin1().constData(), 10));
-    });
-    for (int i = 0; i < 2; ++i) { // authenticates, then refreshes
-        const auto signing = sign();
-        QTRY_COMPARE_WITH_TIMEOUT(signing->completions, 1, generousMs);
-    }
-    const QMutexLocker lock(&writtenMutex);
-    QVERIFY(written.contains("authenticate/refresh"));
-    QCOMPARE(DVCanaries::found(m_folder->path(), written, {secret, access, refresh}), QStringList());
 }
 
 QTEST_GUILESS_MAIN(tst_ApiSession)

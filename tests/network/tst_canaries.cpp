@@ -200,7 +200,7 @@ void tst_Canaries::exchanges()
                            {u"refresh_expires_in"_qs, 600}};
     const QJsonObject api{{u"accessToken"_qs, m_apiAccess},
                           {u"refreshToken"_qs, m_apiRefresh},
-                          {u"expiresIn"_qs, 300},
+                          {u"expiresIn"_qs, 10}, // so that later requests refresh
                           {u"refreshExpiresIn"_qs, 600}};
     m_server->setHandler([=](const Request &request) {
         if (request.target.startsWith("/auth/"))
@@ -220,7 +220,7 @@ void tst_Canaries::exchanges()
     session.getTokenWithCode(m_refresh, true, [this](const DVErrorOr &error) { counted()(error, {}); });
     waitFor(m_completions, 2);
     int expected = 2;
-    for (const int mode : {DVAuthenticationUser, DVAuthenticationApi}) {
+    for (const int mode : {DVAuthenticationUser, DVAuthenticationApi, DVAuthenticationApi}) {
         const QVariantMap parameters{{u"password"_qs, m_password},
                                      {u"otaKey"_qs, m_key},
                                      {u"code"_qs, 5},
@@ -237,7 +237,10 @@ void tst_Canaries::exchanges()
     const auto sent = m_server->requests();
     QCOMPARE(std::count_if(sent.begin(), sent.end(),
                            [](const Request &request) { return request.target == "/json"; }),
-             fails ? 0 : 2);
+             fails ? 0 : 3);
+    QCOMPARE(std::any_of(sent.begin(), sent.end(),
+                         [](const Request &request) { return request.target.endsWith("/refresh"); }),
+             !fails);
     DVApi::logOutWithRefreshToken(m_refresh);
     QVERIFY(m_server->waitForRequests(1, patience));
     QTRY_VERIFY_WITH_TIMEOUT(

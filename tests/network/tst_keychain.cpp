@@ -2,10 +2,10 @@
 #include "DVFakeKeychain.h"
 #include "DVKeychain.h"
 #include "DVState.h"
+#include "DVWrittenLog.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QMutex>
 #include <QTest>
 #include <QThread>
 
@@ -14,30 +14,6 @@ using State = DVFakeKeychainState;
 namespace {
 
 constexpr int generousMs = 20000;
-
-QStringList written;
-QMutex writtenMutex;
-QtMessageHandler previousHandler = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(u"[DV] "))
-        return previousHandler(type, context, text);
-    const QMutexLocker lock(&writtenMutex);
-    written.append(text.mid(5));
-}
-
-QStringList takeWritten()
-{
-    const QMutexLocker lock(&writtenMutex);
-    return std::exchange(written, {});
-}
-
-qsizetype linesWritten()
-{
-    const QMutexLocker lock(&writtenMutex);
-    return written.size();
-}
 
 const QString key = QStringLiteral("token");
 const QString memoryOnly = QStringLiteral("No use of the keychain, a sign-in is kept in memory only: ");
@@ -49,8 +25,8 @@ class tst_Keychain : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { previousHandler = qInstallMessageHandler(collect); }
-    void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
+    void initTestCase() { DVWrittenLog::begin(); }
+    void cleanupTestCase() { DVWrittenLog::end(); }
     void init();
     void cleanup() { dv_setKeychainService(nullptr); }
 
@@ -91,7 +67,7 @@ void tst_Keychain::init()
     m_state = std::make_shared<State>();
     restart();
     DVState::shared().log = true;
-    takeWritten();
+    DVWrittenLog::take();
 }
 
 void tst_Keychain::anotherProcessFindsTheItem_data()
@@ -118,7 +94,7 @@ void tst_Keychain::anotherProcessFindsTheItem()
     QVERIFY(!DVKeychain::loadValueForKey(key));
     restart();
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    QCOMPARE(takeWritten(), QStringList());
+    QCOMPARE(DVWrittenLog::take(), QStringList());
 }
 
 void tst_Keychain::applicationsDoNotShareItems()
@@ -166,7 +142,7 @@ void tst_Keychain::withoutServiceMemoryServes()
     QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
     QVERIFY(DVKeychain::deleteValueForKey(key));
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    QCOMPARE(takeWritten(), QStringList{QString(memoryOnly + u"the application has none")});
+    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"the application has none")});
 }
 
 void tst_Keychain::silentServiceHoldsNothingUp()
@@ -177,7 +153,7 @@ void tst_Keychain::silentServiceHoldsNothingUp()
     QVERIFY(!DVKeychain::loadValueForKey(key));
     QVERIFY2(timer.elapsed() >= DVKeychain::loadTimeoutMs - 1, "it did not wait");
     QVERIFY2(timer.elapsed() < generousMs, "it waited too long");
-    QCOMPARE(takeWritten(), QStringList{QString(memoryOnly + u"it does not answer")});
+    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it does not answer")});
     QVERIFY(DVKeychain::saveValue(QStringLiteral("here"), key));
     QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
 }
@@ -190,11 +166,11 @@ void tst_Keychain::silentServiceIsAskedOnce()
     QCOMPARE(m_state->calls, QStringList{QStringLiteral("read")});
     // A change that is never answered is said, too, by a process that has not read.
     restart();
-    takeWritten();
+    DVWrittenLog::take();
     DVKeychain::saveValue(QStringLiteral("here"), key);
-    QCOMPARE(takeWritten(), QStringList());
-    QTRY_COMPARE_WITH_TIMEOUT(linesWritten(), 1, generousMs);
-    QCOMPARE(takeWritten(), QStringList{QString(memoryOnly + u"it does not answer")});
+    QCOMPARE(DVWrittenLog::take(), QStringList());
+    QTRY_COMPARE_WITH_TIMEOUT(DVWrittenLog::count(), 1, generousMs);
+    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it does not answer")});
 }
 
 void tst_Keychain::everyFailureTogetherIsOneLine()
@@ -205,7 +181,7 @@ void tst_Keychain::everyFailureTogetherIsOneLine()
     DVKeychain::deleteValueForKey(QStringLiteral("userId"));
     QCoreApplication::processEvents();
     QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
-    QCOMPARE(takeWritten(), QStringList{QString(memoryOnly + u"it is broken")});
+    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it is broken")});
 }
 
 void tst_Keychain::lateItemArrivesOnTheMainThread()
@@ -297,7 +273,7 @@ void tst_Keychain::damagedArchives()
     m_state->items.first() = archive;
     restart();
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    const QStringList log = takeWritten();
+    const QStringList log = DVWrittenLog::take();
     QCOMPARE(log.size(), 1);
     QVERIFY2(log.first().startsWith(u"Unarchive of token failed: ") && log.first().endsWith(fault) &&
                  !log.first().contains(u"topsec"),

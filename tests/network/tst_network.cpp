@@ -6,6 +6,7 @@
 #include "DVNetwork.h"
 #include "DVServerUrl.h"
 #include "DVState.h"
+#include "DVWrittenLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,31 +17,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <mutex>
-
 #include <sys/utsname.h>
 
 using Answer = DVFaultServer::Answer;
 
 namespace {
-
-QStringList written;
-std::mutex writtenMutex;
-QtMessageHandler previousHandler = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(u"[DV] "))
-        return previousHandler(type, context, text);
-    const std::lock_guard lock(writtenMutex);
-    written.append(text.mid(5));
-}
-
-QStringList takeWritten()
-{
-    const std::lock_guard lock(writtenMutex);
-    return std::exchange(written, {});
-}
 
 QJsonValue jsonFrom(const QByteArray &text)
 {
@@ -71,8 +52,8 @@ class tst_Network : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { previousHandler = qInstallMessageHandler(collect); }
-    void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
+    void initTestCase() { DVWrittenLog::begin(); }
+    void cleanupTestCase() { DVWrittenLog::end(); }
     void init();
     void cleanup();
 
@@ -110,7 +91,7 @@ void tst_Network::init()
     DVState::shared().analyticsEnabled = false;
     DVState::shared().debug = false;
     DVState::shared().log = false;
-    takeWritten();
+    DVWrittenLog::take();
 }
 
 void tst_Network::cleanup()
@@ -423,7 +404,7 @@ void tst_Network::dumps()
     response.statusCode = 200;
     DVNetwork::debugRequest(request, response, fails ? failure("broken") : DVErrorOr(), jsonFrom("{\"b\":1}"),
                             {});
-    QCOMPARE(takeWritten(), text.isNull() ? QStringList() : QStringList(text));
+    QCOMPARE(DVWrittenLog::take(), text.isNull() ? QStringList() : QStringList(text));
 }
 
 void tst_Network::failedRequestIsRecorded()
@@ -468,7 +449,7 @@ void tst_Network::secretsStayOutOfTheLog()
     DVState::shared().debug = false;
     DVNetwork::debugRequest(request, {}, failure("broken"), answer, {});
 
-    const QStringList texts = takeWritten();
+    const QStringList texts = DVWrittenLog::take();
     QCOMPARE(texts.size(), 4);
     for (const QString &text : texts)
         QVERIFY2(!text.contains(u"SECRET"), qPrintable(text));
@@ -485,7 +466,7 @@ void tst_Network::writesFiles()
     DVState::shared().debug = true;
     const QString path = m_folder->filePath(QStringLiteral("a/b/file"));
     QVERIFY(!DVNetwork::writeData("hello", path));
-    QCOMPARE(takeWritten(), QStringList(QStringLiteral("Writing 5 bytes to %1").arg(path)));
+    QCOMPARE(DVWrittenLog::take(), QStringList(QStringLiteral("Writing 5 bytes to %1").arg(path)));
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), QByteArray("hello"));
@@ -494,7 +475,7 @@ void tst_Network::writesFiles()
     const DVErrorOr error = DVNetwork::writeData("x", path + QStringLiteral("/c"));
     QVERIFY(error);
     QCOMPARE(error->domain, QStringLiteral("dorvane.file"));
-    QCOMPARE(takeWritten(), QStringList());
+    QCOMPARE(DVWrittenLog::take(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(tst_Network)

@@ -13,13 +13,13 @@
 #include "DVState.h"
 #include "DVUrlParameters.h"
 #include "DVUserDefaults.h"
+#include "DVWrittenLog.h"
 
 #include <Dorvane/DVProxy.h>
 
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QMutex>
 #include <QNetworkReply>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -32,24 +32,6 @@ namespace {
 constexpr int generousMs = 20000;
 constexpr QLatin1StringView tokenPath("/auth/realms/Dorvane/protocol/openid-connect/token");
 constexpr QLatin1StringView logOutPath("/auth/realms/Dorvane/protocol/openid-connect/logout");
-
-QStringList written;
-QMutex writtenMutex;
-QtMessageHandler previousHandler = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (!text.startsWith(u"[DV] "))
-        return previousHandler(type, context, text);
-    const QMutexLocker lock(&writtenMutex);
-    written.append(text.mid(5));
-}
-
-QStringList takeWritten()
-{
-    const QMutexLocker lock(&writtenMutex);
-    return std::exchange(written, {});
-}
 
 QByteArray json(const QJsonObject &object)
 {
@@ -184,7 +166,7 @@ class tst_Session : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
+    void cleanupTestCase() { DVWrittenLog::end(); }
     void init();
     void cleanup();
 
@@ -242,7 +224,7 @@ private:
 
 void tst_Session::initTestCase()
 {
-    previousHandler = qInstallMessageHandler(collect);
+    DVWrittenLog::begin();
     QCoreApplication::setOrganizationName(QStringLiteral("tst-session"));
 }
 
@@ -264,7 +246,7 @@ void tst_Session::init()
     state.appLaunched = true;
     state.log = state.debug = true;
     state.setAppId(QStringLiteral("project"));
-    takeWritten();
+    DVWrittenLog::take();
 }
 
 void tst_Session::cleanup()
@@ -899,7 +881,7 @@ void tst_Session::secretsStayOutOfLogAndFiles()
     DVKeychain::forget();
     DVSecrets::forgetAll(); // as a new process knows none
     QVERIFY(session().loadSavedCredentials());
-    const QString log = takeWritten().join(u'\n');
+    const QString log = DVWrittenLog::take().join(u'\n');
     QVERIFY(log.contains(u"Saving credentials to keychain"));
     QVERIFY(log.contains(u"Loaded credentials from keychain \n{"));
     const QString payload = access.section(u'.', 1, 1);
