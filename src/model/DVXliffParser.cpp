@@ -46,3 +46,12 @@ DVXliffParser::Strings DVXliffParser::parseXliffData(QByteArrayView data, quint3
 {
     return parseXliffData(data, nullptr, stringStatus, error, needCues);
 }
+
+DVXliffParser::Strings DVXliffParser::parseEditedStrings(QByteArrayView data, DVErrorOr *error, bool needCues)
+{
+    Strings strings;
+    *error = DVXliffReader::read(data, needCues, [&](const DVXliffUnit &unit) {
+        addForm(strings, unit, unit.target, DVStringStatusNone);
+    });
+    return strings;
+}

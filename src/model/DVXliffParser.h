@@ -20,4 +20,7 @@ public:
     static Strings parseXliffData(QByteArrayView data, Strings *source, quint32 stringStatus,
                                   DVErrorOr *error, bool needCues);
     static Strings parseXliffData(QByteArrayView data, quint32 stringStatus, DVErrorOr *error, bool needCues);
+    // Of a file that holds edits only: an empty target is a text that somebody has emptied, not one that is
+    // missing.
+    static Strings parseEditedStrings(QByteArrayView data, DVErrorOr *error, bool needCues);
 };

@@ -68,9 +68,10 @@ public:
     static void setStatus(const QString &status, const QList<DVStringGroupPtr> &forStrings,
                           StatusCompletion withCompletion);
 
-    // Imports edited strings, as "saveFile.xlf" in the folder of the library's files, which stays there until
-    // the next time. Completes with why some could not be written or were not taken, by key; with an error
-    // all of them. No strings: nothing is sent. Saves at the same time do not disturb each other.
+    // Imports edited strings, as a file of this name in the folder of the library's files, which stays there
+    // until the next time. Completes with why some could not be written or were not taken, by key; with an
+    // error all of them. No strings: nothing is sent. Saves at the same time do not disturb each other.
+    static constexpr QLatin1StringView saveFileName{"saveFile.xlf"};
     using SaveCompletion = std::function<void(const DVErrorOr &, const QMap<QString, QStringList> &failures)>;
     static void saveStrings(const DVStringGroups &strings, const DVXliffHeader &header,
                             SaveCompletion withCompletion, const DVTransferPtr &transfer = {});

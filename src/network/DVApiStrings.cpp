@@ -205,7 +205,7 @@ void DVApi::saveStrings(const DVStringGroups &strings, const DVXliffHeader &head
     };
     if (strings.isEmpty())
         return completeLater({}, {});
-    const QString file = DVFolders::dorvaneFiles() % u"/saveFile.xlf";
+    const QString file = DVFolders::dorvaneFiles() % u'/' % saveFileName;
     DVXliffWriter::Failures unwritten;
     if (const DVErrorOr error = DVXliffWriter::writeXliffFromStrings(strings, file, header, &unwritten)) {
         dv_logInfo(u"Save failed: " % error->description);

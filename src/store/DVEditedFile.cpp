@@ -1,5 +1,6 @@
 #include "DVEditedFile.h"
 
+#include "DVApi.h"
 #include "DVFolders.h"
 #include "DVLog.h"
 #include "DVPrivateFile.h"
@@ -21,7 +22,8 @@ namespace {
 bool isOfAReview(const QString &fileName)
 {
     const auto name = DVStringsFileName::parse(fileName);
-    return (name && name->isSomebodysWork()) || DVReviewLocaleStrings::isReviewFile(fileName);
+    return (name && name->isSomebodysWork()) || DVReviewLocaleStrings::isReviewFile(fileName) ||
+           fileName == DVApi::saveFileName;
 }
 
 // What a save that was killed leaves: the file's name, a dot and six characters.
@@ -53,8 +55,8 @@ DVEditedFile::Result DVEditedFile::read(const QString &path, DVStringGroups *str
         return Result::Unread;
     }
     DVErrorOr error;
-    const auto read = DVXliffParser::parseXliffData(document, DVStringStatusNone, &error,
-                                                    DVState::shared().stringsNeedCues());
+    const auto read =
+        DVXliffParser::parseEditedStrings(document, &error, DVState::shared().stringsNeedCues());
     if (error) {
         logUnreadable(path, *error);
         return setAside(path) ? Result::SetAside : Result::Unread;

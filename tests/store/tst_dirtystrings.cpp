@@ -138,7 +138,7 @@ void tst_DirtyStrings::formsSurviveARestart()
                                              {u"quit"_qs, u"quitter"_qs}}));
     auto strings = device.restarted();
     ReviewDevice::editInPlace(*strings, u"files"_qs, u"un & un seul"_qs, u"one"_qs);
-    ReviewDevice::editInPlace(*strings, u"quit"_qs, u"sortir"_qs);
+    ReviewDevice::editInPlace(*strings, u"quit"_qs, u""_qs);
     strings->saveDirty();
 
     const auto next = device.restarted();
@@ -148,7 +148,7 @@ void tst_DirtyStrings::formsSurviveARestart()
     QCOMPARE(ReviewDevice::texts(files),
              Forms({{u"one"_qs, u"un & un seul"_qs}, {u"other"_qs, u"des fichiers"_qs}}));
     QCOMPARE(files->pluralForms.value(u"one"_qs)->uid, u"id-files[one]"_qs);
-    QCOMPARE(ReviewDevice::texts(next->dirtyStrings().value(u"quit"_qs)), Forms({{none(), u"sortir"_qs}}));
+    QCOMPARE(ReviewDevice::texts(next->dirtyStrings().value(u"quit"_qs)), Forms({{none(), u""_qs}}));
     QCOMPARE(ReviewDevice::plain(next->localizedStringForKey(u"files"_qs, u"one"_qs)), u"un & un seul"_qs);
     QCOMPARE(ReviewDevice::plain(next->localizedStringForKey(u"files"_qs, u"many"_qs)), u"des fichiers"_qs);
 }
@@ -538,7 +538,8 @@ void tst_DirtyStrings::loggingOut()
                            u"1.0_fr_CA_discarded.xlf"_qs,     u"1.0_fr_CA_edited.xlf.damaged"_qs,
                            u"1.0_fr_CA_edited.xlf.aBcDe1"_qs, u"fr_CA_published_review.xlf"_qs,
                            u"fr_CA_pending_review.xlf"_qs,    u"fr_CA_edited_review.xlf"_qs,
-                           u"1.0_de_discarded.xlf.Zz9Zz9"_qs};
+                           u"1.0_de_discarded.xlf.Zz9Zz9"_qs, u"saveFile.xlf"_qs,
+                           u"saveFile.xlf.aBcDe1"_qs};
     const QStringList stay{u"1.0_fr_CA_published.xlf"_qs,
                            u"1.0_fr_CA_pending.xlf"_qs,
                            u"notes_edited.txt"_qs,
