@@ -5,6 +5,7 @@
 #include "DVLog.h"
 #include "DVMainQueue.h"
 #include "DVPendingIssues.h"
+#include "DVState.h"
 #include "DVUserDefaults.h"
 
 #include <QNetworkReply>
@@ -30,28 +31,14 @@ DVStringGroups copies(DVStringGroups groups)
     return groups;
 }
 
-// Those that were not there before. The platform has seen nothing of them.
-DVStringGroups newer(const DVStringGroups &now, const DVStringGroups &before)
+// Those of `groups` that the store still holds.
+DVStringGroups stillIn(const DVStringGroups &store, DVStringGroups groups)
 {
-    DVStringGroups result = now;
-    for (auto key = before.keyBegin(); key != before.keyEnd(); ++key)
-        result.remove(*key);
-    return result;
+    groups.removeIf([&](const auto &entry) { return !store.contains(entry.key()); });
+    return groups;
 }
 
-// The same, with those whose texts were changed again.
-DVStringGroups newerTexts(const DVStringGroups &now, const DVStringGroups &before)
-{
-    DVStringGroups result;
-    for (auto entry = now.begin(); entry != now.end(); ++entry) {
-        const DVStringGroupPtr old = before.value(entry.key());
-        if (!old || !hasSameTexts(**entry, *old))
-            result.insert(entry.key(), *entry);
-    }
-    return result;
-}
-
-void removeKeys(DVStringGroups &groups, const QStringList &keys)
+template<typename Keys> void removeKeys(DVStringGroups &groups, const Keys &keys)
 {
     for (const QString &key : keys)
         groups.remove(key);
@@ -61,7 +48,7 @@ void removeKeys(DVStringGroups &groups, const QStringList &keys)
 
 DVStringChanges DVStringChanges::of(const DVLocaleStrings &strings)
 {
-    return {strings.dirtyStrings(), strings.acceptedStrings(), strings.rejectedStrings()};
+    return {strings.dirtyStrings(), strings.acceptedStrings(), strings.rejectedStrings(), {}};
 }
 
 void DVStringChanges::discard(const QString &key)
@@ -69,6 +56,7 @@ void DVStringChanges::discard(const QString &key)
     edited.remove(key);
     accepted.remove(key);
     rejected.remove(key);
+    discarded.insert(key);
 }
 
 DVChangesPush::DVChangesPush(std::shared_ptr<DVLocaleStrings> strings, DVStringChanges changes,
@@ -81,7 +69,7 @@ DVChangesPush::DVChangesPush(std::shared_ptr<DVLocaleStrings> strings, DVStringC
 // What is under way is the platform's to finish; what would follow is not sent.
 bool DVChangesPush::stopsHere(const Completion &completion) const
 {
-    if (!m_transfer || !m_transfer->isCancelled())
+    if (!(m_transfer && m_transfer->isCancelled()) && !m_strings->isRetired())
         return false;
     Outcome outcome;
     outcome.error = DVError{QStringLiteral("dorvane.network"), QNetworkReply::OperationCanceledError,
@@ -96,10 +84,9 @@ void DVChangesPush::save(Completion completion)
 {
     if (stopsHere(completion))
         return;
-    m_before = DVStringChanges::of(*m_strings);
-    m_before.edited = copies(m_before.edited);
+    m_sent = copies(stillIn(m_strings->dirtyStrings(), m_changes.edited));
     DVApi::saveStrings(
-        DVEditedFile::translated(m_changes.edited), m_strings->xliffHeader(),
+        DVEditedFile::translated(m_sent), m_strings->xliffHeader(),
         [self = shared_from_this(), completion](const DVErrorOr &error,
                                                 const QMap<QString, QStringList> &failures) {
             Outcome outcome;
@@ -116,15 +103,14 @@ DVChangesPush::Outcome DVChangesPush::saved(const QMap<QString, QStringList> &fa
 {
     Outcome outcome;
     outcome.failed = failures;
-    DVStringGroups left = newerTexts(m_strings->dirtyStrings(), m_before.edited);
-    DVStringGroups taken;
-    for (auto entry = m_changes.edited.begin(); entry != m_changes.edited.end(); ++entry) {
-        if (!failures.contains(entry.key()))
-            taken.insert(entry.key(), *entry);
-        else if (!left.contains(entry.key()))
-            left.insert(entry.key(), *entry);
-    }
+    DVStringGroups taken = m_sent;
+    removeKeys(taken, failures.keys());
     outcome.done = taken.keys();
+    DVStringGroups left = m_strings->dirtyStrings();
+    left.removeIf([&](const auto &entry) {
+        const DVStringGroupPtr sent = taken.value(entry.key());
+        return m_changes.discarded.contains(entry.key()) || (sent && hasSameTexts(*entry.value(), *sent));
+    });
     m_strings->keepSavedStrings(taken);
     DVStringGroups accepted = m_strings->acceptedStrings();
     DVStringGroups rejected = m_strings->rejectedStrings();
@@ -142,26 +128,28 @@ DVChangesPush::Outcome DVChangesPush::saved(const QMap<QString, QStringList> &fa
 
 void DVChangesPush::submit(Completion completion)
 {
-    if (stopsHere(completion))
-        return;
-    m_before.accepted = m_strings->acceptedStrings();
-    DVApi::submitStrings(m_changes.accepted.values(),
-                         [self = shared_from_this(), completion](const DVErrorOr &error,
-                                                                 const QList<DVStringGroupPtr> &failed) {
-                             completion(self->decided(error, failed, false));
-                         });
+    decide(false, completion);
 }
 
 void DVChangesPush::reject(Completion completion)
 {
+    decide(true, completion);
+}
+
+void DVChangesPush::decide(bool rejection, const Completion &completion)
+{
     if (stopsHere(completion))
         return;
-    m_before.rejected = m_strings->rejectedStrings();
-    DVApi::rejectStrings(m_changes.rejected.values(),
-                         [self = shared_from_this(), completion](const DVErrorOr &error,
-                                                                 const QList<DVStringGroupPtr> &failed) {
-                             completion(self->decided(error, failed, true));
-                         });
+    DVStringGroups &sent = rejection ? m_changes.rejected : m_changes.accepted;
+    sent = stillIn(rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings(), sent);
+    const auto answered = [self = shared_from_this(), rejection,
+                           completion](const DVErrorOr &error, const QList<DVStringGroupPtr> &failed) {
+        completion(self->decided(error, failed, rejection));
+    };
+    if (rejection)
+        DVApi::rejectStrings(sent.values(), answered);
+    else
+        DVApi::submitStrings(sent.values(), answered);
 }
 
 // What the platform took is no decision of the translator's any more; a rejection has become an issue to
@@ -172,24 +160,20 @@ DVChangesPush::Outcome DVChangesPush::decided(const DVErrorOr &error, const QLis
     Outcome outcome;
     outcome.error = error;
     DVStringGroups &sent = rejection ? m_changes.rejected : m_changes.accepted;
-    DVStringGroups left = rejection ? newer(m_strings->rejectedStrings(), m_before.rejected)
-                                    : newer(m_strings->acceptedStrings(), m_before.accepted);
     for (const auto &string : failed) {
         outcome.failed.insert(string->key, {});
-        left.insert(string->key, string);
+        sent.remove(string->key);
     }
-    QList<DVStringGroupPtr> done;
-    for (const auto &string : std::as_const(sent)) {
-        if (outcome.failed.contains(string->key))
-            continue;
-        outcome.done.append(string->key);
-        done.append(string);
-    }
-    sent.clear();
+    outcome.done = sent.keys();
+    DVStringGroups left = rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings();
+    removeKeys(left, outcome.done);
+    removeKeys(left, m_changes.discarded);
+    const QList<DVStringGroupPtr> done = std::exchange(sent, {}).values();
     const DVUserDefaults::Batch batch;
     if (rejection) {
         m_strings->setRejectedStrings(left);
-        DVPendingIssues::add(done);
+        if (!m_strings->isRetired() || DVState::shared().loggedIn) // not for whoever signs in next
+            DVPendingIssues::add(done, m_strings->locale());
     } else {
         m_strings->setAcceptedStrings(left);
     }
@@ -222,19 +206,18 @@ void DVChangesPush::fileNext(const QStringList &keys, const std::shared_ptr<Outc
         return DVMainQueue::post([completion, outcome] { completion(*outcome); });
     if (stopsHere(completion))
         return;
-    const QString key = issue->key;
     QStringList others = keys;
-    others.removeAll(key);
-    DVApi::createIssueForString(issue->string(), [self = shared_from_this(), key, others, outcome,
+    others.removeAll(issue->key);
+    DVApi::createIssueForString(issue->string(), [self = shared_from_this(), filed = *issue, others, outcome,
                                                   completion](const DVErrorOr &error) {
         if (error) {
             dv_logInfo(QString(u"Could not create issue: " + error->description));
-            outcome->failed.insert(key, {error->description});
+            outcome->failed.insert(filed.key, {error->description});
         } else {
-            outcome->done.append(key);
+            outcome->done.append(filed.key);
         }
         if (!error || !DVPendingIssues::isWorthAnotherTry(*error))
-            DVPendingIssues::remove(key);
+            DVPendingIssues::remove(filed);
         self->fileNext(others, outcome, completion);
     });
 }

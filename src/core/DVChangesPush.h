@@ -7,6 +7,7 @@
 #include <Dorvane/DVError.h>
 
 #include <QMap>
+#include <QSet>
 #include <QStringList>
 
 #include <functional>
@@ -17,16 +18,18 @@ struct DVStringChanges
 {
     DVStringGroups edited, accepted, rejected;
 
+    QSet<QString> discarded; // keys that are not to be sent, and not to be kept either
+
     static DVStringChanges of(const DVLocaleStrings &strings);
     qsizetype count() const { return edited.size() + accepted.size() + rejected.size(); }
     void discard(const QString &key);
 };
 
 // One sending. Whatever the platform acknowledges is taken from the store, and from the device, before the
-// next request is made: a process that is killed in between loses nothing and sends nothing twice. Changes
-// made to the store meanwhile stay. Those of the store that are not among `changes` are dropped together
-// with those that were sent: the translator discarded them. Main thread only; owned by shared_ptr, and kept
-// alive by a request under way.
+// next request is made: a process that is killed in between loses nothing and sends nothing twice. What was
+// discarded is dropped together with what was sent. Changes made to the store meanwhile stay, and what was
+// taken from it meanwhile is not sent. When another store takes its place, or somebody logs out, the sending
+// ends as if it were cancelled. Main thread only; owned by shared_ptr, and kept alive by a request under way.
 class DVChangesPush : public std::enable_shared_from_this<DVChangesPush>
 {
 public:
@@ -61,6 +64,7 @@ private:
     struct Run;
     void next(const std::shared_ptr<Run> &run);
     Outcome saved(const QMap<QString, QStringList> &failures);
+    void decide(bool rejection, const Completion &completion);
     Outcome decided(const DVErrorOr &error, const QList<DVStringGroupPtr> &failed, bool rejection);
     void fileNext(const QStringList &keys, const std::shared_ptr<Outcome> &outcome,
                   const Completion &completion);
@@ -68,6 +72,6 @@ private:
 
     const std::shared_ptr<DVLocaleStrings> m_strings;
     DVStringChanges m_changes;
-    DVStringChanges m_before; // what the store held when a step began; edited ones as copies
+    DVStringGroups m_sent; // texts as they were when they were sent
     const DVTransferPtr m_transfer;
 };

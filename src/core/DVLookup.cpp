@@ -110,8 +110,10 @@ QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked, 
     if (snapshot.editionEnabled) {
         if (const auto hit = find(snapshot.dirty)) {
             const QString answer = formText(hit, snapshot.localeRule, asked.n, cues);
-            if (!answer.isEmpty())
+            if (!answer.isEmpty()) {
+                logAnswer(asked.sourceText, answer, "current locale strings");
                 return answer;
+            }
         }
     }
     if (const auto hit = find(snapshot.locale)) {

@@ -53,7 +53,11 @@ DVMainController::DVMainController()
 
 void DVMainController::setLocaleStrings(std::shared_ptr<DVLocaleStrings> strings)
 {
+    if (m_localeStrings)
+        m_localeStrings->setRetired(true);
     m_localeStrings = std::move(strings);
+    if (m_localeStrings)
+        m_localeStrings->setRetired(false);
     DVState::shared().setCurrentLocaleIdentifier(locale().identifier());
     publishSnapshot();
 }

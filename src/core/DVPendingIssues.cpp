@@ -83,24 +83,27 @@ QList<DVPendingIssues::Issue> DVPendingIssues::all()
     return issues;
 }
 
-void DVPendingIssues::add(const QList<DVStringGroupPtr> &strings)
+void DVPendingIssues::add(const QList<DVStringGroupPtr> &strings, const DVLocale &ofLocale)
 {
     if (strings.isEmpty())
         return;
     QList<Issue> issues = stored();
-    const auto &state = DVState::shared();
+    const QString project = DVState::shared().appId();
+    const QString locale = ofLocale.identifier();
     for (const auto &string : strings) {
-        issues.removeIf([&](const Issue &issue) { return isOfNow(issue) && issue.key == string->key; });
-        issues.append({state.appId(), state.currentLocaleIdentifier(), string->key, string->uid(),
-                       string->rejectReason, string->rejectDescription});
+        issues.removeIf([&](const Issue &issue) {
+            return issue.project == project && issue.locale == locale && issue.key == string->key;
+        });
+        issues.append(
+            {project, locale, string->key, string->uid(), string->rejectReason, string->rejectDescription});
     }
     store(issues);
 }
 
-void DVPendingIssues::remove(const QString &key)
+void DVPendingIssues::remove(const Issue &issue)
 {
     QList<Issue> issues = stored();
-    if (issues.removeIf([&](const Issue &issue) { return isOfNow(issue) && issue.key == key; }) > 0)
+    if (issues.removeAll(issue) > 0)
         store(issues);
 }
 

@@ -4,6 +4,7 @@
 #include "DVString.h"
 
 #include <Dorvane/DVError.h>
+#include <Dorvane/DVLocale.h>
 
 #include <QList>
 #include <QString>
@@ -29,9 +30,11 @@ public:
 
     // Of the current project and locale, in the order in which they were added.
     static QList<Issue> all();
-    // For strings of the current project and locale. One per string: a later one replaces an earlier one.
-    static void add(const QList<DVStringGroupPtr> &strings);
-    static void remove(const QString &key);
+    // For strings of the current project and a locale of it. One per string: a later one replaces an earlier
+    // one.
+    static void add(const QList<DVStringGroupPtr> &strings, const DVLocale &ofLocale);
+    // One that was replaced meanwhile stays.
+    static void remove(const Issue &issue);
 
     // Of every project and locale.
     static void clear();

@@ -26,13 +26,13 @@ void DVReviewChanges::loadChanges(std::function<void(const DVErrorOr &)> complet
 void DVReviewChanges::createStack()
 {
     m_cards.clear();
-    const auto add = [this](const DVStringGroups &groups) {
+    QSet<QString> carded;
+    const auto add = [&](const DVStringGroups &groups) {
         for (auto entry = groups.begin(); entry != groups.end(); ++entry) {
             const QString &key = entry.key();
-            const bool carded = std::any_of(m_cards.begin(), m_cards.end(),
-                                            [&](const Card &card) { return card.key == key; });
-            if (carded)
+            if (carded.contains(key))
                 continue;
+            carded.insert(key);
             m_cards.append({key, *entry, m_upstream->loadedStrings().group(key), m_kept.edited.contains(key),
                             m_kept.accepted.contains(key) || m_kept.rejected.contains(key)});
         }

@@ -39,7 +39,8 @@ public:
     void discard();
     void keep();
 
-    // What is to be sent: everything that was not discarded.
+    // What is to be sent: everything that was not discarded. Changes made since this was made are not among
+    // it and stay.
     const DVStringChanges &kept() const { return m_kept; }
     // Sends it.
     void save(DVChangesPush::Completion completion, const DVTransferPtr &transfer = {});

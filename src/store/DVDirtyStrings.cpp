@@ -65,6 +65,14 @@ QMap<QString, Decision> savedDecisions()
     return decisions;
 }
 
+void removeSavedDecisions()
+{
+    auto &defaults = DVUserDefaults::standard();
+    const DVUserDefaults::Batch batch;
+    defaults.removeKey(statusesKey);
+    defaults.removeKey(rejectionsKey);
+}
+
 void addForms(DVStringTableBuilder *builder, const QString &key, const DVStringGroup &group)
 {
     const auto view = [](const QByteArray &text) {
@@ -155,19 +163,40 @@ void DVLocaleStrings::publishDirtyStrings()
     notifyStringsObserver();
 }
 
-void DVLocaleStrings::loadEdits()
+void DVLocaleStrings::loadEdits(const DVBaseLocaleStrings *baseStrings)
 {
     const auto result = DVEditedFile::read(dirtyFilePath(), &m_dirtyStrings);
     m_editedFileIsUnread = result == DVEditedFile::Result::Unread;
     m_editedFileWasRead = !m_editedFileIsUnread;
+    if (baseStrings)
+        addBaseForms(*baseStrings);
     m_dirtyLayers = DVStringLayers();
     m_dirtyLayers.layOver(tableOf(m_dirtyStrings));
     dv_logDebugLazily([&] { return QStringLiteral("Dirty strings: %1 keys").arg(m_dirtyStrings.size()); });
 }
 
+// The file holds only what was translated. A plural string that the locale does not have began as a copy of
+// the base locale's, whose other forms are still served.
+void DVLocaleStrings::addBaseForms(const DVBaseLocaleStrings &baseStrings)
+{
+    for (auto entry = m_dirtyStrings.constBegin(); entry != m_dirtyStrings.constEnd(); ++entry) {
+        const DVStringGroupPtr &group = *entry;
+        if (!group || !group->hasPlurals || m_loadedStrings.find(QStringView(entry.key())))
+            continue;
+        const DVStringGroupPtr base = baseStrings.loadedStrings().group(entry.key());
+        if (!base || !base->hasPlurals)
+            continue;
+        for (auto form = base->pluralForms.constBegin(); form != base->pluralForms.constEnd(); ++form) {
+            if (!group->pluralForms.contains(form.key()))
+                group->addStringForm((*form)->copy());
+        }
+    }
+}
+
 void DVLocaleStrings::clearDirtyStrings()
 {
-    DVEditedFile::remove(dirtyFilePath());
+    if (!m_isRetired)
+        DVEditedFile::remove(dirtyFilePath());
     m_editedFileWasRead = true;
     m_editedFileIsUnread = false;
     setDirtyStrings({});
@@ -185,6 +214,8 @@ void DVLocaleStrings::keepSavedStrings(const DVStringGroups &strings)
 
 void DVLocaleStrings::saveDirty()
 {
+    if (m_isRetired)
+        return;
     saveEditedFile();
     saveStatuses();
 }
@@ -194,7 +225,7 @@ void DVLocaleStrings::saveEditedFile()
     const QString path = dirtyFilePath();
     // The file holds edits that are not here: they come first now, or go out of the way.
     if (m_editedFileIsUnread) {
-        loadEdits();
+        loadEdits(baseStringsSource() ? baseStringsSource()().get() : nullptr);
         if (m_editedFileIsUnread)
             DVEditedFile::setAside(path);
         notifyStringsObserver();
@@ -273,12 +304,8 @@ void DVLocaleStrings::listDecided(const QString &key, const DVStringGroupPtr &re
 
 void DVLocaleStrings::clearDirtyStatuses()
 {
-    {
-        auto &defaults = DVUserDefaults::standard();
-        const DVUserDefaults::Batch batch;
-        defaults.removeKey(statusesKey);
-        defaults.removeKey(rejectionsKey);
-    }
+    if (!m_isRetired)
+        removeSavedDecisions();
     for (const DVStringGroups *strings : {&m_acceptedStrings, &m_rejectedStrings}) {
         for (auto key = strings->keyBegin(); key != strings->keyEnd(); ++key) {
             if (!m_dirtyStrings.contains(*key))
@@ -293,14 +320,15 @@ void DVLocaleStrings::clearDirtyStatuses()
 
 void DVLocaleStrings::discardEdits()
 {
-    keepDiscarded();
+    if (!m_isRetired)
+        keepDiscarded();
     clearDirtyStrings();
     clearDirtyStatuses();
 }
 
 void DVLocaleStrings::keepDiscarded()
 {
-    DVStringGroups discarded = m_dirtyStrings;
+    DVStringGroups discarded = DVEditedFile::translated(m_dirtyStrings);
     if (!m_editedFileWasRead)
         DVEditedFile::read(dirtyFilePath(), &discarded);
     if (discarded.isEmpty())
@@ -336,11 +364,6 @@ void DVLocaleStrings::clearDiscardedStrings()
 
 void DVLocaleStrings::removeReviewFromDevice()
 {
-    {
-        auto &defaults = DVUserDefaults::standard();
-        const DVUserDefaults::Batch batch;
-        defaults.removeKey(statusesKey);
-        defaults.removeKey(rejectionsKey);
-    }
+    removeSavedDecisions();
     DVEditedFile::removeAll();
 }

@@ -195,12 +195,12 @@ bool DVLocaleStrings::loadStringsWithBaseLocaleStrings(DVBaseLocaleStrings *base
         setLoadedStrings(result);
         m_loadedFiles = std::move(files);
     }
-    if (review) {
-        loadEdits();
-        loadDirtyStatuses();
-    }
     if (baseStrings)
         baseStrings->setSourceStrings(sources);
+    if (review) {
+        loadEdits(baseStrings);
+        loadDirtyStatuses();
+    }
     logLoaded("Loaded strings", *this);
     if (baseStrings)
         logLoaded("Base locale strings", *baseStrings);

@@ -98,6 +98,11 @@ public:
     // Downloads and holds the caller for at most `timeout` seconds; no event loop runs meanwhile.
     DVErrorOr pullSyncFromProdWithTimeout(double timeout);
 
+    // Another store has taken this one's place: whatever is still done with this one leaves the device alone,
+    // where the edits and statuses are the other's, or gone with whoever signed out.
+    void setRetired(bool retired) { m_isRetired = retired; }
+    bool isRetired() const { return m_isRetired; }
+
     // Dirty strings, accepted and rejected ones with their reasons survive a restart from here on. What could
     // not be written is logged.
     void saveDirty();
@@ -114,7 +119,8 @@ public:
     // Strings that the platform has taken: their texts are served as loaded ones until the next load.
     void keepSavedStrings(const DVStringGroups &strings);
 
-    // Discards the edits, then downloads published and pending strings for review; a load reads them.
+    // Discards the edits, then downloads published and pending strings for review; a load reads them. A pull
+    // of this store that is under way is cancelled: its answer would replace the newer one's.
     // Completes on the main thread, not from inside the call. `withCompletion` may be empty.
     using PullCompletion = std::function<void(const DVErrorOr &)>;
     virtual void pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer = {});
@@ -165,7 +171,8 @@ protected:
 
 private:
     void storeDates(const QDateTime &expiration, const QDateTime &download);
-    void loadEdits();
+    void loadEdits(const DVBaseLocaleStrings *baseStrings);
+    void addBaseForms(const DVBaseLocaleStrings &baseStrings);
     void saveEditedFile();
     void saveStatuses() const;
     void listDecided(const QString &key, const DVStringGroupPtr &record);
@@ -185,4 +192,6 @@ private:
     bool m_editedFileIsUnread = false; // there is one, and the device would not give it
     mutable std::optional<QHash<QString, QString>> m_nibStrings; // text to key
     std::vector<DVLoadedFile> m_loadedFiles;
+    DVTransferPtr m_pull; // under way
+    bool m_isRetired = false;
 };

@@ -52,15 +52,21 @@ void DVLocaleStrings::pullWithCompletion(PullCompletion withCompletion, const DV
         const DVError error{QStringLiteral("dorvane.SDK"), 500, QStringLiteral("Invalid locale identifier")};
         return DVMainQueue::post([error, then = std::move(withCompletion)] { complete(then, error); });
     }
+    if (m_pull && m_pull != transfer)
+        m_pull->cancel();
+    const DVTransferPtr pull = transfer ? transfer : std::make_shared<DVTransfer>();
+    m_pull = pull;
     discardEdits();
     DVApi::downloadStringsForLocale(
         m_locale, signedByUser, pendingFilePath(), publishedFilePath(),
-        [self = shared_from_this(), then = std::move(withCompletion)](const DVErrorOr &error) {
+        [self = shared_from_this(), pull, then = std::move(withCompletion)](const DVErrorOr &error) {
+            if (self->m_pull == pull)
+                self->m_pull.reset();
             if (!error)
                 self->noteReviewDownload();
             complete(then, error);
         },
-        transfer);
+        pull);
 }
 
 void DVBaseLocaleStrings::pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer)

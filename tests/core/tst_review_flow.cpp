@@ -91,6 +91,7 @@ private Q_SLOTS:
     void reloadFailures();
     void pullReplacesAndServes();
     void pullThatFails();
+    void aPullGivesWayToANewerOne();
     void placeholdersAreCounted_data();
     void placeholdersAreCounted();
     void editsKeepTheirArguments();
@@ -105,6 +106,8 @@ private Q_SLOTS:
     void cardsAreKeptAndDiscarded();
     void conflictsAreSeenBeforeAnythingIsSent();
     void whatChangesDuringASendingStays();
+    void answersThatComeTooLate_data();
+    void answersThatComeTooLate();
     void killedAtEveryStep_data();
     void killedAtEveryStep();
     void issuesThatFail_data();
@@ -120,9 +123,9 @@ private:
         ReviewPlatform::signIn();
     }
     // Signed in, in the step and the locale, with the platform's strings.
-    void startReview() const
+    void startReview(const QByteArray &strings = published) const
     {
-        m_platform->publish(published, nothing);
+        m_platform->publish(strings, nothing);
         start();
         controller().setWorkflowStep(ReviewPlatform::step(u"translate"_qs));
         DVUserDefaults::standard().setData(u"DVWorkflowStep"_qs, controller().workflowStep()->archived());
@@ -355,6 +358,22 @@ void tst_ReviewFlow::pullThatFails()
 
 // Edits
 
+void tst_ReviewFlow::aPullGivesWayToANewerOne()
+{
+    startReview();
+    m_platform->setAnswer("PENDING", Answer::failing(DVFaultServer::Fault::Silence));
+    const qsizetype before = m_platform->server.requests().size();
+    const auto choices = std::make_shared<DVReviewChoices>();
+    std::optional<DVErrorOr> first;
+    choices->pull([&](const DVErrorOr &error) { first = error; });
+    QTRY_COMPARE(m_platform->server.requests().size(), before + 2);
+    m_platform->setUsualAnswers();
+    std::optional<DVErrorOr> second;
+    choices->pull([&](const DVErrorOr &error) { second = error; });
+    QTRY_VERIFY(first && second);
+    QVERIFY2(*first && !*second, "the older one's strings may be those of another step");
+}
+
 void tst_ReviewFlow::placeholdersAreCounted_data()
 {
     QTest::addColumn<QString>("key");
@@ -429,21 +448,14 @@ void tst_ReviewFlow::oneFormOfAPluralString()
 
 void tst_ReviewFlow::aStringThatTheLocaleDoesNotHave()
 {
-    m_platform->publish(nothing, nothing);
-    start();
-    controller().setWorkflowStep(ReviewPlatform::step(u"translate"_qs));
-    choose(DVLocale(u"fr_CA"_qs));
+    startReview(QByteArray(published)
+                    .replace("<ph>%n</ph> fichier</target>", "</target>")
+                    .replace("<ph>%n</ph> fichiers</target>", "</target>"));
     QVERIFY(!controller().localeStrings()->dorvaneStringGroupForKey(u"files"_qs));
-    // Its source is known from another locale's file.
-    DVStringLayers sources;
-    DVStringLayers unused;
-    DVTestHost::write(m_host->filePath(u"sources.xlf"_qs), published);
-    QVERIFY(DVLocaleStrings::loadStringsFromPath(m_host->filePath(u"sources.xlf"_qs), &unused, &sources, 0));
-    controller().baseLocaleStrings()->setSourceStrings(sources);
     edit(u"files"_qs, {capsule(u"%n"_qs), text(u" fichier"_qs)}, u"one"_qs);
+    killAndRestart();
     QCOMPARE(textOf(u"files"_qs, u"one"_qs), u"%n fichier"_qs);
     QCOMPARE(textOf(u"files"_qs, u"other"_qs), u"%n files"_qs);
-    killAndRestart();
     QCOMPARE(state(), u"files - - -"_qs);
     QVERIFY(push().isComplete());
     const QByteArray sent = m_platform->lastBody("import");
@@ -582,12 +594,14 @@ void tst_ReviewFlow::cardsAreKeptAndDiscarded()
     changes->discard();
     changes->discard(); // there is none left
     QVERIFY(changes->changes().isEmpty());
+    edit(u"files"_qs, {capsule(u"%n"_qs)}, u"one"_qs); // nobody has looked at this one
     std::optional<Outcome> result;
     changes->save([&](const Outcome &outcome) { result = outcome; });
     QTRY_VERIFY(result);
     QVERIFY(result->isComplete());
     QCOMPARE(m_platform->changes(), (QStringList{u"import"_qs, u"submittedStrings"_qs}));
-    QCOMPARE(state(), u"- - - -"_qs);
+    QVERIFY(!m_platform->lastBody("import").contains("files"));
+    QCOMPARE(state(), u"files - - -"_qs);
 }
 
 void tst_ReviewFlow::conflictsAreSeenBeforeAnythingIsSent()
@@ -624,6 +638,47 @@ void tst_ReviewFlow::whatChangesDuringASendingStays()
     QCOMPARE(textOf(u"a"_qs), u"second"_qs);
     killAndRestart();
     QCOMPARE(state(), u"a|hello - - -"_qs);
+}
+
+void tst_ReviewFlow::answersThatComeTooLate_data()
+{
+    QTest::addColumn<bool>("logsOut");
+    QTest::newRow("the translator has logged out") << true;
+    QTest::newRow("a new store has other decisions") << false;
+}
+
+void tst_ReviewFlow::answersThatComeTooLate()
+{
+    QFETCH(bool, logsOut);
+    startReview();
+    edit(u"a"_qs, {text(u"mon a"_qs)});
+    reject(u"hello"_qs);
+    m_platform->setAnswer("import",
+                          ReviewPlatform::success(ReviewPlatform::json(R"({"translationImportErrors":
+            [{"stringHashCode": "1", "messages": ["no"]}]})"))
+                              .delayed(300));
+    std::optional<Outcome> result;
+    std::make_shared<DVChangesPush>(controller().localeStrings(), DVStringChanges::of(strings()))
+        ->pushChangesWithCompletion([&](const Outcome &outcome) { result = outcome; });
+    if (logsOut) {
+        DVSession::sharedInstance().logOut();
+    } else {
+        controller().localeStrings()->discardEdits();
+        controller().setLocaleStrings(DVLocaleStrings::localeStringsForLocale(DVLocale(u"fr_CA"_qs)));
+        strings().loadStringsWithBaseLocaleStrings(controller().baseLocaleStrings().get());
+        accept(u"b"_qs);
+    }
+    QTRY_VERIFY(result);
+    QCOMPARE(result->error->code, int(QNetworkReply::OperationCanceledError));
+    QCOMPARE(m_platform->changes(), QStringList{u"import"_qs});
+    if (logsOut) {
+        const QDir folder(DVMainController::dorvaneFilesFolder());
+        QCOMPARE(folder.entryList({u"*edited*"_qs, u"saveFile*"_qs}), QStringList());
+        QVERIFY(!DVUserDefaults::standard().objectForKey(u"DVStatuses"_qs));
+    } else {
+        killAndRestart();
+        QCOMPARE(state(), u"- b - -"_qs);
+    }
 }
 
 void tst_ReviewFlow::killedAtEveryStep_data()
