@@ -125,6 +125,10 @@ bool needsOwnConnection(const DVHttpRequest &request)
     return request.method != "GET" && (request.makeBody || isSigned(request));
 }
 
+// How much of an answer the network stack may read before it is asked for it; else a fast server would fill
+// the memory before the size of its answer is noticed.
+constexpr qint64 aheadOfUs = qint64(1) << 20; // bytes
+
 QString originOf(const QUrl &url)
 {
     return url.scheme() % u"://" % url.authority(QUrl::FullyEncoded).section(u'@', -1);
@@ -256,10 +260,12 @@ void DVHttpExchange::send()
 
 void DVHttpExchange::connectReply()
 {
+    m_reply->setReadBufferSize(aheadOfUs);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &DVHttpExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &DVHttpExchange::readBody);
     connect(m_reply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64) {
         restartInactivity();
+        m_reply->setReadBufferSize(aheadOfUs); // the call above came before the request's start
         m_sent = qMax(m_sent, sent);
         reportProgress();
     });
@@ -280,6 +286,7 @@ int DVHttpExchange::statusCode() const
 void DVHttpExchange::readHeaders()
 {
     restartInactivity();
+    m_reply->setReadBufferSize(aheadOfUs);
     const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
     m_announced = length.isValid() && !isRedirect(statusCode()) ? length.toLongLong() : -1;
     if (m_announced > m_request.maximumBodySize)
@@ -299,6 +306,10 @@ void DVHttpExchange::replyFinished()
 {
     const QNetworkReply::NetworkError error = m_reply->error();
     const int status = statusCode();
+    // The network stack would have sent the body again, which it may not: it says "Unknown error".
+    if (error == QNetworkReply::ContentReSendError && status == 0)
+        return fail(QNetworkReply::RemoteHostClosedError,
+                    QStringLiteral("The connection was closed before an answer came."));
     if (error != QNetworkReply::NoError && !standsForStatus(error, status))
         return fail(error, m_reply->errorString());
     const QUrl target = m_reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
