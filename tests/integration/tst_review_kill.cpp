@@ -27,6 +27,7 @@ private Q_SLOTS:
     void cleanup();
     void killedWhileSending_data();
     void killedWhileSending();
+    void aRejectionWithoutAnAnswerIsKept();
     void twoAtOnce();
 
 private:
@@ -149,6 +150,9 @@ void tst_ReviewKill::killedWhileSending_data()
     QTest::newRow("the application, between submit and reject")
         << u"rejectedStrings"_qs << qint64(0) << false << none;
     QTest::newRow("the application, between reject and issue") << u"issues"_qs << qint64(0) << false << none;
+    QTest::newRow("the application, when it does not know that the issue was filed")
+        << u"issues"_qs << qint64(-1) << false
+        << QStringList{QString(u"issue hello POOR_TRANSLATION " + reason)};
     QTest::newRow("the platform, in the upload of the texts") << u"import"_qs << qint64(900) << true << none;
     QTest::newRow("the platform, before its answer to the save arrives")
         << u"import"_qs << qint64(-1) << true << imported;
@@ -201,6 +205,27 @@ void tst_ReviewKill::killedWhileSending()
     QCOMPARE(published.value(u"greet"_qs), QString(greeting).replace(u"%1"_qs, u"{%1}"_qs));
     QCOMPARE(waiting.value(u"hello"_qs), hello);
     QCOMPARE(waiting.value(u"leaves[one]"_qs), QString(leaves).replace(u"%n"_qs, u"{%n}"_qs));
+}
+
+// The string has left the step, so the platform refuses to reject it again: it stays with the translator,
+// reason and all, and no issue is filed behind the translator's back.
+void tst_ReviewKill::aRejectionWithoutAnAnswerIsKept()
+{
+    start();
+    review();
+    m_proxy->setRule({"/rejectedStrings", DVFaultProxy::Action::HoldAnswer, 0, {}, 0});
+    m_app->send(TryProcess::doing(u"push"_qs));
+    m_app->process().waitForBytesWritten();
+    QVERIFY(m_proxy->waitUntilHeld());
+    const QStringList before = taken();
+    QCOMPARE(before.constLast(), u"rejected hello"_qs);
+    m_app->kill();
+    start();
+    QCOMPARE(unsaved(), unsent(u"rejectedStrings"_qs));
+    const QJsonObject failures = m_app->ask(u"push"_qs).value(u"failures"_qs).toObject();
+    QCOMPARE(failures.keys(), QStringList{u"Hello"_qs});
+    QCOMPARE(unsaved(), unsent(u"rejectedStrings"_qs));
+    QCOMPARE(taken(), before);
 }
 
 // Each keeps what it holds in memory and writes whole files: those of the last one stand, and none is
