@@ -26,9 +26,9 @@ QJsonObject noLocale()
     return jsonFromError({QStringLiteral("dorvane.try"), 404, QStringLiteral("no locale was chosen")});
 }
 
-std::shared_ptr<DVChangesPush> newPush(const DVTransferPtr &transfer = {})
+std::shared_ptr<DVChangesPush> newPush(const std::shared_ptr<DVLocaleStrings> &strings,
+                                       const DVTransferPtr &transfer = {})
 {
-    const auto strings = currentStrings();
     return std::make_shared<DVChangesPush>(strings, DVStringChanges::of(*strings), transfer);
 }
 
@@ -86,12 +86,13 @@ TryHandler overwriting(const TryLines &lines, const QString &done, Sending sendi
         const DVTransferPtr transfer = transferFor(members, lines);
         if (!members.areGood())
             return {};
-        if (!currentStrings())
+        const auto strings = currentStrings();
+        if (!strings)
             return noLocale();
-        const auto send = [lines, done, sending, transfer] {
-            (*newPush(transfer).*sending)(replyTo(lines, done));
+        const auto send = [lines, done, sending, strings, transfer] {
+            (*newPush(strings, transfer).*sending)(replyTo(lines, done));
         };
-        if (overwrite || currentStrings()->dirtyStrings().isEmpty())
+        if (overwrite || strings->dirtyStrings().isEmpty())
             send();
         else
             sendWithoutConflicts(lines, transfer, done, send);
@@ -104,7 +105,7 @@ TryHandler deciding(const TryLines &lines, const QString &done, Sending sending)
     return [lines, done, sending](JsonMembers &) -> Reply {
         if (!currentStrings())
             return noLocale();
-        (*newPush().*sending)(replyTo(lines, done));
+        (*newPush(currentStrings()).*sending)(replyTo(lines, done));
         return {};
     };
 }
@@ -123,9 +124,9 @@ Reply issue(const TryLines &lines, JsonMembers &members)
         return noLocale();
     const auto reply = replyTo(lines, QStringLiteral("filed"));
     if (members.has("key"))
-        newPush()->fileIssue(key, reply);
+        newPush(currentStrings())->fileIssue(key, reply);
     else
-        newPush()->fileIssues(reply);
+        newPush(currentStrings())->fileIssues(reply);
     return {};
 }
 
