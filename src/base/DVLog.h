@@ -8,9 +8,9 @@
 // A message goes, whatever its level, as the notification "log" with {"msg": text} when the host's
 // settings hold "appetize-host"; otherwise an info message is written as "[DV] text" while
 // DVState::log is on, and a debug message while DVState::debug is on. Never with text that a user
-// typed; secrets are taken out (DVSecrets). Thread-safe. Written through Qt's logging (category "dorvane", info), so the host's
-// message handler may run: do not call these while holding a lock. What that handler, or an observer
-// of "log", makes the library log in turn is dropped.
+// typed; secrets are taken out (DVSecrets). Thread-safe. Written through Qt's logging (category "dorvane",
+// info), so the host's message handler may run: do not call these while holding a lock. What that handler, or
+// an observer of "log", makes the library log in turn is dropped.
 void dv_logInfo(const QString &message);
 void dv_logDebug(const QString &message);
 
