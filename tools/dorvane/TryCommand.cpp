@@ -40,6 +40,10 @@ void declareOptions(CommandLine &line)
         {systemVersion, QStringLiteral("The system's version, such as 17.0."), QStringLiteral("V")});
     line.addOption({keychain, QStringLiteral("Keep the sign-in in your keychain; otherwise it ends with the "
                                              "program.")});
+}
+
+void declareNote(CommandLine &line)
+{
     line.addNote(QStringLiteral(
         "One JSON object for each line on standard input, one reply for each on standard output, and\n"
         "{\"event\": \"stringsUpdated\"} in between. Log messages go to standard error. For example:\n\n"
@@ -113,6 +117,7 @@ int runTry(const QStringList &arguments)
         QStringLiteral("An application without windows that does what JSON lines tell it, to see what a\n"
                        "project serves."));
     declareOptions(line);
+    declareNote(line);
     if (const auto status = line.parse(arguments))
         return *status;
     if (const QString problem = folderProblem(line); !problem.isEmpty())
