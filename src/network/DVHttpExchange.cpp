@@ -260,12 +260,15 @@ void DVHttpExchange::send()
 
 void DVHttpExchange::connectReply()
 {
-    m_reply->setReadBufferSize(aheadOfUs);
+    // Said now it is lost: the request starts with the next turn of the event loop, or with the body's first
+    // bytes.
+    QMetaObject::invokeMethod(
+        m_reply, [reply = m_reply.data()] { reply->setReadBufferSize(aheadOfUs); }, Qt::QueuedConnection);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &DVHttpExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &DVHttpExchange::readBody);
     connect(m_reply, &QNetworkReply::uploadProgress, this, [this](qint64 sent, qint64) {
         restartInactivity();
-        m_reply->setReadBufferSize(aheadOfUs); // the call above came before the request's start
+        m_reply->setReadBufferSize(aheadOfUs);
         m_sent = qMax(m_sent, sent);
         reportProgress();
     });
