@@ -118,7 +118,8 @@ public:
         connect(socket, &QTcpSocket::readyRead, this, [this] { read(); });
     }
 
-    bool isIdle() const { return !m_busy; }
+    // Between two requests. One that is still waiting for its first is not: its client may be sending it.
+    bool isIdle() const { return m_hasAnswered && !m_busy && m_input.isEmpty(); }
 
 private:
     void read()
@@ -197,6 +198,7 @@ private:
     void finish(bool close)
     {
         m_busy = false;
+        m_hasAnswered = true;
         if (close)
             m_socket->disconnectFromHost();
         else if (!m_input.isEmpty())
@@ -235,6 +237,7 @@ private:
     bool m_stalled = false;
     QByteArray m_input;
     bool m_busy = false;
+    bool m_hasAnswered = false;
 };
 
 } // namespace

@@ -90,8 +90,7 @@ public:
     bool waitForDisconnects(int count, int milliseconds = 5000) const;
     int connectionCount() const;
 
-    // Closes idle connections (those without a request under way), as a server does after its keep-alive
-    // time.
+    // Closes idle connections (those between two requests), as a server does after its keep-alive time.
     void closeIdleConnections();
     // Stops listening: further connections are refused.
     void stopListening();
