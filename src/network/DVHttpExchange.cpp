@@ -3,9 +3,9 @@
 #include "DVContentCoding.h"
 #include "DVNameLookup.h"
 #include "DVNetworkThread.h"
+#include "DVRedirectRule.h"
 #include "DVSecrets.h"
 
-#include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkProxyFactory>
 
@@ -53,53 +53,19 @@ DVError networkError(QNetworkReply::NetworkError code, const QString &descriptio
     return {QStringLiteral("dorvane.network"), int(code), description};
 }
 
-bool isRedirect(int status)
-{
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
 // What the network stack makes of a status is no error of the connection. Even when it is told to follow
 // no redirects, it tries to rewind the body for one.
 bool standsForStatus(QNetworkReply::NetworkError error, int status)
 {
     using Reply = QNetworkReply;
     if (error == Reply::ContentReSendError)
-        return isRedirect(status);
+        return DVRedirectRule::isRedirect(status);
     if (status < 400)
         return false;
     return error == Reply::ProxyAuthenticationRequiredError ||
            error == Reply::ProtocolInvalidOperationError ||
            (error >= Reply::ContentAccessDenied && error <= Reply::UnknownContentError) ||
            error >= Reply::InternalServerError;
-}
-
-bool sameOrigin(const QUrl &a, const QUrl &b)
-{
-    const int standard = a.scheme() == u"https" ? 443 : 80;
-    return a.scheme() == b.scheme() && a.host() == b.host() && a.port(standard) == b.port(standard);
-}
-
-// Plain HTTP is for servers on this device only.
-bool isAllowed(const QUrl &url)
-{
-    if (url.scheme() == u"https")
-        return true;
-    return url.scheme() == u"http" && (url.host() == u"localhost" || QHostAddress(url.host()).isLoopback());
-}
-
-// Nothing may lead to plain HTTP from elsewhere.
-bool mayFollow(const QUrl &from, const QUrl &to)
-{
-    return isAllowed(to) && (to.scheme() == u"https" || from.scheme() == u"http");
-}
-
-// RFC 9110, 15.4.2 to 15.4.4: "moved" and "found" make a POST a GET by custom, "see other" makes
-// everything a retrieval.
-bool keepsMethod(const QByteArray &method, int status)
-{
-    if (method == "GET" || method == "HEAD")
-        return true;
-    return status != 303 && (method != "POST" || status == 307 || status == 308);
 }
 
 // A connection that is reset in the body sometimes counts as the body's end in the network stack.
@@ -228,7 +194,7 @@ void DVHttpExchange::find()
     const QString scheme = m_request.request.url().scheme();
     if (scheme != u"https" && scheme != u"http")
         return fail(QNetworkReply::ProtocolUnknownError, u"Protocol \"" % scheme % u"\" is unknown");
-    if (!isAllowed(m_request.request.url()))
+    if (!DVRedirectRule::isAllowed(m_request.request.url()))
         return fail(QNetworkReply::ProtocolInvalidOperationError,
                     QStringLiteral("Plain HTTP is for this device only."));
     const QString host = hostToFind(m_context.manager, m_request.request.url());
@@ -291,7 +257,7 @@ void DVHttpExchange::readHeaders()
     restartInactivity();
     m_reply->setReadBufferSize(aheadOfUs);
     const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
-    m_announced = length.isValid() && !isRedirect(statusCode()) ? length.toLongLong() : -1;
+    m_announced = length.isValid() && !DVRedirectRule::isRedirect(statusCode()) ? length.toLongLong() : -1;
     if (m_announced > m_request.maximumBodySize)
         fail(QNetworkReply::UnknownContentError, QStringLiteral("The answer is too large."));
 }
@@ -316,7 +282,7 @@ void DVHttpExchange::replyFinished()
     if (error != QNetworkReply::NoError && !standsForStatus(error, status))
         return fail(error, m_reply->errorString());
     const QUrl target = m_reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-    if (isRedirect(status) && !target.isEmpty())
+    if (DVRedirectRule::isRedirect(status) && !target.isEmpty())
         return follow(m_request.request.url().resolved(target));
     readBody();
     if (!m_finished)
@@ -338,7 +304,7 @@ void DVHttpExchange::follow(const QUrl &target)
         return fail(QNetworkReply::TooManyRedirectsError, QStringLiteral("Too many redirects."));
     if (const DVErrorOr error = errorOfRedirect(target))
         return finish(error);
-    const bool keeps = keepsMethod(m_request.method, status);
+    const bool keeps = DVRedirectRule::keepsMethod(m_request.method, status);
     QUrl clean = target;
     clean.setUserInfo({});
     m_request.request.setUrl(clean);
@@ -355,10 +321,10 @@ void DVHttpExchange::follow(const QUrl &target)
 DVErrorOr DVHttpExchange::errorOfRedirect(const QUrl &target) const
 {
     const QUrl from = m_request.request.url();
-    if (!mayFollow(from, target))
+    if (!DVRedirectRule::mayFollow(from, target))
         return networkError(QNetworkReply::InsecureRedirectError,
                             QStringLiteral("The redirect is not secure."));
-    if (m_staysWithOrigin && !sameOrigin(from, target))
+    if (m_staysWithOrigin && !DVRedirectRule::sameOrigin(from, target))
         return networkError(QNetworkReply::InsecureRedirectError,
                             u"The redirect from " % originOf(from) % u" to " % originOf(target) %
                                 u" was not followed: a signed request, or one with a body, stays with "
