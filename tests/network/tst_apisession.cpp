@@ -6,6 +6,7 @@
 #include "DVNetwork.h"
 #include "DVServerUrl.h"
 #include "DVState.h"
+#include "Signing.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -26,24 +27,9 @@ QByteArray answer(const char *access, const char *refresh, int expiresIn = 480, 
            ",\"refreshExpiresIn\":" + QByteArray::number(refreshExpiresIn) + "}}}";
 }
 
-struct Signing
-{
-    std::shared_ptr<DVHttpRequest> request = std::make_shared<DVHttpRequest>();
-    int completions = 0;
-    DVErrorOr error;
-
-    QByteArray header() const { return request->request.rawHeader("Authorization"); }
-};
-using SigningPtr = std::shared_ptr<Signing>;
-
 SigningPtr sign()
 {
-    auto signing = std::make_shared<Signing>();
-    DVAPISession::sharedInstance().authorizeRequest(signing->request, [signing](const DVErrorOr &error) {
-        ++signing->completions;
-        signing->error = error;
-    });
-    return signing;
+    return Signing::with(DVAPISession::sharedInstance());
 }
 
 QByteArray sent(const DVFaultServer::Request &request)

@@ -14,6 +14,7 @@
 #include "DVUrlParameters.h"
 #include "DVUserDefaults.h"
 #include "DVWrittenLog.h"
+#include "Signing.h"
 
 #include <Dorvane/DVProxy.h>
 
@@ -74,25 +75,9 @@ DVErrorOr sdkError(const QString &description)
 const DVErrorOr noToken = sdkError(QStringLiteral("No token found"));
 const DVErrorOr cancelledLogin = sdkError(QStringLiteral("Login cancelled by user"));
 
-// A request on its way through the session.
-struct Signing
-{
-    std::shared_ptr<DVHttpRequest> request = std::make_shared<DVHttpRequest>();
-    int completions = 0;
-    DVErrorOr error;
-
-    QByteArray header() const { return request->request.rawHeader("Authorization"); }
-};
-using SigningPtr = std::shared_ptr<Signing>;
-
 SigningPtr sign()
 {
-    auto signing = std::make_shared<Signing>();
-    DVSession::sharedInstance().authorizeRequest(signing->request, [signing](const DVErrorOr &error) {
-        ++signing->completions;
-        signing->error = error;
-    });
-    return signing;
+    return Signing::with(DVSession::sharedInstance());
 }
 
 #define COMPARE_SIGNED(signing, token)                                                                       \
