@@ -17,9 +17,9 @@ struct Signing
     template<typename Session> static std::shared_ptr<Signing> with(Session &session)
     {
         auto signing = std::make_shared<Signing>();
-        session.authorizeRequest(signing->request, [signing](const DVErrorOr &error) {
+        session.authorizeRequest(signing->request, [signing](const DVErrorOr &outcome) {
             ++signing->completions;
-            signing->error = error;
+            signing->error = outcome;
         });
         return signing;
     }
