@@ -270,8 +270,8 @@ void tst_Api::translationsComeInTwoFiles()
     DVState::shared().setWorkflowStep(step, {});
     const Answer published = publishedFails ? Answer::failing(DVFaultServer::Fault::CutBody)
                                             : Answer::of(200, "the published ones").delayed(100);
-    const Answer pending = pendingFails ? Answer::failing(DVFaultServer::Fault::ResetInBody)
-                                        : Answer::of(200, "the pending ones");
+    const Answer pending =
+        pendingFails ? Answer::failing(DVFaultServer::Fault::CutBody) : Answer::of(200, "the pending ones");
     // Tokens first, so that the answers below are for the downloads.
     if (authenticated == DVAuthenticationApi) {
         bool signedIn = false;
@@ -341,7 +341,8 @@ void tst_Api::cancelledDownloadsStop()
     QCOMPARE(result->code, int(QNetworkReply::OperationCanceledError));
     QVERIFY(!QFile::exists(m_platform->path(u"pending"_qs)));
     QCOMPARE(QFile::exists(m_platform->path(u"published"_qs)), requestsBefore == 2);
-    QCOMPARE(m_platform->requests().size(), requestsBefore);
+    // The first may have been on its way when it was cancelled.
+    QVERIFY(m_platform->requests().size() <= qMax(requestsBefore, 1));
 }
 
 void tst_Api::downloadOutlivesItsCaller()
