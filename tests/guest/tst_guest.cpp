@@ -1,5 +1,6 @@
 // The library's manners: what it touches in its host's process, looked at from outside. docs/guest.md says
 // the same in words.
+#include "DVStrace.h"
 #include "DVTestHost.h"
 
 #include <QDirIterator>
@@ -37,7 +38,7 @@ public:
     void stallDisk()
     {
         m_traced = u"fsync,fdatasync"_qs;
-        m_injected = {u"-e"_qs, u"inject=fsync,fdatasync:delay_exit=200000"_qs}; // microseconds
+        m_injected = {u"inject=fsync,fdatasync:delay_exit=200000"_qs}; // microseconds
     }
 
     // `settled` runs while the host waits in its event loop.
@@ -45,14 +46,9 @@ public:
     {
         QStringList command{QStringLiteral(GUEST_HOST), scenario, server};
         if (!m_traced.isNull())
-            command = QStringList{u"strace"_qs,
-                                  u"-f"_qs,
-                                  u"-qq"_qs,
-                                  u"-o"_qs,
-                                  tracePath(),
-                                  u"-e"_qs,
-                                  QString(u"trace=" + m_traced)} +
-                      m_injected + command;
+            command =
+                DVStrace::command(QStringList(QString(u"trace=" + m_traced)) + m_injected, tracePath()) +
+                command;
         m_process.setProcessEnvironment(m_environment);
         m_process.start(command.takeFirst(), command);
         if (settled)
@@ -158,13 +154,6 @@ bool before(const QJsonObject &state)
 {
     const QString moment = state.value(u"at"_qs).toString();
     return moment == u"main" || moment == u"application";
-}
-
-bool straceWorks()
-{
-    QProcess strace;
-    strace.start(u"strace"_qs, {u"-o"_qs, u"/dev/null"_qs, u"true"_qs});
-    return strace.waitForFinished() && strace.exitStatus() == QProcess::NormalExit && strace.exitCode() == 0;
 }
 
 } // namespace
@@ -319,7 +308,7 @@ void tst_Guest::whatOthersTake()
 
 void tst_Guest::connections_data()
 {
-    if (!straceWorks())
+    if (!DVStrace::works())
         QSKIP("strace may not trace here: nobody sees the calls");
     scenarios();
 }
@@ -453,7 +442,7 @@ void tst_Guest::exitInTheMiddle()
 // The thread that saves events is left behind, and comes back when Qt has been taken down.
 void tst_Guest::exitWithAStalledDisk()
 {
-    if (!straceWorks())
+    if (!DVStrace::works())
         QSKIP("strace may not trace here: nothing stalls");
     const Delivery server;
     Guest guest;

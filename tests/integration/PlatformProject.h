@@ -79,6 +79,15 @@ public:
         }
         return lines;
     }
+    // "event hashcode" for each change of a status that it took, in its order.
+    QStringList statusesTaken() const
+    {
+        QStringList lines;
+        for (const QJsonObject &line : receivedLines(QStringLiteral("statuses.jsonl")))
+            lines.append(
+                QString(line.value(u"event").toString() + u' ' + line.value(u"hashcode").toString()));
+        return lines;
+    }
 };
 
 // Plain requests, as clients of the platform send them.

@@ -2,6 +2,8 @@
 // never none, never a mixture. strace kills the process at its Nth system call of a kind.
 #include "StaticSite.h"
 
+#include <DVStrace.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -15,11 +17,6 @@ QStringList edition(const char *name)
 {
     return {QString(u"bonjour "_qs + QLatin1StringView(name)),
             QString(u"adieu "_qs + QLatin1StringView(name))};
-}
-
-bool straceWorks()
-{
-    return ToolRun::program(u"strace"_qs, {u"-o"_qs, u"/dev/null"_qs, u"true"_qs}).status == 0;
 }
 
 } // namespace
@@ -44,23 +41,15 @@ private:
 
 void tst_Kill::initTestCase()
 {
-    if (!straceWorks())
+    if (!DVStrace::works())
         QSKIP("strace may not trace here: nothing is killed");
 }
 
 bool tst_Kill::killedAt(const TryDevice &device, const QByteArray &commands, const char *calls, int nth)
 {
-    const QString set = QString::fromLatin1(calls);
-    const QStringList arguments{u"-f"_qs,
-                                u"-qq"_qs,
-                                u"-o"_qs,
-                                u"/dev/null"_qs,
-                                u"-e"_qs,
-                                QString(u"trace="_qs + set),
-                                u"-e"_qs,
-                                QStringLiteral("inject=%1:signal=SIGKILL:when=%2").arg(set).arg(nth),
-                                QStringLiteral(DORVANE_TOOL)};
-    return ToolRun::program(u"strace"_qs, arguments + device.arguments(), commands).status != 0;
+    QStringList command = DVStrace::killingAt(QString::fromLatin1(calls), nth);
+    command << QStringLiteral(DORVANE_TOOL) << device.arguments();
+    return ToolRun::program(command.takeFirst(), command, commands).status != 0;
 }
 
 void tst_Kill::restore(const TryDevice &device, const QString &saved)

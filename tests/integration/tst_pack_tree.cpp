@@ -2,6 +2,8 @@
 #include "TestProject.h"
 #include "ToolProcess.h"
 
+#include <DVStrace.h>
+
 #include <QDirIterator>
 #include <QLockFile>
 
@@ -390,10 +392,9 @@ void tst_PackTree::survivesAKill()
     const QByteArray before = tree.bytes(u"2 0/fr-CA"_qs);
     project.publish("Salut");
     QProcess killed;
-    killed.start(u"strace"_qs,
-                 {u"-f"_qs, u"-o"_qs, u"/dev/null"_qs, u"-e"_qs,
-                  u"inject=rename,renameat,renameat2:signal=SIGKILL"_qs, QStringLiteral(DORVANE_TOOL),
-                  u"pack"_qs, u"--tree"_qs, project.path(), tree.path()});
+    QStringList command = DVStrace::command({u"inject=rename,renameat,renameat2:signal=SIGKILL"_qs});
+    command << QStringLiteral(DORVANE_TOOL) << u"pack"_qs << u"--tree"_qs << project.path() << tree.path();
+    killed.start(command.takeFirst(), command);
     QVERIFY(killed.waitForFinished(30000));
     QVERIFY(killed.exitStatus() == QProcess::CrashExit || killed.exitCode() != 0);
     QCOMPARE(tree.bytes(u"2 0/fr-CA"_qs), before);

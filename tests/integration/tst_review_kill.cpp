@@ -92,10 +92,7 @@ private:
     // What the platform took, in its order.
     QStringList taken() const
     {
-        QStringList lines;
-        for (const QJsonObject &line : m_project->receivedLines(u"statuses.jsonl"_qs))
-            lines.append(
-                QString(line.value(u"event"_qs).toString() + u' ' + line.value(u"hashcode"_qs).toString()));
+        QStringList lines = m_project->statusesTaken();
         for (const QJsonObject &line : m_project->receivedLines(u"issues.jsonl"_qs))
             lines.append(QString(u"issue " + line.value(u"hashcode"_qs).toString() + u' ' +
                                  line.value(u"issueSubTypeCode"_qs).toString() + u' ' +

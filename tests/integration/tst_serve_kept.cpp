@@ -2,6 +2,8 @@
 #include "PlatformProject.h"
 #include "PlatformTexts.h"
 
+#include <DVStrace.h>
+
 #include <array>
 #include <thread>
 #include <vector>
@@ -12,21 +14,6 @@ using namespace PlatformTexts;
 namespace {
 
 const QByteArray importPath = "/files-api/v2/projects/garden/locales/fr-CA/content/import";
-
-// The arguments of strace that kill the program under it at its Nth call.
-QStringList killingAt(const char *calls, int nth)
-{
-    const QString set = QString::fromLatin1(calls);
-    return {u"strace"_qs,
-            u"-f"_qs,
-            u"-qq"_qs,
-            u"-o"_qs,
-            u"/dev/null"_qs,
-            u"-e"_qs,
-            QString(u"trace="_qs + set),
-            u"-e"_qs,
-            QStringLiteral("inject=%1:signal=SIGKILL:when=%2").arg(set).arg(nth)};
-}
 
 } // namespace
 
@@ -136,7 +123,7 @@ void tst_ServeKept::twoServersOfOneFolder()
 // not is there whole or not at all.
 void tst_ServeKept::killedInTheMiddle()
 {
-    if (ToolRun::program(u"strace"_qs, {u"-o"_qs, u"/dev/null"_qs, u"true"_qs}).status != 0)
+    if (!DVStrace::works())
         QSKIP("strace may not trace here: nothing is killed");
     const PlatformProject folder;
     QByteArray token;
@@ -153,7 +140,7 @@ void tst_ServeKept::killedInTheMiddle()
         for (int nth = 1; isKilled && nth < 60; ++nth) {
             const QByteArray number = QByteArray::number(++acknowledged);
             ServeProcess server(folder.path(), {u"--quiet"_qs, u"--exit-with-stdin"_qs},
-                                killingAt(calls, nth));
+                                DVStrace::killingAt(QString::fromLatin1(calls), nth));
             const QByteArray units = unit("hello", "text " + number, "review") +
                                      unit("leaves[one]", "<ph id=\"1\">%n</ph> " + number, "review");
             const bool isAnswered =

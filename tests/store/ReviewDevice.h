@@ -7,21 +7,20 @@
 #include "DVFolders.h"
 #include "DVLocaleStrings.h"
 #include "DVState.h"
+#include "DVTestFiles.h"
 #include "DVUserDefaults.h"
 
 #include <Dorvane/DVBundle.h>
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <initializer_list>
 
 // Each object is a fresh device: version 1.0 of an application, in review, somebody who may translate signed
 // in.
-class ReviewDevice
+class ReviewDevice : public DVTestFiles
 {
 public:
     using Forms = QMap<QString, QString>; // by category; "none" for a string without plurals
@@ -64,19 +63,6 @@ public:
         auto strings = DVLocaleStrings::localeStringsForLocale(DVLocale(locale));
         strings->loadStringsWithBaseLocaleStrings(nullptr);
         return strings;
-    }
-
-    static void write(const QString &path, const QByteArray &data)
-    {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
-    }
-    static QByteArray read(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     // A document as a server sends it: "key" or "key[form]" to target.

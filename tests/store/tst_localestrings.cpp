@@ -7,6 +7,7 @@
 #include "DVNetwork.h"
 #include "DVReplacedFile.h"
 #include "DVState.h"
+#include "DVTestFiles.h"
 #include "DVUserDefaults.h"
 
 #include <Dorvane/DVBundle.h>
@@ -29,20 +30,6 @@ QByteArray xliff(const QString &key, const QString &source, const QString &targe
                "<target>%3</target></trans-unit></body></file></xliff>")
         .arg(key, source, target)
         .toUtf8();
-}
-
-void write(const QString &path, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(data);
-}
-
-QByteArray read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -104,19 +91,19 @@ void tst_LocaleStrings::cleanup()
 
 void tst_LocaleStrings::precedenceOfFiles()
 {
-    write(QString(m_bundle + u"/fr_CA.xlf"), xliff(u"k"_qs, u"s"_qs, u"packaged"_qs));
+    DVTestFiles::write(QString(m_bundle + u"/fr_CA.xlf"), xliff(u"k"_qs, u"s"_qs, u"packaged"_qs));
     DVBundle::setMainBundle(DVBundle(m_bundle));
     const auto strings = store();
     QVERIFY(strings->loadStringsWithBaseLocaleStrings(nullptr));
     QCOMPARE(strings->localizedStringForKey(u"k"_qs), u"packaged"_qs);
 
-    write(strings->publishedFilePath(), xliff(u"other"_qs, u"s"_qs, u"published"_qs));
+    DVTestFiles::write(strings->publishedFilePath(), xliff(u"other"_qs, u"s"_qs, u"published"_qs));
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QCOMPARE(strings->localizedStringForKey(u"other"_qs), u"published"_qs);
     QVERIFY2(strings->localizedStringForKey(u"k"_qs).isNull(),
              "the packaged file is not read beside a published one");
 
-    write(strings->pendingFilePath(), xliff(u"other"_qs, u"s"_qs, u"pending"_qs));
+    DVTestFiles::write(strings->pendingFilePath(), xliff(u"other"_qs, u"s"_qs, u"pending"_qs));
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QCOMPARE(strings->localizedStringForKey(u"other"_qs), u"published"_qs);
     DVState::shared().editionMode = true;
@@ -132,13 +119,13 @@ void tst_LocaleStrings::precedenceOfFiles()
 void tst_LocaleStrings::nothingToLoadKeepsWhatWasLoaded()
 {
     const auto strings = store();
-    write(strings->publishedFilePath(), xliff(u"k"_qs, u"s"_qs, u"t"_qs));
+    DVTestFiles::write(strings->publishedFilePath(), xliff(u"k"_qs, u"s"_qs, u"t"_qs));
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QFile::remove(strings->publishedFilePath());
     QVERIFY(strings->loadStringsWithBaseLocaleStrings(nullptr));
     QCOMPARE(strings->stringsDictionary(), (QHash<QString, QString>{{u"k"_qs, u"t"_qs}}));
     // And a load replaces, it does not merge.
-    write(strings->publishedFilePath(), xliff(u"new"_qs, u"s"_qs, u"t"_qs));
+    DVTestFiles::write(strings->publishedFilePath(), xliff(u"new"_qs, u"s"_qs, u"t"_qs));
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QCOMPARE(strings->stringsDictionary().keys(), QStringList{u"new"_qs});
 }
@@ -206,11 +193,11 @@ void tst_LocaleStrings::needsSync()
     QFETCH(bool, packaged);
     QFETCH(int, expiresIn);
     if (packaged)
-        write(QString(m_bundle + u"/fr_CA.xlf"), xliff(u"k"_qs, u"s"_qs, u"t"_qs));
+        DVTestFiles::write(QString(m_bundle + u"/fr_CA.xlf"), xliff(u"k"_qs, u"s"_qs, u"t"_qs));
     DVBundle::setMainBundle(DVBundle(m_bundle));
     const auto strings = store();
     if (published)
-        write(strings->publishedFilePath(), "not even looked at");
+        DVTestFiles::write(strings->publishedFilePath(), "not even looked at");
     if (expiresIn != -1000)
         strings->setExpirationDate(DVClock::now().addSecs(expiresIn));
     QTEST(strings->needsSync(), "answer");
@@ -222,7 +209,7 @@ void tst_LocaleStrings::aBadFileIsReadOnce()
     for (const QByteArray &bad :
          {QByteArray("garbage"), QByteArray(), xliff(u"k"_qs, u"s"_qs, u"t"_qs).chopped(9),
           QByteArray("<!DOCTYPE x><xliff/>")}) {
-        write(strings->publishedFilePath(), bad);
+        DVTestFiles::write(strings->publishedFilePath(), bad);
         strings->loadStringsWithBaseLocaleStrings(nullptr);
         QVERIFY2(!QFile::exists(strings->publishedFilePath()), bad.constData());
         QVERIFY(strings->loadedStrings().isEmpty());
@@ -232,10 +219,10 @@ void tst_LocaleStrings::aBadFileIsReadOnce()
 void tst_LocaleStrings::filesThatAreNotOursStay()
 {
     const QString packaged = QString(m_bundle + u"/fr_CA.xlf");
-    write(packaged, "garbage");
+    DVTestFiles::write(packaged, "garbage");
     DVBundle::setMainBundle(DVBundle(m_bundle));
     store()->loadStringsWithBaseLocaleStrings(nullptr);
-    QCOMPARE(read(packaged), QByteArray("garbage"));
+    QCOMPARE(DVTestFiles::read(packaged), QByteArray("garbage"));
 }
 
 void tst_LocaleStrings::aFileThatCannotBeReadStays()
@@ -252,8 +239,8 @@ void tst_LocaleStrings::theReplacedFileComesBackWithItsDates()
     const auto strings = store();
     const QString path = strings->publishedFilePath();
     const QByteArray good = xliff(u"k"_qs, u"s"_qs, u"good"_qs);
-    write(path, "damaged");
-    write(dv_previousFilePath(path), good);
+    DVTestFiles::write(path, "damaged");
+    DVTestFiles::write(dv_previousFilePath(path), good);
     DVUserDefaults::standard().setObject(
         u"DVReplaced-1.0_fr_CA_published.xlf"_qs,
         {{u"DVLastDownload-1.0-fr-CA"_qs, 1000}, {u"DVExpiration-1.0-fr-CA"_qs, QJsonValue()}});
@@ -261,15 +248,15 @@ void tst_LocaleStrings::theReplacedFileComesBackWithItsDates()
     strings->setExpirationDate(QDateTime::fromSecsSinceEpoch(6000, Qt::UTC));
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QCOMPARE(strings->localizedStringForKey(u"k"_qs), u"good"_qs);
-    QCOMPARE(read(path), good);
+    QCOMPARE(DVTestFiles::read(path), good);
     QCOMPARE(strings->lastDownloadDate().toSecsSinceEpoch(), 1000);
     QVERIFY(!strings->expirationDate().isValid());
     QVERIFY(!QFile::exists(dv_previousFilePath(path)));
 
     // Two damaged files in a row: both go, and nothing hangs.
-    write(path, "damaged");
-    write(dv_previousFilePath(path), "damaged too");
-    QVERIFY2(DVReplacedFile::deleteAndRestore(path, DVFileIdentity()) && read(path) == "damaged",
+    DVTestFiles::write(path, "damaged");
+    DVTestFiles::write(dv_previousFilePath(path), "damaged too");
+    QVERIFY2(DVReplacedFile::deleteAndRestore(path, DVFileIdentity()) && DVTestFiles::read(path) == "damaged",
              "a file that is not the one that failed to parse stays, and is read again");
     store()->loadStringsWithBaseLocaleStrings(nullptr);
     QVERIFY(!QFile::exists(path) && !QFile::exists(dv_previousFilePath(path)));
@@ -279,8 +266,8 @@ void tst_LocaleStrings::killedBetweenTheFileAndItsDates()
 {
     const auto strings = store();
     const QString path = strings->publishedFilePath();
-    write(path, xliff(u"k"_qs, u"s"_qs, u"new"_qs));
-    write(dv_previousFilePath(path), xliff(u"k"_qs, u"s"_qs, u"old"_qs));
+    DVTestFiles::write(path, xliff(u"k"_qs, u"s"_qs, u"new"_qs));
+    DVTestFiles::write(dv_previousFilePath(path), xliff(u"k"_qs, u"s"_qs, u"old"_qs));
     strings->setLastDownloadDate(QDateTime::fromSecsSinceEpoch(1000, Qt::UTC)); // still the old file's
     strings->loadStringsWithBaseLocaleStrings(nullptr);
     QCOMPARE(strings->localizedStringForKey(u"k"_qs), u"new"_qs);
@@ -291,7 +278,8 @@ void tst_LocaleStrings::killedBetweenTheFileAndItsDates()
 void tst_LocaleStrings::baseStrings()
 {
     QVERIFY(DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs))->loadedStrings().isEmpty());
-    write(QString(m_bundle + u"/en.lproj/Localizable.strings"), "\"k\" = \"Text %@\"; \"empty\" = \"\";");
+    DVTestFiles::write(QString(m_bundle + u"/en.lproj/Localizable.strings"),
+                       "\"k\" = \"Text %@\"; \"empty\" = \"\";");
     DVBundle::setMainBundle(DVBundle(m_bundle));
     const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
     QCOMPARE(base->localizedStringForKey(u"k"_qs), u"Text %@"_qs); // unmarked: nothing needs cues
@@ -305,18 +293,19 @@ void tst_LocaleStrings::baseStrings()
 
 void tst_LocaleStrings::sourceTextsLieOverPackagedTexts()
 {
-    write(QString(m_bundle + u"/en.lproj/Localizable.strings"), "\"k\" = \"packaged\"; \"own\" = \"own\";");
+    DVTestFiles::write(QString(m_bundle + u"/en.lproj/Localizable.strings"),
+                       "\"k\" = \"packaged\"; \"own\" = \"own\";");
     DVBundle::setMainBundle(DVBundle(m_bundle));
     const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
     const auto strings = store();
-    write(strings->publishedFilePath(), xliff(u"k"_qs, u"from the file"_qs, u"t"_qs));
+    DVTestFiles::write(strings->publishedFilePath(), xliff(u"k"_qs, u"from the file"_qs, u"t"_qs));
     strings->loadStringsWithBaseLocaleStrings(base.get());
     QCOMPARE(base->localizedStringForKey(u"k"_qs), u"from the file"_qs);
     QCOMPARE(base->localizedStringForKey(u"own"_qs), u"own"_qs);
     QCOMPARE(base->stringsDictionary().size(), 2);
     // Another locale's sources replace these; the packaged ones stay.
     const auto other = store(u"de"_qs);
-    write(other->publishedFilePath(), xliff(u"z"_qs, u"zed"_qs, u"t"_qs));
+    DVTestFiles::write(other->publishedFilePath(), xliff(u"z"_qs, u"zed"_qs, u"t"_qs));
     other->loadStringsWithBaseLocaleStrings(base.get());
     QCOMPARE(base->localizedStringForKey(u"k"_qs), u"packaged"_qs);
     QCOMPARE(base->localizedStringForKey(u"z"_qs), u"zed"_qs);
@@ -324,12 +313,13 @@ void tst_LocaleStrings::sourceTextsLieOverPackagedTexts()
 
 void tst_LocaleStrings::shadowedTextsAreFoundUnderTheirOtherKeys()
 {
-    write(QString(m_bundle + u"/en.lproj/Localizable.strings"), "\"title\" = \"OK\"; \"button\" = \"OK\";");
+    DVTestFiles::write(QString(m_bundle + u"/en.lproj/Localizable.strings"),
+                       "\"title\" = \"OK\"; \"button\" = \"OK\";");
     DVBundle::setMainBundle(DVBundle(m_bundle));
     const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
     for (const QString &shadowed : {u"title"_qs, u"button"_qs}) {
         const auto strings = store();
-        write(strings->publishedFilePath(), xliff(shadowed, u"Okay"_qs, u"t"_qs));
+        DVTestFiles::write(strings->publishedFilePath(), xliff(shadowed, u"Okay"_qs, u"t"_qs));
         strings->loadStringsWithBaseLocaleStrings(base.get());
         const DVStringPtr found = base->dorvaneStringForLocalizedString(u"ok"_qs);
         QVERIFY(found);
@@ -340,14 +330,15 @@ void tst_LocaleStrings::shadowedTextsAreFoundUnderTheirOtherKeys()
 void tst_LocaleStrings::borrowedLocale()
 {
     QVERIFY(DVBaseLocaleStrings::dummyLocalePresentOnDevice().isNull());
-    write(file(u"1.0_de_published.xlf"_qs), xliff(u"k"_qs, u"german file"_qs, u"t"_qs));
-    write(file(u"0.9_es_published.xlf"_qs), "x");
-    write(file(u"0.9_es_pending.xlf"_qs), "x");
-    write(file(u"1.0_published.xlf"_qs), "x");
+    DVTestFiles::write(file(u"1.0_de_published.xlf"_qs), xliff(u"k"_qs, u"german file"_qs, u"t"_qs));
+    DVTestFiles::write(file(u"0.9_es_published.xlf"_qs), "x");
+    DVTestFiles::write(file(u"0.9_es_pending.xlf"_qs), "x");
+    DVTestFiles::write(file(u"1.0_published.xlf"_qs), "x");
     QVERIFY2(DVBaseLocaleStrings::dummyLocalePresentOnDevice().isNull(),
              "a published file alone does not qualify");
-    write(file(u"1.0_sr_Latn_ME_published.xlf"_qs), xliff(u"k"_qs, u"published source"_qs, u"t"_qs));
-    write(file(u"1.0_sr_Latn_ME_pending.xlf"_qs), xliff(u"p"_qs, u"pending source"_qs, u"t"_qs));
+    DVTestFiles::write(file(u"1.0_sr_Latn_ME_published.xlf"_qs),
+                       xliff(u"k"_qs, u"published source"_qs, u"t"_qs));
+    DVTestFiles::write(file(u"1.0_sr_Latn_ME_pending.xlf"_qs), xliff(u"p"_qs, u"pending source"_qs, u"t"_qs));
     QCOMPARE(DVBaseLocaleStrings::dummyLocalePresentOnDevice(), u"sr_Latn_ME"_qs);
 
     const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));

@@ -11,6 +11,7 @@
 #include "DVHttpDate.h"
 #include "DVLog.h"
 #include "DVMainController.h"
+#include "DVTestFiles.h"
 #include "DVUserDefaults.h"
 
 #include <Dorvane/Dorvane.h>
@@ -32,7 +33,7 @@ struct DVTestUnit
 };
 
 // Each object is a fresh device with a fresh process on it, as far as one process can play another.
-class DVTestHost
+class DVTestHost : public DVTestFiles
 {
 public:
     explicit DVTestHost(const QString &version = QStringLiteral("1.0"))
@@ -77,18 +78,6 @@ public:
     QString bundlePath() const { return QString(m_folder.path() + u"/bundle"); }
     QString filesPath() const { return DVFolders::dorvaneFiles(); }
     QString filePath(const QString &name) const { return QString(filesPath() + u'/' + name); }
-    static void write(const QString &path, const QByteArray &data)
-    {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
-    }
-    static QByteArray read(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
     void package(const QString &name, const QByteArray &data) const
     {
         write(QString(bundlePath() + u'/' + name), data);
