@@ -5,6 +5,7 @@
 
 #include <Dorvane/Dorvane.h>
 
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QSocketNotifier>
 #include <QThread>
@@ -95,6 +96,17 @@ void states(Application &application, const QString &server, const QString &mode
 // A message handler that looks texts up for each message, on whatever thread it comes.
 thread_local int depth = 0;
 std::atomic<int> handled = 0;
+bool hasChanged = false; // the locale that was asked for serves
+void setLocale()
+{
+    Dorvane::setLocaleWithId(u"pl"_qs, [](bool success) { hasChanged = hasChanged || success; });
+}
+void waitForLocale()
+{
+    const QDeadlineTimer patience(20000);
+    while (!hasChanged && !patience.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+}
 void askingHandler(QtMsgType, const QMessageLogContext &, const QString &message)
 {
     if (++depth > 20)
@@ -105,7 +117,7 @@ void askingHandler(QtMsgType, const QMessageLogContext &, const QString &message
     static_cast<void>(Dorvane::diagnostics(u"a"_qs));
     static_cast<void>(Dorvane::locale());
     if (message.contains(u"Using locale"_qs))
-        Dorvane::setLocaleWithId(u"pl"_qs, [](bool) {});
+        setLocale();
     --depth;
 }
 
@@ -117,6 +129,7 @@ void askingLogger(const QString &server)
     for (int i = 0; i < 100; ++i)
         static_cast<void>(lookups());
     waitForLine();
+    waitForLocale();
     qInstallMessageHandler(nullptr);
     print({{u"text"_qs, lookups()}, {u"handled"_qs, handled.load()}});
 }
@@ -133,8 +146,9 @@ void blockingLogger(const QString &server)
     });
     start(server, u"DVOTAServing"_qs,
           {{u"logging"_qs, u"DVLoggingDebug"_qs}, {u"allowLocaleChange"_qs, true}});
-    Dorvane::setLocaleWithId(u"pl"_qs);
+    setLocale();
     waitForLine();
+    waitForLocale();
     qInstallMessageHandler(nullptr);
     print({{u"text"_qs, lookups()}, {u"handled"_qs, handled.load()}});
 }
