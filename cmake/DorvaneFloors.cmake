@@ -111,6 +111,19 @@ function(dorvane_library_above folder name)
   dorvane_finish_library(Dorvane${name} dorvane-${folder})
 endfunction()
 
+# dorvane_room_above(FOLDER SOURCES ... FLOORS ... LIBRARIES ...): the objects of a room above the core, to be
+# merged into a library with others. It sees the public headers and those of the floors that it names.
+function(dorvane_room_above folder)
+  cmake_parse_arguments(arg "" "" "SOURCES;FLOORS;LIBRARIES" ${ARGN})
+  add_library(dorvane_${folder} OBJECT ${arg_SOURCES})
+  target_include_directories(dorvane_${folder} PUBLIC
+    ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  foreach(floor IN LISTS arg_FLOORS)
+    target_include_directories(dorvane_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/src/${floor})
+  endforeach()
+  target_link_libraries(dorvane_${folder} PUBLIC dorvane_settings ${arg_LIBRARIES})
+endfunction()
+
 # dorvane_keep_library(TARGET SYMBOL): programs that link TARGET take it in even if their own code names nothing
 # of it: of an archive the object file of SYMBOL, and a shared library although the linker is told to leave out
 # what is not needed (as some distributions tell it always; -u does not count there).

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# floors.sh ROOT FLOOR... [-- LIBRARY...]: a room includes only rooms on its own or a lower floor (floors are
-# given lowest first), a library above them only its own headers and public ones, public headers
-# include only public headers, applications include nothing else, and nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
+# floors.sh ROOT FLOOR... [-- LIBRARY[:FLOOR...]...]: a room includes only rooms on its own or a lower floor (floors
+# are given lowest first), a library above them only its own headers, public ones and those of the floors named
+# after it, public headers include only public headers, applications include nothing else, and nobody names a Qt module in an include: <QLabel> compiles only where Widgets are linked.
 set -euo pipefail
 cd "$1"
 shift
@@ -10,7 +10,13 @@ while [ $# -gt 0 ] && [ "$1" != -- ]; do
     floors+=("$1")
     shift
 done
-above=("${@:2}")
+declare -A also # the floors that a library above them may include as well
+above=()
+for library in "${@:2}"; do
+    name=${library%%:*}
+    above+=("$name")
+    also[$name]=:${library#"$name"}:
+done
 status=0
 
 complain() {
@@ -44,8 +50,9 @@ done
 
 for library in "${above[@]}"; do
     while IFS=: read -r file line name; do
-        [ "${folder_of[${name##*/}]:-$library}" = "$library" ] ||
-            complain "$file:$line: $library sees public headers only, not $name"
+        other=${folder_of[${name##*/}]:-$library}
+        [ "$other" = "$library" ] || [[ ${also[$library]} == *:"$other":* ]] ||
+            complain "$file:$line: $library may not include $name of $other"
     done < <(includes "src/$library")
 done
 

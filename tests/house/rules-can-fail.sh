@@ -49,6 +49,8 @@ expect rejects "a public header that includes a private one" "${floors[@]}"
 clean_tree
 echo '#include "Low.h"' >>"$tree/src/above/Above.cpp"
 expect rejects "a private header in a library above the floors" "${floors[@]}"
+expect accepts "a private header of the floor that a library above the floors may see" "${floors[@]::5}" above:low
+expect rejects "a private header of another floor than that" "${floors[@]::5}" above:high
 clean_tree
 echo '#include "Above.h"' >>"$tree/src/high/High.cpp"
 expect rejects "a floor that includes a library above it" "${floors[@]}"

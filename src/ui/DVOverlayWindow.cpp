@@ -1,0 +1,172 @@
+#include "DVOverlayWindow.h"
+
+#include "DVCompositor.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QPainter>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace {
+
+constexpr char overlayMark[] = "_dv_overlay";
+
+bool isOurs(const QWindow *window)
+{
+    for (; window; window = window->transientParent() ? window->transientParent() : window->parent()) {
+        if (window->property(overlayMark).toBool())
+            return true;
+    }
+    return false;
+}
+
+bool canBeCovered(const QWindow *window)
+{
+    if (!window || !window->isVisible() || isOurs(window))
+        return false;
+    const Qt::WindowType type = window->type();
+    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool;
+}
+
+// A menu's or an embedded window's window is the one that it belongs to.
+QWindow *coverableFrom(QWindow *window)
+{
+    while (window && !canBeCovered(window))
+        window = window->parent() ? window->parent() : window->transientParent();
+    while (window && window->parent())
+        window = window->parent();
+    return canBeCovered(window) ? window : nullptr;
+}
+
+QWidget *widgetOf(const QWindow *window)
+{
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    const auto found = std::find_if(widgets.begin(), widgets.end(),
+                                    [&](const QWidget *widget) { return widget->windowHandle() == window; });
+    return found == widgets.end() ? nullptr : *found;
+}
+
+} // namespace
+
+DVOverlayWindow::DVOverlayWindow(Qt::WindowFlags flags)
+    : QWidget(nullptr, Qt::Dialog | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint | flags)
+{
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setAttribute(Qt::WA_TranslucentBackground);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &DVOverlayWindow::focusMoved);
+}
+
+QWindow *DVOverlayWindow::activeHostWindow()
+{
+    if (QWindow *window = coverableFrom(QGuiApplication::modalWindow()))
+        return window;
+    if (QWindow *window = coverableFrom(QGuiApplication::focusWindow()))
+        return window;
+    QWindowList windows = QGuiApplication::topLevelWindows();
+    std::reverse(windows.begin(), windows.end());
+    const auto found = std::find_if(windows.begin(), windows.end(), canBeCovered);
+    return found == windows.end() ? nullptr : *found;
+}
+
+void DVOverlayWindow::beTranslucent(bool translucent)
+{
+    if (testAttribute(Qt::WA_TranslucentBackground) == translucent || isVisible())
+        return;
+    destroy(); // the native window was made for the other kind
+    setAttribute(Qt::WA_TranslucentBackground, translucent);
+    setAttribute(Qt::WA_NoSystemBackground, true);
+}
+
+void DVOverlayWindow::coverHost()
+{
+    beTranslucent(dv_hasCompositor());
+    winId(); // makes the native window
+    windowHandle()->setProperty(overlayMark, true);
+    attachTo(activeHostWindow());
+}
+
+void DVOverlayWindow::attachTo(QWindow *host)
+{
+    for (const QMetaObject::Connection &connection : std::as_const(m_following))
+        disconnect(connection);
+    m_following.clear();
+    m_host = host;
+    windowHandle()->setTransientParent(host);
+    windowHandle()->setFlag(Qt::WindowStaysOnTopHint,
+                            host && host->flags().testFlag(Qt::WindowStaysOnTopHint));
+    if (host) {
+        m_following = {
+            connect(host, &QWindow::xChanged, this, &DVOverlayWindow::follow),
+            connect(host, &QWindow::yChanged, this, &DVOverlayWindow::follow),
+            connect(host, &QWindow::widthChanged, this, &DVOverlayWindow::follow),
+            connect(host, &QWindow::heightChanged, this, &DVOverlayWindow::follow),
+            // Queued: a dialog that is hidden may be on its way to being deleted, or shown again at once.
+            connect(host, &QWindow::visibleChanged, this, &DVOverlayWindow::hostMayHaveGone,
+                    Qt::QueuedConnection),
+            connect(host, &QObject::destroyed, this, &DVOverlayWindow::hostMayHaveGone,
+                    Qt::QueuedConnection)};
+    }
+    follow();
+}
+
+void DVOverlayWindow::follow()
+{
+    if (m_host)
+        setGeometry(m_host->geometry());
+    else if (const QScreen *screen = QGuiApplication::primaryScreen())
+        setGeometry(screen->geometry());
+    takeBackdrop();
+}
+
+void DVOverlayWindow::hostMayHaveGone()
+{
+    if (!isVisible() || (m_host && m_host->isVisible()))
+        return;
+    QWindow *other = activeHostWindow();
+    if (!other) {
+        hostIsGone();
+        return;
+    }
+    attachTo(other);
+    raise();
+    activateWindow();
+}
+
+// A modal dialog that the host opens meanwhile would block this window, were it not above that.
+void DVOverlayWindow::focusMoved(QWindow *window)
+{
+    QWindow *modal = QGuiApplication::modalWindow();
+    if (!isVisible() || !window || window != modal || modal == m_host || !canBeCovered(modal))
+        return;
+    attachTo(modal);
+    raise();
+    activateWindow();
+}
+
+void DVOverlayWindow::takeBackdrop()
+{
+    m_backdrop = {};
+    if (testAttribute(Qt::WA_TranslucentBackground))
+        return;
+    if (QWidget *widget = widgetOf(m_host))
+        m_backdrop = widget->grab();
+    else if (QScreen *screen = m_host ? m_host->screen() : QGuiApplication::primaryScreen())
+        m_backdrop = screen->grabWindow(m_host ? m_host->winId() : 0);
+    update();
+}
+
+void DVOverlayWindow::paintBackdrop(QPainter &painter) const
+{
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        painter.fillRect(rect(), Qt::black);
+        painter.drawPixmap(0, 0, m_backdrop);
+    }
+}
+
+void DVOverlayWindow::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    paintBackdrop(painter);
+}

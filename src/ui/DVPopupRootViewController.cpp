@@ -1,0 +1,19 @@
+#include "DVPopupRootViewController.h"
+
+#include "DVPopupContentView.h"
+
+DVPopupRootViewController::DVPopupRootViewController()
+    : m_popup(new DVPopupContentView(this))
+{
+    m_popup->m_owner = this;
+    m_popup->setAttribute(Qt::WA_DeleteOnClose);
+}
+
+DVPopupRootViewController::~DVPopupRootViewController()
+{
+    if (!m_popup)
+        return; // it is what deletes this
+    m_popup->m_owner = nullptr;
+    m_popup->dismissAnimated(false);
+    m_popup->deleteLater();
+}
