@@ -57,7 +57,7 @@ DVVisualFormatLayout::~DVVisualFormatLayout() = default;
 
 void DVVisualFormatLayout::addView(const QString &key, QWidget *view)
 {
-    const std::size_t known = indexOf(key);
+    const std::size_t known = numberOf(key);
     addChildWidget(view);
     auto item = std::make_unique<QWidgetItem>(view);
     if (known < m_views.size())
@@ -73,7 +73,7 @@ void DVVisualFormatLayout::setMetric(const QString &name, double points)
     invalidate();
 }
 
-std::size_t DVVisualFormatLayout::indexOf(const QString &key) const
+std::size_t DVVisualFormatLayout::numberOf(const QString &key) const
 {
     const auto found = std::find_if(m_views.begin(), m_views.end(),
                                     [&](const View &view) { return !key.isNull() && view.key == key; });
@@ -84,7 +84,7 @@ QString DVVisualFormatLayout::reasonAgainst(const DVLengthRule &rule, bool ofVie
 {
     if (rule.name.isNull() || m_metrics.contains(rule.name))
         return {};
-    if (!ofView || indexOf(rule.name) == m_views.size())
+    if (!ofView || numberOf(rule.name) == m_views.size())
         return QStringLiteral("\"%1\" is no metric%2")
             .arg(rule.name, ofView ? QStringLiteral(" and no view") : QString());
     if (rule.relation != DVLengthRule::Equal)
@@ -96,7 +96,7 @@ QString DVVisualFormatLayout::reasonAgainst(const DVLengthRule &rule, bool ofVie
 QString DVVisualFormatLayout::reasonAgainst(const DVVisualFormat &format) const
 {
     for (const DVVisualFormat::View &view : format.views) {
-        if (indexOf(view.key) == m_views.size())
+        if (numberOf(view.key) == m_views.size())
             return QStringLiteral("there is no view \"%1\"").arg(view.key);
         for (const DVLengthRule &rule : view.rules) {
             if (const QString reason = reasonAgainst(rule, true); !reason.isNull())

@@ -81,7 +81,7 @@ private:
 
     QString reasonAgainst(const DVVisualFormat &format) const;
     QString reasonAgainst(const DVLengthRule &rule, bool ofView) const;
-    std::size_t indexOf(const QString &key) const;
+    std::size_t numberOf(const QString &key) const;
     Axis axis(Qt::Orientation orientation, const QList<int> &widths = {}) const;
     QList<int> widthsFor(int width) const;
     const Sizes &sizes() const;

@@ -98,8 +98,10 @@ void tst_SmallControls::imagesAreMadeOnce()
     QCOMPARE(dv_success, image);
     QVERIFY(!dv_disclosure && !dv_logo);
     QCOMPARE(&DVVectorImages::success(), image);
-    QCOMPARE(dv_disclosure, (DVVectorImages::disclosureIndicator(), dv_disclosure));
-    QCOMPARE(dv_logo, &DVVectorImages::logo());
+    image = &DVVectorImages::disclosureIndicator();
+    QCOMPARE(dv_disclosure, image);
+    image = &DVVectorImages::logo();
+    QCOMPARE(dv_logo, image);
 }
 
 void tst_SmallControls::vectorImages_data()
