@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QPaintDevice>
+#include <QStringList>
 
 #include <algorithm>
 
