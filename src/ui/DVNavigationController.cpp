@@ -83,7 +83,7 @@ void DVNavigationController::popToViewController(DVViewController *screen)
 {
     if (!m_screens.contains(screen))
         return;
-    while (topViewController() != screen)
+    while (m_screens.last() != screen)
         popViewController();
 }
 
