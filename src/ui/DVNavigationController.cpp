@@ -95,8 +95,8 @@ void DVNavigationController::forget(QObject *screen)
 
 void DVNavigationController::showTop()
 {
-    for (DVViewController *screen : std::as_const(m_screens))
-        screen->setVisible(screen == topViewController());
+    for (qsizetype i = 0; i < m_screens.size(); ++i)
+        m_screens[i]->setVisible(i == m_screens.size() - 1);
     const bool hasWayBack = m_screens.size() > 1;
     const QString before = hasWayBack ? m_screens[m_screens.size() - 2]->title() : QString();
     m_bar->show(topViewController(), hasWayBack, before.isEmpty() ? QStringLiteral("Back") : before);
