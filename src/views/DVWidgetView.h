@@ -1,0 +1,53 @@
+// DVWidgetView: a widget of the host's, and the tree of widgets.
+#pragma once
+
+#include "DVView.h"
+
+#include <QPointer>
+#include <QWidget>
+
+// Kinds of widgets derive from it and say what text they show and what parts they have.
+class DVWidgetView : public DVView, public std::enable_shared_from_this<DVWidgetView>
+{
+public:
+    explicit DVWidgetView(QWidget *widget);
+
+    QObject *object() const final;
+    bool isSameAs(const DVView &other) const final;
+    QList<DVViewPtr> subviews() const final;
+    DVViewPtr superview() const final;
+    DVViewPtr viewAt(const QPointF &windowPoint) final;
+    std::optional<DVViewText> text() const final;
+    void setText(const DVViewText &text, const DVViewText &newText) final;
+    QRectF frame() const final;
+    void contentsDidChange() override;
+
+    // The widget's own text, also where it is given as a part because the widget contains others. Called only
+    // while the widget lives.
+    virtual std::optional<DVViewText> ownText() const;
+    virtual void setOwnText(const DVViewText &text, const DVViewText &newText);
+
+protected:
+    QWidget *widget() const { return m_widget; }
+
+    // Called only while the widget is shown. From back to front.
+    virtual QList<DVViewPtr> parts() const;
+    // Null when none is there.
+    virtual DVViewPtr partAt(const QPoint &point) const;
+    // Whether a shown child is one of its subviews. A widget without any is a label when it has a text.
+    virtual bool hasAsSubview(const QWidget &child) const;
+
+private:
+    QWidgetList shownChildren() const;
+    DVViewPtr ownTextPart(const QWidgetList &children) const;
+    DVViewPtr partOrSelfAt(const QPoint &point);
+
+    QPointer<QWidget> m_widget;
+};
+
+// Whether something of it can be seen in its parent: hidden, collapsed to nothing or moved out of the parent
+// it is not shown.
+bool dv_isShown(const QWidget &widget);
+
+// A rectangle of a widget in points of its window.
+QRectF dv_windowRect(const QWidget &widget, const QRect &rect);
