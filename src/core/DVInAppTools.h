@@ -22,6 +22,10 @@ public:
     // Installs the gesture that takes a picture.
     virtual void setupContextActions() = 0;
 
+    // Whether texts of tr() carry markers while texts need them (DVState::stringsNeedCues), so that the strings
+    // of what is on the screen can be found. Tools without windows need none.
+    virtual bool textsNeedMarkers() const { return true; }
+
     // Lets somebody sign in. `completion` is called once, on the main thread, never from inside the call.
     virtual void openLoginForm(std::function<void(bool cancelled)> completion) = 0;
 

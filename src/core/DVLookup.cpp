@@ -2,6 +2,7 @@
 
 #include "DVCueMarkers.h"
 #include "DVLog.h"
+#include "DVParsedTexts.h"
 #include "DVPictureKeys.h"
 
 #include <Dorvane/DVRuntime.h>
@@ -92,21 +93,24 @@ struct Asked
     const char *sourceText;
     int n;
     bool isSourceKey; // the key that is looked for is the source text
+    bool cues;        // the answer may carry markers
 };
 
 void logAnswer(const char *sourceText, const QString &answer, const char *origin)
 {
     if (dv_wantsDebugLog()) {
         dv_logDebugDeferred(QStringLiteral("%1: \"%2\" (from %3)")
-                                .arg(QString::fromUtf8(sourceText), answer, QLatin1StringView(origin)));
+                                .arg(QString::fromUtf8(sourceText), dv_stringByRemovingCues(answer),
+                                     QLatin1StringView(origin)));
     }
 }
 
-// What the stores say at the Qt door. `find` looks the key up in a store's layers.
+// What the stores say at the Qt door. `find` looks the key up in a store's layers. Marked texts say something
+// new even where they equal the source: without an answer, what is not yet translated could not be found.
 template<typename Find>
 QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked, const Find &find)
 {
-    const bool cues = snapshot.cuesAtQtDoor;
+    const bool cues = asked.cues;
     if (snapshot.editionEnabled) {
         if (const auto hit = find(snapshot.dirty)) {
             const QString answer = formText(hit, snapshot.localeRule, asked.n, cues);
@@ -125,12 +129,43 @@ QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked, 
     }
     if (const auto hit = find(snapshot.base)) {
         const QString answer = formText(hit, snapshot.baseRule, asked.n, cues);
-        if (!answer.isEmpty() && !saysNothingNew(hit, asked.n, answer, asked.sourceText, asked.isSourceKey)) {
+        if (!answer.isEmpty() &&
+            (cues || !saysNothingNew(hit, asked.n, answer, asked.sourceText, asked.isSourceKey))) {
             logAnswer(asked.sourceText, answer, "base");
             return answer;
         }
     }
     return {};
+}
+
+struct Source
+{
+    const char *context;
+    const char *text;
+    const char *disambiguation;
+};
+
+inline QString storedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n, bool cues)
+{
+    if (!snapshot.pictureKeys)
+        return storedTranslation(
+            snapshot, {source.text, n, true, cues},
+            [text = source.text](const DVStringLayers &layers) { return layers.find(text); });
+    const DVPictureKeys keys(source.context, source.text, source.disambiguation);
+    return storedTranslation(snapshot, {source.text, n, false, cues},
+                             [&keys](const DVStringLayers &layers) { return keys.findIn(layers); });
+}
+
+// Where keys are ids, only the answer tells what it is for.
+Q_NEVER_INLINE QString markedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n)
+{
+    if (!snapshot.unmarked->mayMark(source.context, source.text))
+        return storedTranslation(snapshot, source, n, false);
+    const QString answer = storedTranslation(snapshot, source, n, true);
+    if (answer.isNull())
+        return answer;
+    const QString plain = dv_stringByRemovingCues(answer);
+    return dv_isForPrograms(plain) ? plain : answer;
 }
 
 } // namespace
@@ -141,10 +176,14 @@ bool DVLookupSnapshot::servesSameAs(const DVLookupSnapshot &other) const
         return false;
     if (!launched)
         return true;
-    return cuesAtQtDoor == other.cuesAtQtDoor && layoutDirection == other.layoutDirection &&
-           localeRule == other.localeRule && baseRule == other.baseRule &&
-           (!editionEnabled || dirty.hasSameContent(other.dirty)) && editionEnabled == other.editionEnabled &&
-           locale.hasSameContent(other.locale) && base.hasSameContent(other.base);
+    const auto marksSameTexts = [&] {
+        return !cuesAtQtDoor || unmarked == other.unmarked || *unmarked == *other.unmarked;
+    };
+    return cuesAtQtDoor == other.cuesAtQtDoor && marksSameTexts() &&
+           layoutDirection == other.layoutDirection && localeRule == other.localeRule &&
+           baseRule == other.baseRule && (!editionEnabled || dirty.hasSameContent(other.dirty)) &&
+           editionEnabled == other.editionEnabled && locale.hasSameContent(other.locale) &&
+           base.hasSameContent(other.base);
 }
 
 DVPublished<DVLookupSnapshot> &DVLookup::published()
@@ -166,7 +205,7 @@ QString DorvaneLocalizedStringForKey(const DVBundle &bundle, const char *selecto
     if (origin != Origin::None) {
         dv_logDebugLazily([&] {
             return QStringLiteral("%1: \"%2\" (from %3)")
-                .arg(key, string,
+                .arg(key, dv_stringByRemovingCues(string),
                      origin == Origin::Locale ? QStringLiteral("current locale strings")
                                               : QStringLiteral("base"));
         });
@@ -208,7 +247,7 @@ QString DVLookup::pluralizedString(const QString &key, const DVNumber &value)
         return DVBundle::mainBundle().localizedStringForKey(key, QString(), QString());
     dv_logDebugLazily([&] {
         return QStringLiteral("%1[%2]: \"%3\" (from %4)")
-            .arg(key, category, string, QLatin1StringView(origin));
+            .arg(key, category, dv_stringByRemovingCues(string), QLatin1StringView(origin));
     });
     return string;
 }
@@ -224,13 +263,9 @@ QString DVLookup::translation(const char *context, const char *sourceText, const
     if (isLayoutDirectionKey(sourceText) && !snapshot->layoutDirection.isNull())
         return snapshot->layoutDirection;
 
-    if (!snapshot->pictureKeys)
-        return storedTranslation(
-            *snapshot, {sourceText, n, true},
-            [sourceText](const DVStringLayers &layers) { return layers.find(sourceText); });
-    const DVPictureKeys keys(context, sourceText, disambiguation);
-    return storedTranslation(*snapshot, {sourceText, n, false},
-                             [&keys](const DVStringLayers &layers) { return keys.findIn(layers); });
+    if (snapshot->cuesAtQtDoor)
+        return markedTranslation(*snapshot, {context, sourceText, disambiguation}, n);
+    return storedTranslation(*snapshot, {context, sourceText, disambiguation}, n, false);
 }
 
 void DVLookup::interceptBundleLookup()

@@ -4,9 +4,11 @@
 #include "DVPluralForm.h"
 #include "DVPublished.h"
 #include "DVStringLayers.h"
+#include "DVUnmarkedTexts.h"
 
 #include <Dorvane/Dorvane.h>
 
+#include <memory>
 #include <optional>
 
 // Immutable. A new one is published whole at every change that a lookup can see.
@@ -22,6 +24,7 @@ struct DVLookupSnapshot
     DVStringLayers dirty, locale, base;
     DVPluralForm::Rule localeRule = nullptr;
     DVPluralForm::Rule baseRule = nullptr;
+    std::shared_ptr<const DVUnmarkedTexts> unmarked; // set while cuesAtQtDoor
     QString layoutDirection; // "LTR" or "RTL" while a locale store serves, else null
 
     bool servesSameAs(const DVLookupSnapshot &other) const;

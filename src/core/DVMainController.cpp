@@ -107,6 +107,9 @@ void DVMainController::publishSnapshot()
     auto snapshot = std::make_shared<DVLookupSnapshot>();
     snapshot->launched = appLaunched();
     snapshot->needCues = stringsNeedCues();
+    snapshot->cuesAtQtDoor = stringsNeedCues() && m_tools && m_tools->textsNeedMarkers();
+    if (snapshot->cuesAtQtDoor)
+        snapshot->unmarked = m_unmarkedTexts ? m_unmarkedTexts : std::make_shared<DVUnmarkedTexts>();
     snapshot->editionEnabled = editionEnabled();
     if (m_localeStrings) {
         snapshot->localeServes = true;

@@ -22,6 +22,7 @@
 
 class DVInAppTools;
 class DVTranslatorPlace;
+class DVUnmarkedTexts;
 
 // One for the process, never destroyed. Main thread only, but for what is said otherwise.
 class DVMainController
@@ -68,6 +69,8 @@ public:
     // The end of the application removes them.
     void setInAppTools(std::unique_ptr<DVInAppTools> tools);
     const DVInAppTools *inAppTools() const { return m_tools.get(); }
+    // See Dorvane::neverMark.
+    void neverMark(const QString &context, const QStringList &keys);
     void setupEditionActions();
     void setupContextActions();
     void setupEditionMode();
@@ -144,6 +147,7 @@ private:
     DVDiagnostics m_record; // what only the moment itself can tell; the rest is filled in when asked for
     std::optional<DVWorkflowStep> m_workflowStep;
     std::unique_ptr<DVInAppTools> m_tools;
+    std::shared_ptr<const DVUnmarkedTexts> m_unmarkedTexts;
     std::unique_ptr<DVTranslatorPlace> m_translatorPlace;
     std::unique_ptr<QObject> m_foregroundWatch;
     QList<int> m_observers;

@@ -6,6 +6,7 @@
 #include "DVPendingIssues.h"
 #include "DVReviewDefaults.h"
 #include "DVSession.h"
+#include "DVUnmarkedTexts.h"
 #include "DVUserDefaults.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -13,6 +14,16 @@ using namespace Qt::Literals::StringLiterals;
 void DVMainController::setInAppTools(std::unique_ptr<DVInAppTools> tools)
 {
     m_tools = std::move(tools);
+}
+
+void DVMainController::neverMark(const QString &context, const QStringList &keys)
+{
+    auto texts = m_unmarkedTexts ? std::make_shared<DVUnmarkedTexts>(*m_unmarkedTexts)
+                                 : std::make_shared<DVUnmarkedTexts>();
+    texts->add(context, keys);
+    m_unmarkedTexts = std::move(texts);
+    if (appLaunched())
+        publishSnapshot();
 }
 
 void DVMainController::connectSession()

@@ -99,6 +99,11 @@ void Dorvane::captureWindow(QObject *window, std::function<void(const DVErrorOr 
         DVMainController::sharedInstance().captureWindow(window, std::move(withCompletion));
 }
 
+void Dorvane::neverMark(const QString &context, const QStringList &keys)
+{
+    DVMainController::sharedInstance().neverMark(context, keys);
+}
+
 DVDiagnostics Dorvane::diagnostics()
 {
     return DVMainController::sharedInstance().diagnostics();

@@ -50,6 +50,74 @@ void appendMarked(QString &marked, QStringView text)
     marked += text.sliced(position);
 }
 
+bool isDigit(QStringView text, qsizetype at)
+{
+    return at < text.size() && text[at] >= u'0' && text[at] <= u'9';
+}
+
+qsizetype behindAny(QStringView text, qsizetype at, QStringView characters)
+{
+    while (at < text.size() && characters.contains(text[at]))
+        ++at;
+    return at;
+}
+
+// The index behind a placeholder of Qt's that begins with the "%" at `percent`; -1 when there is none.
+qsizetype endOfQtPlaceholder(QStringView text, qsizetype percent)
+{
+    qsizetype at = percent + 1;
+    if (at < text.size() && text[at] == u'L')
+        ++at;
+    if (at < text.size() && text[at] == u'n')
+        return at + 1;
+    if (!isDigit(text, at) || (text[at] == u'0' && !isDigit(text, at + 1)))
+        return -1;
+    return isDigit(text, at + 1) ? at + 2 : at + 1;
+}
+
+// The index behind a printf-style specifier as the C standard has them, with positions ("%1$d") and without
+// the flag " ", which makes an argument of "50% of"; -1 when there is none.
+qsizetype endOfStrictSpecifier(QStringView text, qsizetype percent)
+{
+    constexpr QStringView digits = u"0123456789";
+    qsizetype at = percent + 1;
+    const qsizetype behindPosition = behindAny(text, at, digits);
+    if (behindPosition > at && behindPosition < text.size() && text[behindPosition] == u'$')
+        at = behindPosition + 1;
+    at = behindAny(text, at, u"-+#0'");
+    at = behindAny(text, at, u"0123456789*");
+    if (at < text.size() && text[at] == u'.')
+        at = behindAny(text, at + 1, u"0123456789*");
+    at = behindAny(text, at, u"hlLqjzt");
+    return at < text.size() && conversionCharacters.contains(text[at]) ? at + 1 : -1;
+}
+
+bool hasQtPlaceholder(QStringView text)
+{
+    for (qsizetype at = text.indexOf(u'%'); at >= 0; at = text.indexOf(u'%', at + 1)) {
+        if (endOfStrictSpecifier(text, at) < 0 && endOfQtPlaceholder(text, at) >= 0)
+            return true;
+    }
+    return false;
+}
+
+void appendMarkedAsQt(QString &marked, QStringView text)
+{
+    qsizetype position = 0;
+    for (qsizetype percent = text.indexOf(u'%'); percent >= 0; percent = text.indexOf(u'%', position)) {
+        marked += text.sliced(position, percent - position);
+        const qsizetype end =
+            std::max(endOfStrictSpecifier(text, percent), endOfQtPlaceholder(text, percent));
+        position = std::max(end, percent + 1);
+        const QStringView piece = text.sliced(percent, position - percent);
+        if (end < 0)
+            marked += piece;
+        else
+            marked += QChar(argumentStart) % piece % QChar(argumentEnd);
+    }
+    marked += text.sliced(position);
+}
+
 std::vector<DVCue> stringCues(QStringView text)
 {
     std::vector<DVCue> cues;
@@ -103,6 +171,18 @@ QString dv_stringWithCues(const QString &text)
     marked.reserve(text.size() + 8);
     marked += QChar(stringStart);
     appendMarked(marked, text);
+    marked += QChar(stringEnd);
+    return marked;
+}
+
+QString dv_stringWithCuesOfQt(const QString &text)
+{
+    if (text.startsWith(QChar(stringStart)) || !hasQtPlaceholder(text))
+        return dv_stringWithCues(text);
+    QString marked;
+    marked.reserve(text.size() + 8);
+    marked += QChar(stringStart);
+    appendMarkedAsQt(marked, text);
     marked += QChar(stringEnd);
     return marked;
 }

@@ -29,6 +29,10 @@ struct DVEditionItem
 // reaches from "%" to the next conversion character; from a "%" that none follows, the text is dropped.
 QString dv_stringWithCues(const QString &text);
 
+// The same, but in a text with placeholders of Qt's ("%1" to "%99", "%L1", "%n", "%Ln"; not "%1$@" or "%1d",
+// which printf knows) those are arguments beside the printf-style specifiers, and every other "%" is kept.
+QString dv_stringWithCuesOfQt(const QString &text);
+
 // The text with the content of each argument replaced by what `replacement` returns for it (nothing:
 // emptied). Not called for an empty argument. Markers are kept; one that ends an argument is added where
 // it is missing.

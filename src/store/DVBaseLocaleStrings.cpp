@@ -63,7 +63,7 @@ bool DVBaseLocaleStrings::loadStringsFromLocalizableStringsAtPath(const QString 
     DVStringTableBuilder builder(needCues, true);
     for (auto text = texts->constBegin(); text != texts->constEnd(); ++text) {
         const QByteArray key = text.key().toUtf8();
-        const QByteArray value = (needCues ? dv_stringWithCues(text.value()) : text.value()).toUtf8();
+        const QByteArray value = (needCues ? dv_stringWithCuesOfQt(text.value()) : text.value()).toUtf8();
         DVStringTableBuilder::Form form;
         form.key = {key.constData(), size_t(key.size())};
         form.text = {value.constData(), size_t(value.size())};

@@ -14,6 +14,7 @@ public:
 
     void setupEditionActions() override {}
     void setupContextActions() override {}
+    bool textsNeedMarkers() const override { return false; }
     void openLoginForm(std::function<void(bool cancelled)> completion) override;
     void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> completion) override;
 
