@@ -44,7 +44,7 @@ if(DORVANE_BUILD_QUICK AND (DORVANE_BUILD_TESTS OR DORVANE_BUILD_EXAMPLES))
 endif()
 
 # The interface for translators is widgets; others need not have them. It finds texts in Qt Quick where there is one.
-find_package(Qt6 6.4 QUIET OPTIONAL_COMPONENTS Widgets Quick)
+find_package(Qt6 6.4 QUIET OPTIONAL_COMPONENTS Widgets Quick QuickWidgets)
 option(DORVANE_BUILD_REVIEW "Build the interface for translators, for applications with widgets" ${Qt6Widgets_FOUND})
 if(DORVANE_BUILD_REVIEW AND NOT Qt6Widgets_FOUND)
   message(FATAL_ERROR "DORVANE_BUILD_REVIEW needs Qt6Widgets (Debian: qt6-base-dev)")

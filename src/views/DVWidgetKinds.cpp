@@ -6,8 +6,16 @@
 #include <QAbstractButton>
 #include <QLabel>
 
+#ifdef DORVANE_VIEWS_QUICK
+#include "DVQuickWidgetView.h"
+#endif
+
 DVViewPtr dv_widgetView(QWidget *widget)
 {
+#ifdef DORVANE_VIEWS_QUICK
+    if (DVQuickWidgetView::isNeededFor(*widget))
+        return std::make_shared<DVQuickWidgetView>(widget);
+#endif
     if (auto *label = qobject_cast<QLabel *>(widget))
         return std::make_shared<DVLabelView>(label);
     if (qobject_cast<QAbstractButton *>(widget))
