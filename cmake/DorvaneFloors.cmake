@@ -8,6 +8,13 @@ target_compile_definitions(dorvane_settings INTERFACE
   QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY
   QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
   QT_STRICT_ITERATORS QT_USE_QSTRINGBUILDER)
+# The release as the name of a symbol, see src/platform/DVPrivateExport.h.
+string(REPLACE . _ dorvane_private_release dorvane_private_${PROJECT_VERSION})
+target_compile_definitions(dorvane_settings INTERFACE DORVANE_PRIVATE_RELEASE=${dorvane_private_release})
+# What the library exports is not replaced by others' functions of the same names: it may be inlined.
+if(UNIX AND NOT APPLE)
+  target_compile_options(dorvane_settings INTERFACE -fno-semantic-interposition)
+endif()
 target_compile_options(dorvane_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsuggest-override)
 if(DORVANE_WARNINGS_AS_ERRORS)
@@ -63,7 +70,8 @@ function(dorvane_finish_library target file_name)
   target_link_options(${target} PRIVATE $<$<NOT:$<OR:$<BOOL:${DORVANE_SANITIZE_ADDRESS}>,$<BOOL:${DORVANE_SANITIZE_THREAD}>>>:-Wl,--no-undefined>)
   if(UNIX AND NOT APPLE AND BUILD_SHARED_LIBS)
     set(exports ${PROJECT_SOURCE_DIR}/cmake/Dorvane.map)
-    target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
+    # Calls of our own functions stay direct calls inside the library, exported or not: no table, no search.
+    target_link_options(${target} PRIVATE LINKER:--version-script=${exports} LINKER:-Bsymbolic-functions)
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
   endif()
   set_target_properties(${target} PROPERTIES OUTPUT_NAME ${file_name}
@@ -112,16 +120,41 @@ function(dorvane_library_above folder name)
 endfunction()
 
 # dorvane_room_above(FOLDER SOURCES ... FLOORS ... LIBRARIES ...): the objects of a room above the core, to be
-# merged into a library with others. It sees the public headers and those of the floors that it names.
+# merged into a library with others. It sees the public headers, the platform's and those of the floors that it names.
 function(dorvane_room_above folder)
   cmake_parse_arguments(arg "" "" "SOURCES;FLOORS;LIBRARIES" ${ARGN})
   add_library(dorvane_${folder} OBJECT ${arg_SOURCES})
   target_include_directories(dorvane_${folder} PUBLIC
     ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
-  foreach(floor IN LISTS arg_FLOORS)
+  foreach(floor IN LISTS arg_FLOORS ITEMS platform) # any floor's header may say DORVANE_PRIVATE_EXPORT
     target_include_directories(dorvane_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/src/${floor})
   endforeach()
   target_link_libraries(dorvane_${folder} PUBLIC dorvane_settings ${arg_LIBRARIES})
+endfunction()
+
+# dorvane_library_of_rooms(FOLDER NAME ROOMS ... SOURCES ...): a library above the core, Dorvane::NAME, merged from
+# the objects of rooms above the core and the sources of src/FOLDER. It uses what libdorvane exports for it alone
+# (DORVANE_PRIVATE_EXPORT), and with that of its own release only. Its property DORVANE_QT_MODULES lists the
+# modules of Qt that the rooms use.
+function(dorvane_library_of_rooms folder name)
+  cmake_parse_arguments(arg "" "" "ROOMS;SOURCES" ${ARGN})
+  string(TOUPPER DORVANE_${name}_BUILDING building)
+  add_library(Dorvane${name} ${arg_SOURCES})
+  add_library(Dorvane::${name} ALIAS Dorvane${name})
+  target_compile_definitions(Dorvane${name} PRIVATE ${building})
+  foreach(room IN LISTS arg_ROOMS)
+    target_compile_definitions(dorvane_${room} PRIVATE ${building})
+    target_sources(Dorvane${name} PRIVATE $<TARGET_OBJECTS:dorvane_${room}>)
+    target_include_directories(Dorvane${name} PRIVATE $<TARGET_PROPERTY:dorvane_${room},INCLUDE_DIRECTORIES>)
+    get_target_property(libraries dorvane_${room} LINK_LIBRARIES)
+    list(APPEND qt ${libraries})
+  endforeach()
+  list(FILTER qt INCLUDE REGEX "^Qt6::")
+  list(REMOVE_DUPLICATES qt)
+  target_link_libraries(Dorvane${name} PUBLIC Dorvane::Dorvane PRIVATE $<BUILD_INTERFACE:dorvane_settings> ${qt})
+  list(TRANSFORM qt REPLACE "Qt6::" "")
+  set_target_properties(Dorvane${name} PROPERTIES EXPORT_NAME ${name} DORVANE_QT_MODULES "${qt}")
+  dorvane_finish_library(Dorvane${name} dorvane-${folder})
 endfunction()
 
 # dorvane_keep_library(TARGET SYMBOL): programs that link TARGET take it in even if their own code names nothing

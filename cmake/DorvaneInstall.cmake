@@ -82,7 +82,7 @@ dorvane_install_library(Dorvane library
   REQUIRES "Qt6Core >= 6.4"
   STATIC_REQUIRES Qt6Network icu-i18n icu-uc libcrypto zlib libxml-2.0)
 file(GLOB dorvane_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/Dorvane/*.h)
-list(FILTER dorvane_headers EXCLUDE REGEX "/DV(Quick|KeychainSystem)[^/]*$")
+list(FILTER dorvane_headers EXCLUDE REGEX "/DV(Quick|KeychainSystem|Review|ViewWithText)[^/]*$")
 install(FILES ${dorvane_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
 
 if(TARGET DorvaneQuick)
@@ -100,6 +100,18 @@ if(TARGET DorvaneKeychain)
     REQUIRES "dorvane = ${PROJECT_VERSION}" "Qt6Core >= 6.4"
     STATIC_LIBRARIES qt6keychain)
   install(FILES ${PROJECT_SOURCE_DIR}/include/Dorvane/DVKeychainSystem.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
+endif()
+
+if(TARGET DorvaneReview)
+  # Of its own release only: it uses what libdorvane exports for it alone.
+  get_target_property(dorvane_review_qt DorvaneReview DORVANE_QT_MODULES)
+  list(TRANSFORM dorvane_review_qt PREPEND Qt6 OUTPUT_VARIABLE dorvane_review_modules)
+  dorvane_install_library(DorvaneReview review
+    DESCRIPTION "In-app review of translations in Qt applications"
+    REQUIRES "dorvane = ${PROJECT_VERSION}" "Qt6Core >= 6.4"
+    STATIC_REQUIRES ${dorvane_review_modules})
+  install(FILES ${PROJECT_SOURCE_DIR}/include/Dorvane/DVReview.h ${PROJECT_SOURCE_DIR}/include/Dorvane/DVViewWithText.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Dorvane COMPONENT development)
 endif()
 

@@ -76,6 +76,18 @@ This package holds the library that builds for translators link.")
   string(APPEND for_headers ", libdorvane-keychain${major} ${same_version}")
 endif()
 
+if(TARGET DorvaneReview)
+  dorvane_debian_package(review libdorvane-review${major} libs "libdorvane${major} ${same_version}"
+    "over-the-air translations for Qt 6 applications (in-app review)
+A translator presses a text of the running application to see which strings
+made it. Works on widgets and on Qt Quick.
+
+This package holds the library that builds for translators link.")
+  set(CPACK_DEBIAN_REVIEW_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+  string(APPEND for_headers ", libdorvane-review${major} ${same_version}")
+endif()
+
 dorvane_debian_package(development libdorvane-dev libdevel "${for_headers}"
   "over-the-air translations for Qt 6 applications (development)
 Texts of tr(), .ui files and qtTrId() come from a translation platform:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DVCue.h"
+#include "DVPrivateExport.h"
 
 #include <QList>
 #include <QString>
@@ -56,4 +57,4 @@ QList<DVEditionItem> dv_localizedStringsInString(const QString &text);
 
 // Markers as "[", "]", "{", "}": for log messages.
 QString dv_stringShowingCues(const QString &text);
-QString dv_stringByRemovingCues(const QString &text);
+DORVANE_PRIVATE_EXPORT QString dv_stringByRemovingCues(const QString &text);

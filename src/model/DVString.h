@@ -1,6 +1,8 @@
 // DVString and DVStringGroup: one text form of a key, and all forms of a key.
 #pragma once
 
+#include "DVPrivateExport.h"
+
 #include <QHash>
 #include <QList>
 #include <QMap>
@@ -54,7 +56,7 @@ enum DVStringStatus : quint32 {
     DVStringStatusUntranslated = 4,
 };
 // "", "PUBLISHED", "ACCEPTED", "REJECTED", "UNTRANSLATED", else "UNKNOWN".
-QString dv_stringStatusName(quint32 status);
+DORVANE_PRIVATE_EXPORT QString dv_stringStatusName(quint32 status);
 
 class DVStringGroup : public std::enable_shared_from_this<DVStringGroup>
 {

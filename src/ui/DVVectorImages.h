@@ -1,6 +1,8 @@
 // DVVectorImages: the interface's own marks, drawn from paths.
 #pragma once
 
+#include <Dorvane/DVReview.h>
+
 #include <QImage>
 #include <QPainterPath>
 #include <QSize>
@@ -28,8 +30,3 @@ public:
     static const DVVectorShape &disclosureIndicatorShape();
     static const DVVectorShape &logoShape();
 };
-
-// The images, for those who only want to know whether they were made: null until then.
-extern const QImage *dv_success;
-extern const QImage *dv_disclosure;
-extern const QImage *dv_logo;

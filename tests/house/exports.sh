@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# exports.sh LIBRARY [LIST]: a guest exports its own names only, or they would meet the host's; and exactly
-# those that the list has, because every name is a promise for all releases with this soname.
+# exports.sh LIBRARY [LIST [PRIVATE_LIST NAME]]: a guest exports its own names only, or they would meet the host's; and
+# exactly those that the list has, because every name is a promise for all releases with this soname. Those of the
+# private list are promised to nobody: Dorvane::Review uses them, and NAME, which is another in each release,
+# binds it to the release.
 # exports.sh --list LIBRARY: prints such a list.
 set -euo pipefail
 
@@ -28,13 +30,16 @@ if foreign=$(grep -vE "^$belongings$ours" <<<"$symbols"); then
     exit 1
 fi
 [ $# -gt 1 ] || exit 0
-if ! diff --unified=0 --label "$2" --label "$1" "$2" - <<<"$symbols" >&2; then
+listed=$( (cat "$2"; [ $# -lt 4 ] || { cat "$3"; echo "$4"; }) | LC_ALL=C sort)
+if ! diff --unified=0 --label "listed" --label "$1" <(echo "$listed") - <<<"$symbols" >&2; then
     cat >&2 <<END
 
-The names above with "+" are exported and not listed, those with "-" listed and not exported.
-A name that went away breaks applications built before: it takes a new soname. If the change is meant:
+The names above with "+" are exported and not listed, those with "-" listed and not exported. What is marked
+DORVANE_PRIVATE_EXPORT belongs into ${3:-the private list}, in the order of "LC_ALL=C sort". Else: a name
+that went away breaks applications built before: it takes a new soname. If the change is meant, $2
+is to have the lines of
 
-    $0 --list $1 > $2
+    $0 --list $1
 END
     exit 1
 fi

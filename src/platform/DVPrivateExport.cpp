@@ -1,0 +1,3 @@
+#include "DVPrivateExport.h"
+
+const char DORVANE_PRIVATE_RELEASE = 0;

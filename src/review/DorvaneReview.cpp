@@ -1,0 +1,14 @@
+#include <Dorvane/DVReview.h>
+
+#include "DVPrivateExport.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+// Data, and not a call: the loader looks for data at once, so another release is refused before anything runs.
+[[gnu::used]] const char *const release = &DORVANE_PRIVATE_RELEASE;
+
+} // namespace
+
+void dorvane_review() {}
