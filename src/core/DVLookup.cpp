@@ -93,7 +93,6 @@ struct Asked
     const char *sourceText;
     int n;
     bool isSourceKey; // the key that is looked for is the source text
-    bool cues;        // the answer may carry markers
 };
 
 void logAnswer(const char *sourceText, const QString &answer, const char *origin)
@@ -107,10 +106,10 @@ void logAnswer(const char *sourceText, const QString &answer, const char *origin
 
 // What the stores say at the Qt door. `find` looks the key up in a store's layers. Marked texts say something
 // new even where they equal the source: without an answer, what is not yet translated could not be found.
-template<typename Find>
-QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked, const Find &find)
+template<bool cues, typename Find>
+Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, const Asked &asked,
+                                          const Find &find)
 {
-    const bool cues = asked.cues;
     if (snapshot.editionEnabled) {
         if (const auto hit = find(snapshot.dirty)) {
             const QString answer = formText(hit, snapshot.localeRule, asked.n, cues);
@@ -145,23 +144,24 @@ struct Source
     const char *disambiguation;
 };
 
-inline QString storedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n, bool cues)
+template<bool cues>
+Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n)
 {
     if (!snapshot.pictureKeys)
-        return storedTranslation(
-            snapshot, {source.text, n, true, cues},
+        return storedTranslation<cues>(
+            snapshot, {source.text, n, true},
             [text = source.text](const DVStringLayers &layers) { return layers.find(text); });
     const DVPictureKeys keys(source.context, source.text, source.disambiguation);
-    return storedTranslation(snapshot, {source.text, n, false, cues},
-                             [&keys](const DVStringLayers &layers) { return keys.findIn(layers); });
+    return storedTranslation<cues>(snapshot, {source.text, n, false},
+                                   [&keys](const DVStringLayers &layers) { return keys.findIn(layers); });
 }
 
 // Where keys are ids, only the answer tells what it is for.
 Q_NEVER_INLINE QString markedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n)
 {
     if (!snapshot.unmarked->mayMark(source.context, source.text))
-        return storedTranslation(snapshot, source, n, false);
-    const QString answer = storedTranslation(snapshot, source, n, true);
+        return storedTranslation<false>(snapshot, source, n);
+    const QString answer = storedTranslation<true>(snapshot, source, n);
     if (answer.isNull())
         return answer;
     const QString plain = dv_stringByRemovingCues(answer);
@@ -265,7 +265,7 @@ QString DVLookup::translation(const char *context, const char *sourceText, const
 
     if (snapshot->cuesAtQtDoor)
         return markedTranslation(*snapshot, {context, sourceText, disambiguation}, n);
-    return storedTranslation(*snapshot, {context, sourceText, disambiguation}, n, false);
+    return storedTranslation<false>(*snapshot, {context, sourceText, disambiguation}, n);
 }
 
 void DVLookup::interceptBundleLookup()
