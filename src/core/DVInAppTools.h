@@ -26,6 +26,9 @@ public:
     // of what is on the screen can be found. Tools without windows need none.
     virtual bool textsNeedMarkers() const { return true; }
 
+    // Texts of tr() begin to carry markers, or cease to. Windows then hold texts that must not leave the process.
+    virtual void textsAreMarked(bool marked) { Q_UNUSED(marked) }
+
     // Lets somebody sign in. `completion` is called once, on the main thread, never from inside the call.
     virtual void openLoginForm(std::function<void(bool cancelled)> completion) = 0;
 

@@ -128,6 +128,8 @@ void DVMainController::publishSnapshot()
                             snapshot->base.hasPictureKeys();
     auto &published = DVLookup::published();
     const auto before = published.owner() ? published.owner() : std::make_shared<DVLookupSnapshot>();
+    if (m_tools && before->cuesAtQtDoor != snapshot->cuesAtQtDoor)
+        m_tools->textsAreMarked(snapshot->cuesAtQtDoor);
     published.publish(snapshot);
     if (!m_translatorPlace || snapshot->servesSameAs(*before))
         return;

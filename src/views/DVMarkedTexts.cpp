@@ -11,11 +11,12 @@ namespace {
 using Key = QPair<QByteArray, int>;
 using Texts = QHash<Key, QString>;
 
-// Made when the first text is remembered: an application without reviews has none.
+// Made when the first text is remembered: an application without reviews has none. Never destroyed: objects of
+// the host's may be deleted after everything of ours.
 QHash<const QObject *, Texts> &remembered()
 {
-    static QHash<const QObject *, Texts> texts;
-    return texts;
+    static auto *texts = new QHash<const QObject *, Texts>; // NOLINT(cppcoreguidelines-owning-memory)
+    return *texts;
 }
 
 } // namespace

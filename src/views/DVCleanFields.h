@@ -1,0 +1,37 @@
+// Fields of the host's that hold clean text, while the marked one is remembered beside it (DVMarkedTexts).
+#pragma once
+
+#include <QStringView>
+
+class QAbstractSpinBox;
+class QComboBox;
+class QLineEdit;
+class QObject;
+class QPlainTextEdit;
+class QTextDocument;
+class QTextEdit;
+
+// Whether a text holds what our lookups put around strings. U+200B alone inside a text is the writer's: some
+// scripts break their lines there.
+bool dv_holdsCues(QStringView text);
+// Where a place in a text is once its markers are gone.
+qsizetype dv_placeWithoutCues(QStringView text, qsizetype place);
+
+// Each of them takes the markers out of what the field holds and remembers the marked text; nothing happens
+// to one without markers. Cursor, selection and the modified flag stay. A line edit forgets what could be
+// undone, as with any text that an application sets; a text edit forgets it only where there was nothing.
+enum class DVTelling {
+    Nobody,   // the host is told nothing: nobody has seen the marked text change
+    Listeners // the change signal says once more what is held: it said the marked text before
+};
+void dv_cleanLineEdit(QLineEdit &edit, DVTelling telling);
+void dv_cleanTextEdit(QTextEdit &edit, DVTelling telling);
+void dv_cleanPlainTextEdit(QPlainTextEdit &edit, DVTelling telling);
+// Prefix, suffix and special text.
+void dv_cleanSpinBox(QAbstractSpinBox &box);
+// The texts of its entries where its model is a QStandardItemModel, as it is without the host's doing. Other
+// models are the host's: what their data() says cannot be changed.
+void dv_cleanEntries(QComboBox &box);
+
+// A text property that nothing follows but its own change signal, such as a title; the host is not told.
+void dv_cleanProperty(QObject &object, const char *property);

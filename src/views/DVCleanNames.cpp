@@ -1,0 +1,93 @@
+#include "DVCleanNames.h"
+
+#include "DVCleanFields.h"
+#include "DVCueMarkers.h"
+
+#include <QAccessible>
+#include <QLabel>
+#include <QTabBar>
+#include <QVariant>
+#include <QWidget>
+
+namespace {
+
+// Everything of which a widget's accessible name or description may be made. U+0000 is in no text.
+QString sourcesOf(const QWidget &widget)
+{
+    QString sources;
+    for (const char *property : {"text", "title", "placeholderText"}) {
+        const QVariant value = widget.property(property);
+        if (value.typeId() == QMetaType::QString)
+            sources += value.toString() % QChar(u'\0');
+    }
+    sources += widget.toolTip() % QChar(u'\0') % widget.whatsThis() % QChar(u'\0');
+    if (const auto *parent = widget.parentWidget()) {
+        const auto labels = parent->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+        for (const QLabel *label : labels) {
+            if (label->buddy() == &widget)
+                sources += label->text();
+        }
+    }
+    return sources;
+}
+
+void nameTabs(QTabBar &bar)
+{
+    for (int i = 0; i < bar.count(); ++i) {
+        const QString clean = dv_stringByRemovingCues(bar.tabText(i)).remove(u'&');
+        const bool isMarked = dv_holdsCues(bar.tabText(i));
+        if (isMarked && bar.accessibleTabName(i) != clean)
+            bar.setAccessibleTabName(i, clean);
+    }
+}
+
+QString said(QWidget &widget, QAccessible::Text what)
+{
+    const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(&widget);
+    return interface ? interface->text(what) : QString();
+}
+
+} // namespace
+
+void DVCleanNames::follow(QWidget &widget)
+{
+    if (auto *bar = qobject_cast<QTabBar *>(&widget))
+        nameTabs(*bar);
+    if (dv_holdsCues(widget.accessibleName()))
+        widget.setAccessibleName(dv_stringByRemovingCues(widget.accessibleName()));
+    if (dv_holdsCues(widget.accessibleDescription()))
+        widget.setAccessibleDescription(dv_stringByRemovingCues(widget.accessibleDescription()));
+    if (dv_holdsCues(widget.whatsThis()))
+        dv_cleanProperty(widget, "whatsThis");
+    const auto given = m_given.find(&widget);
+    const bool isKnown = given != m_given.end();
+    const QString sources = sourcesOf(widget);
+    if (isKnown ? given->sources == sources : !dv_holdsCues(sources))
+        return;
+    if (!isKnown)
+        QObject::connect(&widget, &QObject::destroyed, &widget,
+                         [this, gone = &widget] { m_given.remove(gone); });
+    Given &mine = isKnown ? *given : m_given[&widget];
+    mine.sources = sources;
+    name(widget, mine);
+}
+
+// What the tools would read is asked of Qt, after what we gave was taken back.
+void DVCleanNames::name(QWidget &widget, Given &given)
+{
+    if (!given.name.isNull() && widget.accessibleName() == given.name)
+        widget.setAccessibleName({});
+    if (!given.description.isNull() && widget.accessibleDescription() == given.description)
+        widget.setAccessibleDescription({});
+    given.name = given.description = QString();
+    const QString shownName = said(widget, QAccessible::Name);
+    if (dv_holdsCues(shownName)) {
+        given.name = dv_stringByRemovingCues(shownName);
+        widget.setAccessibleName(given.name);
+    }
+    const QString shownDescription = said(widget, QAccessible::Description);
+    if (dv_holdsCues(shownDescription)) {
+        given.description = dv_stringByRemovingCues(shownDescription);
+        widget.setAccessibleDescription(given.description);
+    }
+}

@@ -1,0 +1,29 @@
+// DVCleanNames: names and descriptions for accessibility tools, without markers.
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+class QWidget;
+
+// Tools read a widget's accessible name, and where it has none its text. What shows a marked text gets that
+// text without markers as its name; it loses it again when it shows another. A name that the host gave is
+// only cleaned. There is no place for a wrapper round Qt's own accessible interfaces: they are made by
+// functions that nobody can call but Qt, which keeps one for each object.
+class DVCleanNames
+{
+public:
+    // Looks again when something changed since the last time. Cheap then otherwise.
+    void follow(QWidget &widget);
+
+private:
+    struct Given
+    {
+        QString sources; // what the name was made of
+        QString name;    // null: the name is the host's, or none
+        QString description;
+    };
+    void name(QWidget &widget, Given &given);
+
+    QHash<const QWidget *, Given> m_given;
+};

@@ -1,0 +1,9 @@
+// The text fields of Qt Quick that hold clean text.
+#pragma once
+
+class QObject;
+class QWindow;
+
+// The fields of a QQuickWindow, TextField, TextArea and what they are made of, hold clean text for as long as
+// `context` lives, also those that come later. Bindings stay alive. Nothing happens for other windows.
+void dv_followQuickWindow(QWindow &window, QObject &context);

@@ -1,0 +1,264 @@
+#include "DVCleanTexts.h"
+
+#include "DVCleanClipboard.h"
+#include "DVCleanFields.h"
+#include "DVCleanNames.h"
+#include "DVCleanQuick.h"
+#include "DVInterfaceTexts.h"
+
+#include <QAbstractSpinBox>
+#include <QAction>
+#include <QActionEvent>
+#include <QApplication>
+#include <QComboBox>
+#include <QDrag>
+#include <QEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QSignalBlocker>
+#include <QSystemTrayIcon>
+#include <QTextEdit>
+#include <QToolBar>
+#include <QWindow>
+
+#include <utility>
+
+namespace {
+
+bool isOurs(const QWidget &widget)
+{
+    return widget.window()->inherits("DVOverlayWindow");
+}
+
+// A line edit that is part of a spin box shows what the box makes of its value: Qt would not know its own
+// prefix again.
+bool isPartOfSpinBox(const QLineEdit &edit)
+{
+    return qobject_cast<QAbstractSpinBox *>(edit.parentWidget());
+}
+
+void cleanNow(QWidget &widget, DVTelling telling)
+{
+    if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
+        if (!isPartOfSpinBox(*edit))
+            dv_cleanLineEdit(*edit, telling);
+    } else if (auto *rich = qobject_cast<QTextEdit *>(&widget)) {
+        dv_cleanTextEdit(*rich, telling);
+    } else if (auto *plain = qobject_cast<QPlainTextEdit *>(&widget)) {
+        dv_cleanPlainTextEdit(*plain, telling);
+    } else if (auto *box = qobject_cast<QAbstractSpinBox *>(&widget)) {
+        dv_cleanSpinBox(*box);
+    }
+}
+
+} // namespace
+
+DVCleanTexts::DVCleanTexts()
+    : m_names(std::make_unique<DVCleanNames>())
+{
+    Q_ASSERT(qobject_cast<QApplication *>(QCoreApplication::instance()));
+    qApp->installEventFilter(this);
+    followClipboard();
+    connect(qApp, &QGuiApplication::applicationDisplayNameChanged, this,
+            [] { dv_cleanProperty(*qApp, "applicationDisplayName"); });
+    const QWidgetList widgets = QApplication::allWidgets();
+    for (QWidget *widget : widgets) {
+        if (widget->testAttribute(Qt::WA_WState_Polished))
+            polished(*widget);
+    }
+    const QWindowList windows = QGuiApplication::allWindows();
+    for (QWindow *window : windows)
+        followWindow(*window);
+    sweep();
+}
+
+DVCleanTexts::~DVCleanTexts() = default;
+
+bool DVCleanTexts::eventFilter(QObject *watched, QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::ChildAdded:
+        if (QGuiApplication::mouseButtons() != Qt::NoButton)
+            childAdded(static_cast<QChildEvent *>(event)->child());
+        break;
+    case QEvent::PlatformSurface:
+    case QEvent::Expose:
+        if (auto *window = qobject_cast<QWindow *>(watched))
+            followWindow(*window);
+        break;
+    case QEvent::LanguageChange:
+        if (watched == qApp)
+            QMetaObject::invokeMethod(this, &DVCleanTexts::sweep, Qt::QueuedConnection);
+        break;
+    case QEvent::Polish:
+    case QEvent::Paint:
+    case QEvent::Show:
+    case QEvent::FocusIn:
+    case QEvent::WindowTitleChange:
+    case QEvent::ToolTipChange:
+    case QEvent::ActionAdded:
+    case QEvent::ActionChanged:
+        if (watched->isWidgetType() && !isOurs(*static_cast<QWidget *>(watched)))
+            filterWidget(*static_cast<QWidget *>(watched), *event);
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void DVCleanTexts::filterWidget(QWidget &widget, const QEvent &event)
+{
+    switch (event.type()) {
+    case QEvent::Polish:
+        polished(widget);
+        break;
+    case QEvent::WindowTitleChange:
+        dv_cleanProperty(widget, "windowTitle");
+        break;
+    case QEvent::ToolTipChange:
+        m_names->follow(widget);
+        break;
+    case QEvent::ActionAdded:
+    case QEvent::ActionChanged: {
+        QAction *action = static_cast<const QActionEvent &>(event).action();
+        if (qobject_cast<QToolBar *>(&widget) && event.type() == QEvent::ActionAdded)
+            dv_localizeInterfaceText(*action);
+        if (qobject_cast<QMenu *>(&widget) || qobject_cast<QMenuBar *>(&widget))
+            cleanAction(action);
+        break;
+    }
+    case QEvent::Show:
+        if (widget.isWindow())
+            sweep();
+        [[fallthrough]];
+    default:
+        beforePaint(widget);
+    }
+}
+
+void DVCleanTexts::polished(QWidget &widget)
+{
+    if (isOurs(widget))
+        return;
+    dv_localizeInterfaceTexts(widget);
+    cleanNow(widget, DVTelling::Nobody);
+    dv_cleanProperty(widget, "windowTitle");
+    if (qobject_cast<QMenu *>(&widget) || qobject_cast<QMenuBar *>(&widget)) {
+        const auto actions = widget.actions();
+        for (QAction *action : actions)
+            cleanAction(action);
+    }
+    follow(widget);
+    followEntries(widget);
+    m_names->follow(widget);
+}
+
+// What no signal told of, before anybody sees it.
+void DVCleanTexts::beforePaint(QWidget &widget)
+{
+    followEntries(widget);
+    if (auto *box = qobject_cast<QAbstractSpinBox *>(&widget))
+        dv_cleanSpinBox(*box);
+    m_names->follow(widget);
+}
+
+void DVCleanTexts::follow(QWidget &widget)
+{
+    const auto again = [&widget] { cleanNow(widget, DVTelling::Listeners); };
+    if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
+        if (!isPartOfSpinBox(*edit))
+            connect(edit, &QLineEdit::textChanged, this, again);
+    } else if (auto *rich = qobject_cast<QTextEdit *>(&widget)) {
+        connect(rich, &QTextEdit::textChanged, this, again);
+    } else if (auto *plain = qobject_cast<QPlainTextEdit *>(&widget)) {
+        connect(plain, &QPlainTextEdit::textChanged, this, again);
+    }
+}
+
+// A combo box says nothing when it gets another model.
+void DVCleanTexts::followEntries(QWidget &widget)
+{
+    auto *box = qobject_cast<QComboBox *>(&widget);
+    if (!box || !box->model() || m_entries.value(box) == box->model())
+        return;
+    if (!m_entries.contains(box))
+        connect(box, &QObject::destroyed, this, [this, box] { m_entries.remove(box); });
+    m_entries.insert(box, box->model());
+    const auto again = [alive = QPointer<QComboBox>(box)] {
+        if (alive)
+            dv_cleanEntries(*alive);
+    };
+    connect(box->model(), &QAbstractItemModel::rowsInserted, this, again);
+    connect(box->model(), &QAbstractItemModel::dataChanged, this, again);
+    const QSignalBlocker quiet(box);
+    dv_cleanEntries(*box);
+}
+
+void DVCleanTexts::followWindow(QWindow &window)
+{
+    if (window.inherits("QWidgetWindow")) // its widget sees to it
+        return;
+    connect(&window, &QWindow::windowTitleChanged, this, &DVCleanTexts::cleanTitle, Qt::UniqueConnection);
+    dv_cleanProperty(window, "title");
+    dv_followQuickWindow(window, *this);
+}
+
+void DVCleanTexts::cleanTitle()
+{
+    dv_cleanProperty(*sender(), "title");
+}
+
+void DVCleanTexts::followClipboard()
+{
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    connect(clipboard, &QClipboard::changed, this,
+            [clipboard](QClipboard::Mode mode) { dv_cleanClipboard(*clipboard, mode); });
+    dv_cleanClipboard(*clipboard, QClipboard::Clipboard);
+    dv_cleanClipboard(*clipboard, QClipboard::Selection);
+}
+
+// Menus may be shown by the system, and accessibility tools read an action's own text.
+void DVCleanTexts::cleanAction(QAction *action)
+{
+    dv_cleanProperty(*action, "text");
+    dv_cleanProperty(*action, "iconText");
+    dv_cleanProperty(*action, "toolTip");
+}
+
+// While it is being added a child is nothing but a QObject, so it is looked at later: a drag runs an event
+// loop.
+void DVCleanTexts::childAdded(QObject *child)
+{
+    m_newChildren.append(child);
+    if (std::exchange(m_isPosted, true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_isPosted = false;
+            const auto children = std::exchange(m_newChildren, {});
+            for (const QPointer<QObject> &added : children) {
+                if (auto *drag = qobject_cast<QDrag *>(added.data()))
+                    dv_cleanDrag(*drag);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+// What tells nobody when it changes.
+void DVCleanTexts::sweep()
+{
+    dv_cleanProperty(*qApp, "applicationDisplayName");
+    QObjectList roots = {qApp};
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows)
+        roots.append(window);
+    for (const QObject *root : std::as_const(roots)) {
+        const auto icons = root->findChildren<QSystemTrayIcon *>();
+        for (QSystemTrayIcon *icon : icons)
+            dv_cleanProperty(*icon, "toolTip");
+    }
+}
