@@ -28,7 +28,8 @@ bool isModifier(QStringView text)
 bool isFunctionKey(QStringView text)
 {
     constexpr int last = 35;
-    if (text.size() < 2 || text.size() > 3 || text.front().toUpper() != u'F' || text[1] == u'0')
+    if (text.size() < 2 || text.size() > 3 || text.front().toUpper() != u'F' || text[1] < u'1' ||
+        text[1] > u'9')
         return false;
     bool isNumber = false;
     const int number = text.sliced(1).toInt(&isNumber);
@@ -143,7 +144,8 @@ bool isDateField(QChar letter, qsizetype length)
 struct DateFields
 {
     int fields = 0;
-    int shortOnes = 0;     // of one letter
+    int shortOnes = 0; // of one letter
+    bool quoted = false;
     bool touching = false; // two without anything between, one of them of one letter: a word
 };
 
@@ -182,6 +184,7 @@ bool readDateFields(QStringView text, DateFields *found)
         const QChar c = text[at];
         if (c == u'\'' && behindQuote(text, at) > 0) {
             at = behindQuote(text, at);
+            found->quoted = true;
             before = 0;
         } else if (isDateSeparator(c) || (c == u'T' && before > 0 && at + 1 < text.size()) ||
                    (c == u'Z' && found->fields > 2 && at + 1 == text.size())) {
@@ -264,7 +267,7 @@ bool dv_looksLikeDateFormat(QStringView text)
     DateFields found;
     if (!readDateFields(text, &found) || found.touching)
         return false;
-    return found.fields > 1 || found.shortOnes == 0;
+    return found.fields > 1 || found.shortOnes == 0 || found.quoted;
 }
 
 bool dv_looksLikeNumberFormat(QStringView text)
