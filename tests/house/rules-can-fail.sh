@@ -74,6 +74,30 @@ library 'void dv_ours() {} void dv_theirs(long) {}'
 expect rejects "a name whose parameters changed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
 library 'void dv_ours() {} void dv_theirs(int) {} void dv_more() {}'
 expect rejects "a name that is not listed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
+expect accepts "a name of the private list" "$here/exports.sh" "$tree/lib.so" "$tree/listed" <(echo 'dv_more()') dv_release
+
+# private: LIBRARY_SOURCE REVIEW_SOURCE [LINK_OPTION...]: asks whether their border holds.
+private() {
+    local source=$1 review=$2
+    shift 2
+    library "extern \"C\" int dv_release; int dv_release = 1; $source" "$@"
+    cp "$tree/lib.so" "$tree/core.so"
+    library "extern \"C\" int dv_release; void DV_inside(); void DV_other(); $review" "$tree/core.so"
+    "$here/private-exports.sh" "$tree/core.so" "$tree/lib.so" "$tree/promised" "$tree/private" dv_release
+}
+echo 'dv_promised()' >"$tree/promised"
+echo 'DV_inside()' >"$tree/private"
+inside='void DV_inside() {}'
+uses='int *release = &dv_release; void review() { DV_inside(); }'
+expect accepts "a private name that is used" private "$inside" "$uses"
+expect rejects "a private name that nobody uses" private "$inside" 'int *release = &dv_release;'
+expect rejects "a library that runs with any release" private "$inside" 'void review() { DV_inside(); }'
+expect rejects "calls of its own through a table" private "$inside void DV_caller() { DV_inside(); }" "$uses"
+expect accepts "calls of its own that are bound" private "$inside void DV_caller() { DV_inside(); }" "$uses" -Wl,-Bsymbolic-functions
+echo 'DV_inside()' >"$tree/promised"
+expect rejects "a name that is promised and private" private "$inside" "$uses"
+echo 'DV_data' >"$tree/private"
+expect rejects "private data" private 'int DV_data = 1;' 'int *release = &dv_release; extern int DV_data; int *data = &DV_data;'
 library 'void dv_ours() {}' -Wl,--no-as-needed -ldl -lrt -lpthread -lresolv
 expect rejects "a dependency that is not on the list" "$here/dependencies.sh" "$tree/lib.so"
 

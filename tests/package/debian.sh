@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# debian.sh SOURCE BUILD QUICK KEYCHAIN CMAKE_ARGUMENT...: makes the Debian packages, looks into them, and builds an
-# application against what they hold, without installing them.
+# debian.sh SOURCE BUILD QUICK KEYCHAIN REVIEW CMAKE_ARGUMENT...: makes the Debian packages, looks into them, and builds
+# an application against what they hold, without installing them.
 . "$(dirname "$0")/common.sh"
-source=$1 build=$2 quick=$3 keychain=$4
-shift 4
+source=$1 build=$2 quick=$3 keychain=$4 review=$5
+shift 5
 out=$build/out root=$build/root
 quietly env BUILD="$build" OUT="$out" "$source/scripts/package" "$@"
 
@@ -20,6 +20,7 @@ depends() { # PACKAGE TEXT...: each of them is among its dependencies
 packages=(libdorvane1 libdorvane-dev dorvane-tools)
 [ "$quick" != installed ] || packages+=(libdorvane-quick1)
 [ "$keychain" != installed ] || packages+=(libdorvane-keychain1)
+[ "$review" != installed ] || packages+=(libdorvane-review1)
 made=$(cd "$out" && printf '%s\n' *.deb | sed 's/_.*//' | sort)
 [ "$made" = "$(printf '%s\n' "${packages[@]}" | sort)" ] || fail "The packages are $made"
 
@@ -53,6 +54,10 @@ fi
 if [ "$keychain" = installed ]; then
     depends libdorvane-keychain1 "libdorvane1 (= $version)" 'libqt6keychain1 (' 'libsecret-1-0'
     depends libdorvane-dev "libdorvane-keychain1 (= $version)"
+fi
+if [ "$review" = installed ]; then
+    depends libdorvane-review1 "libdorvane1 (= $version)" 'libqt6widgets6 ('
+    depends libdorvane-dev "libdorvane-review1 (= $version)"
 fi
 gzip -t "$root/usr/share/man/man1/dorvane.1.gz"
 [ "$(in_new_home "$root/usr/bin/dorvane" --version)" = "dorvane $version" ] || fail "the packaged tool does not run"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# missing.sh PREFIX BUILD QUICK KEYCHAIN CMAKE_ARGUMENT...: what is not there says so, and what to do. QUICK and
-# KEYCHAIN are the states of the components of these names in PREFIX, "installed" or "missing".
+# missing.sh PREFIX BUILD QUICK KEYCHAIN REVIEW CMAKE_ARGUMENT...: what is not there says so, and what to do. QUICK,
+# KEYCHAIN and REVIEW are the states of the components of these names in PREFIX, "installed" or "missing".
 . "$(dirname "$0")/common.sh"
 prefix=$1 build=$2
-declare -A state=([Quick]=$3 [Keychain]=$4)
-shift 4
+declare -A state=([Quick]=$3 [Keychain]=$4 [Review]=$5)
+shift 5
 arguments=(-DCMAKE_PREFIX_PATH="$prefix" "$@")
 
 # configure COMPONENTS VERSION: prints all that CMake says, in one line; its status is CMake's.
@@ -28,10 +28,6 @@ accepted() { # COMPONENTS VERSION TEXT
     [[ $said == *"$3"* ]] || fail "find_package(Dorvane $2 REQUIRED $1) said: $said"
 }
 
-not_built="has no component Review: in-app review is not built yet in any installation of this version."
-refused "COMPONENTS;Review" 1.4 "$not_built"
-accepted "OPTIONAL_COMPONENTS;Review" 1.4 "$not_built"
-accepted "OPTIONAL_COMPONENTS;Review" 1.4 "Review: FALSE"
 refused "COMPONENTS;Kwik" 1.4 "Dorvane has no component Kwik. Its components are Quick, Keychain and Review"
 refused "" 2.0 'compatible with requested version'
 refused "" 1.99 'compatible with requested version'
@@ -43,4 +39,14 @@ for component in "${!state[@]}"; do
     else
         accepted "COMPONENTS;$component" 1.4 "$component: TRUE"
     fi
+done
+
+# Each is left out once.
+rm -rf "$build.prefix"
+cp -r "$prefix" "$build.prefix"
+arguments[0]=-DCMAKE_PREFIX_PATH=$build.prefix
+for component in "${!state[@]}"; do
+    [ "${state[$component]}" = installed ] || continue
+    rm "$build.prefix"/lib*/cmake/Dorvane/Dorvane"$component"Targets.cmake
+    refused "COMPONENTS;$component" 1.4 "configure Dorvane with -DDORVANE_BUILD_${component^^}=ON and install it again."
 done
