@@ -1,6 +1,8 @@
 // The one logging rule of the library.
 #pragma once
 
+#include "DVPrivateExport.h"
+
 #include <QString>
 
 #include <utility>
@@ -12,11 +14,11 @@
 // info), so the host's message handler may run: do not call these while holding a lock. What that handler, or
 // an observer of "log", makes the library log in turn is dropped.
 void dv_logInfo(const QString &message);
-void dv_logDebug(const QString &message);
+DORVANE_PRIVATE_EXPORT void dv_logDebug(const QString &message);
 
 // Whether a debug message would reach anybody: two relaxed loads. Use it, or the form below, where
 // making the text costs something.
-bool dv_wantsDebugLog();
+DORVANE_PRIVATE_EXPORT bool dv_wantsDebugLog();
 
 // `make` returns the text and is called only when somebody listens.
 template<typename Make> void dv_logDebugLazily(Make &&make)

@@ -1,6 +1,8 @@
 // DVState: the run-time state that every floor reads.
 #pragma once
 
+#include "DVPrivateExport.h"
+
 #include <QMutex>
 #include <QString>
 
@@ -11,7 +13,7 @@
 class DVState
 {
 public:
-    static DVState &shared();
+    DORVANE_PRIVATE_EXPORT static DVState &shared();
 
     std::atomic<bool> appLaunched = false;
     std::atomic<bool> log = false;

@@ -4,6 +4,7 @@
 #include "DVBaseLocaleStrings.h"
 #include "DVLocaleStrings.h"
 #include "DVPluralForm.h"
+#include "DVPrivateExport.h"
 #include "DVState.h"
 #include "DVWorkflowStep.h"
 
@@ -30,7 +31,7 @@ class DVMainController
 public:
     using Completion = std::function<void(bool success)>;
 
-    static DVMainController &sharedInstance();
+    DORVANE_PRIVATE_EXPORT static DVMainController &sharedInstance();
 
     // Views on DVState, where lower floors read them.
     QString appId() const { return DVState::shared().appId(); }

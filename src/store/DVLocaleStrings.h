@@ -1,6 +1,7 @@
 // DVLocaleStrings: every string of one locale that the library serves, its files and their dates.
 #pragma once
 
+#include "DVPrivateExport.h"
 #include "DVStringLayers.h"
 #include "DVTransfer.h"
 #include "DVXliffWriter.h"
@@ -149,7 +150,7 @@ public:
     // markers and line feeds; of several keys with one text the first by name is found.
     void extractUIStrings();
     const QHash<QString, QString> &nibStrings() const; // text to key
-    QString keyForIBString(const QString &text) const;
+    DORVANE_PRIVATE_EXPORT QString keyForIBString(const QString &text) const;
 
     // Locales with a published file for this version of the application; with a packaged file. By name.
     static QList<DVLocale> localesOnDevice();

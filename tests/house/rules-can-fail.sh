@@ -74,7 +74,10 @@ library 'void dv_ours() {} void dv_theirs(long) {}'
 expect rejects "a name whose parameters changed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
 library 'void dv_ours() {} void dv_theirs(int) {} void dv_more() {}'
 expect rejects "a name that is not listed" "$here/exports.sh" "$tree/lib.so" "$tree/listed"
-expect accepts "a name of the private list" "$here/exports.sh" "$tree/lib.so" "$tree/listed" <(echo 'dv_more()') dv_release
+printf '%s\n' 'dv_more()' >"$tree/private"
+expect rejects "a name of the private list without the release" "$here/exports.sh" "$tree/lib.so" "$tree/listed" "$tree/private" dv_release
+library 'extern "C" int dv_release; int dv_release; void dv_ours() {} void dv_theirs(int) {} void dv_more() {}'
+expect accepts "a name of the private list" "$here/exports.sh" "$tree/lib.so" "$tree/listed" "$tree/private" dv_release
 
 # private: LIBRARY_SOURCE REVIEW_SOURCE [LINK_OPTION...]: asks whether their border holds.
 private() {
