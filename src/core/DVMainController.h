@@ -88,9 +88,11 @@ public:
 
     // Reverse lookups of a text shown on screen; null when no string made it.
     DVStringPtr dorvaneStringForLocalizedString(const QString &text) const;
-    // `values` (may be null): in, the values of empty nested strings; out, the values of all arguments.
+    // `values` (may be null): in, what the empty nested strings in the arguments stand for, from left to
+    // right; out, what fills each argument, also one that is empty. Inside a longer argument a nested string
+    // goes in as its text.
     DVStringPtr dorvaneStringWithNonNestedString(const QString &text,
-                                                 std::optional<QStringList> *values) const;
+                                                 std::optional<QList<DVStringValue>> *values) const;
     // Any thread.
     QString pluralizedStringWithKey(const QString &key, const DVNumber &value) const;
 

@@ -3,6 +3,76 @@
 #include "DVLog.h"
 #include "DVLookup.h"
 #include "DVMainController.h"
+#include "DVNestedPieces.h"
+
+namespace {
+
+QString textOf(const DVStringValue &value)
+{
+    const DVStringPtr *string = std::get_if<DVStringPtr>(&value);
+    if (!string)
+        return std::get<QString>(value);
+    return *string ? (*string)->localizedFormat : QString();
+}
+
+// What fills the arguments of a text in which nested strings are empty.
+class ArgumentValues
+{
+public:
+    ArgumentValues(const QString &text, const std::optional<QList<DVStringValue>> &nested)
+        : m_text(text)
+        , m_nested(nested)
+    {}
+
+    QList<DVStringValue> all()
+    {
+        QList<DVStringValue> values;
+        for (const QStringView argument : dv_argumentsInString(m_text)) {
+            if (const auto value = valueOf(argument))
+                values.append(*value);
+        }
+        return values;
+    }
+
+private:
+    std::optional<DVStringValue> valueOf(QStringView argument)
+    {
+        if (!m_nested || !argument.contains(emptyNested))
+            return argument.toString();
+        if (argument == emptyNested)
+            return nextNested();
+        QString filled;
+        for (qsizetype found = argument.indexOf(emptyNested); found >= 0;
+             found = argument.indexOf(emptyNested)) {
+            filled += argument.first(found);
+            filled += textOf(nextNested().value_or(emptyNested.toString()));
+            argument = argument.sliced(found + emptyNested.size());
+        }
+        return QString(filled + argument);
+    }
+
+    std::optional<DVStringValue> nextNested()
+    {
+        if (m_next < m_nested->size())
+            return m_nested->at(m_next++);
+        dv_logDebugLazily([this] {
+            QStringList nested;
+            for (const DVStringValue &value : *m_nested)
+                nested.append(textOf(value));
+            return QStringLiteral("Nested string out of bounds %1 (%2)")
+                .arg(m_text, nested.join(QStringLiteral(", ")));
+        });
+        return {};
+    }
+
+    static constexpr QStringView emptyNested = dv_emptyNestedString;
+
+    const QString &m_text;
+    const std::optional<QList<DVStringValue>> &m_nested;
+    qsizetype m_next = 0;
+};
+
+} // namespace
 
 DVStringPtr DVMainController::dorvaneStringForLocalizedString(const QString &text) const
 {
@@ -19,29 +89,14 @@ DVStringPtr DVMainController::dorvaneStringForLocalizedString(const QString &tex
     return m_baseLocaleStrings ? m_baseLocaleStrings->dorvaneStringForLocalizedString(hash) : nullptr;
 }
 
-DVStringPtr DVMainController::dorvaneStringWithNonNestedString(const QString &text,
-                                                               std::optional<QStringList> *values) const
+DVStringPtr
+DVMainController::dorvaneStringWithNonNestedString(const QString &text,
+                                                   std::optional<QList<DVStringValue>> *values) const
 {
-    static const QString emptyNested = QStringLiteral("\u200B\u2062");
-    const QStringList *supplied = values && *values ? &**values : nullptr;
-    QStringList collected;
-    qsizetype next = 0;
-    const QString emptied =
-        dv_enumerateCuesUsingBlock(text, [&](const QString &argument) -> std::optional<QString> {
-            if (!supplied || argument != emptyNested)
-                collected.append(argument);
-            else if (next < supplied->size())
-                collected.append(supplied->at(next++));
-            else
-                dv_logDebugLazily([&] {
-                    return QStringLiteral("Nested string out of bounds %1 (%2)")
-                        .arg(text, supplied->join(QStringLiteral(", ")));
-                });
-            return QString();
-        });
-    const DVStringPtr string = dorvaneStringForLocalizedString(emptied);
+    const DVStringPtr string = dorvaneStringForLocalizedString(
+        dv_enumerateCuesUsingBlock(text, [](const QString &) { return std::nullopt; }));
     if (values)
-        *values = collected;
+        *values = ArgumentValues(text, *values).all();
     return string;
 }
 

@@ -231,6 +231,20 @@ QList<DVTextRun> dv_runsInString(QStringView text)
     return runs;
 }
 
+QList<QStringView> dv_argumentsInString(QStringView text)
+{
+    QList<QStringView> arguments;
+    for (;;) {
+        const qsizetype start = text.indexOf(argumentStart);
+        if (start < 0)
+            return arguments;
+        const qsizetype end = text.indexOf(argumentEnd, start);
+        const qsizetype stop = end < 0 ? text.size() : end;
+        arguments.append(text.sliced(start + 1, stop - start - 1));
+        text = end < 0 ? QStringView() : text.sliced(end + 1);
+    }
+}
+
 // The pieces end from the inside out, so one pass with the open starts at hand finds each piece's end and
 // depth. Whoever removes matched pairs from a list instead pays for every removal.
 QList<DVEditionItem> dv_localizedStringsInString(const QString &text)

@@ -3,6 +3,7 @@
 
 #include "DVCue.h"
 #include "DVPrivateExport.h"
+#include "DVString.h"
 
 #include <QList>
 #include <QString>
@@ -18,6 +19,10 @@ struct DVEditionItem
     qsizetype location = 0; // range in it
     qsizetype length = 0;
     int level = 0; // nesting depth, 1 for outermost
+    // Of the string that made the piece, where somebody looked it up: its group, and the name of the form
+    // whose text it is (null for a string without plurals).
+    DVStringGroupPtr targetString = {};
+    QString pluralForm = {};
 
     // The piece, markers included.
     QString string() const { return text.mid(location, length); }
@@ -48,6 +53,10 @@ struct DVTextRun
     bool isArgument = false;
 };
 QList<DVTextRun> dv_runsInString(QStringView text);
+
+// What the arguments of a text hold, in order, also those that hold nothing. An argument without an end
+// marker reaches to the text's end.
+QList<QStringView> dv_argumentsInString(QStringView text);
 
 // The marked pieces of a displayed text, rightmost first. A text with a single piece is taken whole,
 // with what stands around its markers. Where the first start marker was cut off it is put back, and

@@ -109,7 +109,10 @@ void DVStringGroup::addStringForm(const DVStringPtr &form)
     if (key.isNull())
         key = form->key;
     hasPlurals = !form->pluralForm.isNull();
-    pluralForms.insert(hasPlurals ? form->pluralForm : nameOfSingleForm(), form);
+    DVStringPtr &place = pluralForms[hasPlurals ? form->pluralForm : nameOfSingleForm()];
+    if (place && place != form)
+        m_replacedForms.append(place);
+    place = form;
     form->group = weak_from_this();
 }
 
@@ -154,9 +157,15 @@ QList<DVStringPtr> DVStringGroup::sortedForms() const
 DVStringGroupPtr DVStringGroup::copy() const
 {
     auto result = std::make_shared<DVStringGroup>(*this);
+    result->m_replacedForms.clear();
     for (auto &form : result->pluralForms)
         form = form->copy();
     return result;
+}
+
+DVStringPtr dv_sharedForm(const DVStringGroupPtr &group, const DVStringPtr &form)
+{
+    return form ? DVStringPtr(group, form.get()) : nullptr;
 }
 
 QString DVStringGroup::description() const

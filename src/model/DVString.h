@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <optional>
+#include <variant>
 
 class DVStringGroup;
 using DVStringGroupPtr = std::shared_ptr<DVStringGroup>;
@@ -42,6 +43,9 @@ public:
 };
 using DVStringPtr = std::shared_ptr<DVString>;
 
+// What filled an argument of a string: a text of the host's, or another string.
+using DVStringValue = std::variant<QString, DVStringPtr>;
+
 // QString::toLower in a time that grows with the length of the text only.
 QString dv_lowerCased(const QString &text);
 
@@ -68,7 +72,8 @@ public:
     QString rejectDescription;
     quint32 status = DVStringStatusNone;
 
-    // The group must be owned by a shared_ptr: the form's link back to it is weak.
+    // The group must be owned by a shared_ptr: the form's link back to it is weak. A form that it replaces
+    // lives as long as the group, which is all that dv_sharedForm() keeps alive.
     void addStringForm(const DVStringPtr &form);
     // A null name means "other" with plurals, else "none". Not strict: falls back to "other", then
     // to the first form in the categories' order of presentation.
@@ -83,4 +88,11 @@ public:
     // Forms are copied too; their links to a group are left empty.
     DVStringGroupPtr copy() const;
     QString description() const;
+
+private:
+    QList<DVStringPtr> m_replacedForms;
 };
+
+// A form of the group as it is handed out: it keeps its group, too, whatever becomes of the store. Not to be
+// added to a group.
+DVStringPtr dv_sharedForm(const DVStringGroupPtr &group, const DVStringPtr &form);

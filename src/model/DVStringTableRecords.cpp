@@ -111,7 +111,8 @@ DVStringPtr DVStringTable::stringForLocalizedHash(const QString &hash, const Key
         const QString name = form.category == uint8_t(DVPluralCategory::None)
                                  ? dv_pluralCategoryName(DVPluralCategory::None)
                                  : pluralFormOf(form, d->block.detailsOf(form));
-        return d->groupOf(found->record)->pluralForms.value(name);
+        const DVStringGroupPtr group = d->groupOf(found->record);
+        return dv_sharedForm(group, group->pluralForms.value(name));
     }
     return nullptr;
 }

@@ -16,7 +16,7 @@ DVStringGroupPtr DVLocaleStrings::dorvaneStringGroupForKey(const QString &key) c
 DVStringPtr DVLocaleStrings::dorvaneStringForKey(const QString &key, const QString &plural) const
 {
     const DVStringGroupPtr group = dorvaneStringGroupForKey(key);
-    return group ? group->stringForPluralForm(plural, false) : nullptr;
+    return group ? dv_sharedForm(group, group->stringForPluralForm(plural, false)) : nullptr;
 }
 
 QString DVLocaleStrings::localizedStringForKey(const QString &key, const QString &plural) const
@@ -57,7 +57,7 @@ DVStringPtr DVLocaleStrings::findLocalizedString(const QString &hash, const DVSt
         for (const QString &name : std::as_const(names)) {
             const DVStringPtr form = group->pluralForms.value(name);
             if (form && form->localizedHash == hash)
-                return form;
+                return dv_sharedForm(group, form);
         }
     }
     return nullptr;
@@ -73,7 +73,7 @@ DVStringPtr DVLocaleStrings::dorvaneStringForLocalizedString(const QString &hash
     // A text that was shown before its string was edited: whoever edits it again goes on from the edit.
     const DVStringGroupPtr edited = m_dirtyStrings.value(loaded->key);
     const DVStringPtr form = edited ? edited->stringForPluralForm(loaded->pluralForm, true) : nullptr;
-    return form ? form : loaded;
+    return form ? dv_sharedForm(edited, form) : loaded;
 }
 
 // All at once

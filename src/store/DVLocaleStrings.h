@@ -133,7 +133,8 @@ public:
     // Removes every edit, discarded edit, review file and status of all locales and versions from the device.
     static void removeReviewFromDevice();
 
-    // Dirty strings come first in all of them, while editing is enabled or where it says so.
+    // Dirty strings come first in all of them, while editing is enabled or where it says so. A form keeps its
+    // group, also when this store is gone.
     DVStringGroupPtr dorvaneStringGroupForKey(const QString &key) const;
     DVStringPtr dorvaneStringForKey(const QString &key, const QString &plural) const;
     // Null when there is no such string.

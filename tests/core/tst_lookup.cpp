@@ -371,15 +371,25 @@ void tst_Lookup::valuesOfArguments()
     };
     const QString nested = u"\u200B\u2062"_qs;
 
-    std::optional<QStringList> values;
+    using Values = QList<DVStringValue>;
+    std::optional<Values> values;
     QVERIFY(controller.dorvaneStringWithNonNestedString(displayed(u"un"_qs, u"deux"_qs), &values));
-    QCOMPARE(values.value(), (QStringList{u"un"_qs, u"deux"_qs}));
-    values = QStringList{u"imbriqué"_qs};
+    QCOMPARE(values.value(), (Values{u"un"_qs, u"deux"_qs}));
+    values = Values{u"imbriqué"_qs};
     QVERIFY(controller.dorvaneStringWithNonNestedString(displayed(u"un"_qs, nested), &values));
-    QCOMPARE(values.value(), (QStringList{u"un"_qs, u"imbriqué"_qs}));
-    values = QStringList{};
+    QCOMPARE(values.value(), (Values{u"un"_qs, u"imbriqué"_qs}));
+    const auto record = controller.dorvaneStringWithNonNestedString(displayed({}, {}), nullptr);
+    values = Values{record, u"\u200Btexte\u2062"_qs, record};
+    QVERIFY(controller.dorvaneStringWithNonNestedString(
+        displayed(nested, u"(" % nested % u", " % nested % u")"), &values));
+    QCOMPARE(values.value(),
+             (Values{record, QString(u"(\u200Btexte\u2062, " % record->localizedFormat % u")")}));
+    values.reset(); // an empty argument has its place, too
+    QVERIFY(controller.dorvaneStringWithNonNestedString(displayed({}, u"deux"_qs), &values));
+    QCOMPARE(values.value(), (Values{QString(), u"deux"_qs}));
+    values = Values{};
     QVERIFY(controller.dorvaneStringWithNonNestedString(displayed(nested, u"deux"_qs), &values));
-    QCOMPARE(values.value(), QStringList{u"deux"_qs});
+    QCOMPARE(values.value(), Values{u"deux"_qs});
     QCOMPARE(host.takeLog().filter(u"Nested string out of bounds"_qs).size(), 1);
     QVERIFY(controller.dorvaneStringWithNonNestedString(displayed(u"un"_qs, u"deux"_qs), nullptr));
 }
