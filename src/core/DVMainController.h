@@ -91,8 +91,8 @@ public:
     // `values` (may be null): in, what the empty nested strings in the arguments stand for, from left to
     // right; out, what fills each argument, also one that is empty. Inside a longer argument a nested string
     // goes in as its text.
-    DVStringPtr dorvaneStringWithNonNestedString(const QString &text,
-                                                 std::optional<QList<DVStringValue>> *values) const;
+    DORVANE_PRIVATE_EXPORT DVStringPtr
+    dorvaneStringWithNonNestedString(const QString &text, std::optional<QList<DVStringValue>> *values) const;
     // Any thread.
     QString pluralizedStringWithKey(const QString &key, const DVNumber &value) const;
 

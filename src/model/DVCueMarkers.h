@@ -43,7 +43,8 @@ QString dv_stringWithCuesOfQt(const QString &text);
 // emptied). Not called for an empty argument. Markers are kept; one that ends an argument is added where
 // it is missing.
 using DVArgumentReplacement = std::function<std::optional<QString>(const QString &argument)>;
-QString dv_enumerateCuesUsingBlock(const QString &text, const DVArgumentReplacement &replacement);
+DORVANE_PRIVATE_EXPORT QString dv_enumerateCuesUsingBlock(const QString &text,
+                                                          const DVArgumentReplacement &replacement);
 
 // A text between its argument markers, in order: what stands outside of arguments, and arguments. None is
 // empty, and the argument markers are in none. An argument without an end marker reaches to the text's end.
@@ -56,14 +57,14 @@ QList<DVTextRun> dv_runsInString(QStringView text);
 
 // What the arguments of a text hold, in order, also those that hold nothing. An argument without an end
 // marker reaches to the text's end.
-QList<QStringView> dv_argumentsInString(QStringView text);
+DORVANE_PRIVATE_EXPORT QList<QStringView> dv_argumentsInString(QStringView text);
 
 // The marked pieces of a displayed text, rightmost first. A text with a single piece is taken whole,
 // with what stands around its markers. Where the first start marker was cut off it is put back, and
 // ranges and pieces are those of the text with it. Unbalanced or oddly ordered markers give an empty
 // result. Linear in the text.
-QList<DVEditionItem> dv_localizedStringsInString(const QString &text);
+DORVANE_PRIVATE_EXPORT QList<DVEditionItem> dv_localizedStringsInString(const QString &text);
 
 // Markers as "[", "]", "{", "}": for log messages.
-QString dv_stringShowingCues(const QString &text);
+DORVANE_PRIVATE_EXPORT QString dv_stringShowingCues(const QString &text);
 DORVANE_PRIVATE_EXPORT QString dv_stringByRemovingCues(const QString &text);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "DVCueMarkers.h"
+#include "DVPrivateExport.h"
 
 #include <optional>
 
@@ -21,7 +22,7 @@ inline constexpr qsizetype dv_maximumSumOfPieces = qsizetype(8) << 20;
 
 // `items` in the order of dv_localizedStringsInString(): a piece comes after those inside it. Nothing when
 // they are unreasonably long together. Linear in the text.
-std::optional<QList<DVNestedPiece>> dv_nestedPieces(const QList<DVEditionItem> &items);
+DORVANE_PRIVATE_EXPORT std::optional<QList<DVNestedPiece>> dv_nestedPieces(const QList<DVEditionItem> &items);
 
 // A text with a single piece is taken whole: here it is cut to its markers, and its range with it.
-QList<DVEditionItem> dv_croppedToMarkers(QList<DVEditionItem> items);
+DORVANE_PRIVATE_EXPORT QList<DVEditionItem> dv_croppedToMarkers(QList<DVEditionItem> items);

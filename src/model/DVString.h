@@ -39,7 +39,7 @@ public:
 
     // A new record with everything but the group.
     std::shared_ptr<DVString> copy() const;
-    QString description() const;
+    DORVANE_PRIVATE_EXPORT QString description() const;
 };
 using DVStringPtr = std::shared_ptr<DVString>;
 
@@ -77,7 +77,7 @@ public:
     void addStringForm(const DVStringPtr &form);
     // A null name means "other" with plurals, else "none". Not strict: falls back to "other", then
     // to the first form in the categories' order of presentation.
-    DVStringPtr stringForPluralForm(const QString &name, bool strict) const;
+    DORVANE_PRIVATE_EXPORT DVStringPtr stringForPluralForm(const QString &name, bool strict) const;
     // Identifier of the string without the "[category]" suffix; null without a form.
     QString uid() const;
     QList<QString> sortedPluralFormNames() const;

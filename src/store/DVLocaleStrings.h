@@ -136,7 +136,7 @@ public:
     // Dirty strings come first in all of them, while editing is enabled or where it says so. A form keeps its
     // group, also when this store is gone.
     DVStringGroupPtr dorvaneStringGroupForKey(const QString &key) const;
-    DVStringPtr dorvaneStringForKey(const QString &key, const QString &plural) const;
+    DORVANE_PRIVATE_EXPORT DVStringPtr dorvaneStringForKey(const QString &key, const QString &plural) const;
     // Null when there is no such string.
     QString localizedStringForKey(const QString &key, const QString &plural) const;
     QString localizedStringForKey(const QString &key) const;

@@ -109,7 +109,7 @@ QString described(const QList<DVStringValue> &values)
         const DVStringPtr *string = std::get_if<DVStringPtr>(&value);
         texts.append(string && *string ? (*string)->description() : std::get<QString>(value));
     }
-    return QString(u'(' % texts.join(QStringLiteral(", ")) % u')');
+    return dv_stringShowingCues(QString(u'(' % texts.join(QStringLiteral(", ")) % u')'));
 }
 
 } // namespace
@@ -176,7 +176,7 @@ void DVFoundText::lookUpAs(DVFoundPiece &found, const QString &text) const
     found.foundFormat = found.string->localizedFormat;
     dv_logDebugLazily([&] {
         return QStringLiteral("Found string %1 for localized string %2")
-            .arg(found.string->description(), text);
+            .arg(found.string->description(), dv_stringShowingCues(text));
     });
 }
 
