@@ -1,23 +1,15 @@
 #include "DVPropertyText.h"
 
+#include "DVCleanFields.h"
 #include "DVCueMarkers.h"
 
 #include <QMetaProperty>
 #include <QPointer>
 #include <QVariant>
 
-namespace {
-
-bool isMarked(const QString &text)
-{
-    return dv_stringByRemovingCues(text).size() != text.size();
-}
-
-} // namespace
-
 QString dv_markedText(const QObject *object, const DVMarkedTexts::Place &place, const QString &held)
 {
-    if (held.isEmpty() || isMarked(held))
+    if (held.isEmpty() || dv_holdsCues(held))
         return held;
     return DVMarkedTexts::markedText(object, place, held);
 }
@@ -27,7 +19,7 @@ void dv_replaceText(const DVHeldText &held, const QString &text, const QString &
     const QString marked = held.marked();
     if (marked != text || marked == newText)
         return;
-    const bool staysClean = isMarked(marked) && !isMarked(held.held);
+    const bool staysClean = dv_holdsCues(marked) && !dv_holdsCues(held.held);
     const QPointer<QObject> alive = held.object;
     held.hold(staysClean ? dv_stringByRemovingCues(newText) : newText);
     if (staysClean && alive) // the host may have deleted it when it was told

@@ -1,12 +1,13 @@
 #include "DVView.h"
 
 #include "DVWidgetKinds.h"
+#include "DVWidgetMenus.h"
 
+#include <QAction>
 #include <QWidget>
 #include <QWindow>
 
-#if defined(DORVANE_VIEWS_QUICK) && __has_include("DVQuickView.h")
-#define DORVANE_HAS_QUICK_VIEWS
+#ifdef DORVANE_VIEWS_QUICK
 #include "DVQuickView.h"
 #endif
 
@@ -14,18 +15,22 @@ DVViewPtr dv_view(QObject *object)
 {
     if (!object)
         return nullptr;
-#ifdef DORVANE_HAS_QUICK_VIEWS
-    if (DVViewPtr view = dv_quickView(object))
-        return view;
+    if (object->isWidgetType())
+        return dv_widgetView(static_cast<QWidget *>(object));
+    if (auto *action = qobject_cast<QAction *>(object))
+        return dv_actionView(action);
+#ifdef DORVANE_VIEWS_QUICK
+    return dv_quickView(object);
+#else
+    return nullptr;
 #endif
-    return object->isWidgetType() ? dv_widgetView(static_cast<QWidget *>(object)) : nullptr;
 }
 
 DVViewPtr dv_viewInWindow(QWindow *window, const QPointF &windowPoint)
 {
     if (!window)
         return nullptr;
-#ifdef DORVANE_HAS_QUICK_VIEWS
+#ifdef DORVANE_VIEWS_QUICK
     if (DVViewPtr view = dv_quickViewInWindow(window, windowPoint))
         return view;
 #endif

@@ -1,8 +1,6 @@
 // Which kind of view a widget has.
 #pragma once
 
-#include "DVView.h"
+#include "DVWidgetView.h"
 
-class QWidget;
-
-DVViewPtr dv_widgetView(QWidget *widget);
+DVWidgetViewPtr dv_widgetView(QWidget *widget);

@@ -1,9 +1,12 @@
 #include "DVWidgetLabels.h"
 
 #include "DVPropertyText.h"
+#include "DVWidgetPart.h"
+#include "DVWidgetTitles.h"
 
 #include <QLabel>
 #include <QTextDocument>
+#include <QWizard>
 
 namespace {
 
@@ -18,6 +21,19 @@ QString plainText(const QString &html)
     QTextDocument document;
     document.setHtml(html);
     return document.toPlainText();
+}
+
+// A wizard shows its page's titles in labels of its own, and gives them the texts again and again.
+void setLabelText(QLabel *label, const QString &text)
+{
+    const QString held = label->text();
+    const QWizard *wizard = dv_wizardAbove(*label);
+    QWizardPage *page = wizard ? wizard->currentPage() : nullptr;
+    if (page && !page->isAncestorOf(label) && page->title() == held)
+        return page->setTitle(text);
+    if (page && !page->isAncestorOf(label) && page->subTitle() == held)
+        return page->setSubTitle(text);
+    label->setText(text);
 }
 
 } // namespace
@@ -45,15 +61,17 @@ void DVLabelView::setOwnText(const DVViewText &text, const DVViewText &newText)
     const QPointer<QLabel> alive = target;
     const int start = target->selectionStart();
     const int length = int(target->selectedText().size());
-    dv_replacePropertyText(target, "text", text.isRich() ? text.richText : text.text,
-                           newText.isRich() ? newText.richText : newText.text);
+    dv_replaceText(
+        {target, {"text"}, target->text(), [=](const QString &held) { setLabelText(target, held); }},
+        text.isRich() ? text.richText : text.text, newText.isRich() ? newText.richText : newText.text);
     if (alive && start >= 0 && target->selectionStart() < 0)
         target->setSelection(start, length);
 }
 
-DVTextPropertyView::DVTextPropertyView(QWidget *widget, const char *property)
+DVTextPropertyView::DVTextPropertyView(QWidget *widget, const char *property, const char *second)
     : DVWidgetView(widget)
     , m_property(property)
+    , m_second(second)
 {}
 
 std::optional<DVViewText> DVTextPropertyView::ownText() const
@@ -65,4 +83,17 @@ std::optional<DVViewText> DVTextPropertyView::ownText() const
 void DVTextPropertyView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
     dv_replacePropertyText(widget(), m_property, text.text, newText.text);
+}
+
+QList<DVViewPtr> DVTextPropertyView::parts() const
+{
+    if (!m_second || widget()->property(m_second).toString().isEmpty())
+        return {};
+    return {std::make_shared<DVPropertyPart>(widget(), m_second,
+                                             [](const QWidget &shown) { return shown.rect(); })};
+}
+
+DVViewPtr DVTextPropertyView::partAt(const QPoint & /*point*/) const
+{
+    return nullptr;
 }

@@ -18,15 +18,20 @@ private:
     QLabel *label() const;
 };
 
-// One property, found by name.
-class DVTextPropertyView : public DVWidgetView
+// One property or two (`second`, or null), found by name. Where each of two is drawn nobody can tell.
+class DVTextPropertyView final : public DVWidgetView
 {
 public:
-    DVTextPropertyView(QWidget *widget, const char *property);
+    DVTextPropertyView(QWidget *widget, const char *property, const char *second);
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;
 
+protected:
+    QList<DVViewPtr> parts() const override;
+    DVViewPtr partAt(const QPoint &point) const override;
+
 private:
     const char *m_property;
+    const char *m_second;
 };

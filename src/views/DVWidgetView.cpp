@@ -2,10 +2,9 @@
 
 #include "DVWidgetKinds.h"
 #include "DVWidgetPart.h"
+#include "DVWidgetTitles.h"
 
 #include <QAbstractScrollArea>
-#include <QAbstractSpinBox>
-#include <QLineEdit>
 
 namespace {
 
@@ -13,7 +12,7 @@ namespace {
 class OwnText : public DVWidgetPart
 {
 public:
-    OwnText(QWidget *widget, std::shared_ptr<DVWidgetView> view)
+    OwnText(QWidget *widget, DVWidgetViewPtr view)
         : DVWidgetPart(widget)
         , m_view(std::move(view))
     {}
@@ -26,20 +25,8 @@ public:
     QRect rect() const override { return widget()->rect(); }
 
 private:
-    std::shared_ptr<DVWidgetView> m_view;
+    DVWidgetViewPtr m_view;
 };
-
-// Some widgets show what they have in a child that is a detail of theirs.
-QWidget *showingWidget(QWidget *widget)
-{
-    QWidget *parent = widget->parentWidget();
-    const auto *area = qobject_cast<QAbstractScrollArea *>(parent);
-    if (area && area->viewport() == widget)
-        return parent;
-    if (qobject_cast<QAbstractSpinBox *>(parent) && qobject_cast<QLineEdit *>(widget))
-        return parent;
-    return widget;
-}
 
 } // namespace
 
@@ -63,8 +50,10 @@ QList<DVViewPtr> DVWidgetView::subviews() const
         return {};
     QList<DVViewPtr> views;
     const QWidgetList children = shownChildren();
-    if (DVViewPtr part = ownTextPart(children))
-        views << part;
+    for (const DVViewPtr &part : {ownTextPart(children), dv_titlePart(m_widget)}) {
+        if (part)
+            views << part;
+    }
     views << parts();
     for (QWidget *child : children)
         views << dv_view(child);
@@ -95,9 +84,8 @@ DVViewPtr DVWidgetView::viewAt(const QPointF &windowPoint)
 
 std::optional<DVViewText> DVWidgetView::text() const
 {
-    if (!m_widget || !shownChildren().isEmpty())
-        return std::nullopt;
-    return ownText();
+    std::optional<DVViewText> own = m_widget ? ownText() : std::nullopt;
+    return own && !contains(shownChildren()) ? own : std::nullopt;
 }
 
 void DVWidgetView::setText(const DVViewText &text, const DVViewText &newText)
@@ -142,6 +130,15 @@ DVViewPtr DVWidgetView::partAt(const QPoint &point) const
     return nullptr;
 }
 
+QWidget *DVWidgetView::showingWidget(QWidget *child)
+{
+    QWidget *parent = child->parentWidget();
+    const auto *area = qobject_cast<QAbstractScrollArea *>(parent);
+    if (area && area->viewport() == child)
+        return parent;
+    return dv_widgetView(parent)->hasAsSubview(*child) ? child : parent;
+}
+
 bool DVWidgetView::hasAsSubview(const QWidget & /*child*/) const
 {
     return true;
@@ -160,9 +157,14 @@ QWidgetList DVWidgetView::shownChildren() const
     return shown;
 }
 
+bool DVWidgetView::contains(const QWidgetList &children) const
+{
+    return !children.isEmpty() || dv_titlePart(m_widget) || !parts().isEmpty();
+}
+
 DVViewPtr DVWidgetView::ownTextPart(const QWidgetList &children) const
 {
-    if (children.isEmpty() || !ownText())
+    if (!contains(children) || !ownText())
         return nullptr;
     return std::make_shared<OwnText>(m_widget, std::const_pointer_cast<DVWidgetView>(shared_from_this()));
 }
@@ -171,7 +173,11 @@ DVViewPtr DVWidgetView::partOrSelfAt(const QPoint &point)
 {
     if (DVViewPtr part = partAt(point))
         return part;
-    const DVViewPtr own = ownTextPart(shownChildren());
+    const DVViewPtr title = dv_titlePart(m_widget);
+    if (title && title->frame().contains(m_widget->mapTo(m_widget->window(), point)))
+        return title;
+    // Where its parts are not known apart, the widget stands for all of them.
+    const DVViewPtr own = parts().isEmpty() ? ownTextPart(shownChildren()) : nullptr;
     return own && m_widget->rect().contains(point) ? own : shared_from_this();
 }
 

@@ -6,6 +6,9 @@
 #include <QPointer>
 #include <QWidget>
 
+class DVWidgetView;
+using DVWidgetViewPtr = std::shared_ptr<DVWidgetView>;
+
 // Kinds of widgets derive from it and say what text they show and what parts they have.
 class DVWidgetView : public DVView, public std::enable_shared_from_this<DVWidgetView>
 {
@@ -38,7 +41,11 @@ protected:
     virtual bool hasAsSubview(const QWidget &child) const;
 
 private:
+    // A child can be a detail of how its parent shows what it has.
+    static QWidget *showingWidget(QWidget *child);
+
     QWidgetList shownChildren() const;
+    bool contains(const QWidgetList &children) const;
     DVViewPtr ownTextPart(const QWidgetList &children) const;
     DVViewPtr partOrSelfAt(const QPoint &point);
 

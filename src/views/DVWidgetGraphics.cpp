@@ -1,0 +1,104 @@
+#include "DVWidgetGraphics.h"
+
+#include "DVCleanFields.h"
+#include "DVDocumentText.h"
+#include "DVWidgetPart.h"
+
+#include <QGraphicsScene>
+#include <QGraphicsSimpleTextItem>
+#include <QGraphicsTextItem>
+#include <QGraphicsView>
+#include <QTextDocument>
+
+namespace {
+
+// Items are no objects that could be guarded: this one is asked for in the scene before it is touched.
+class SceneText final : public DVWidgetPart
+{
+public:
+    SceneText(QGraphicsView *view, QGraphicsItem *item)
+        : DVWidgetPart(view)
+        , m_item(item)
+    {}
+
+    static bool isText(const QGraphicsItem *item)
+    {
+        return item->type() == QGraphicsTextItem::Type || item->type() == QGraphicsSimpleTextItem::Type;
+    }
+
+protected:
+    std::optional<DVViewText> shownText() const override
+    {
+        if (!isThere())
+            return std::nullopt;
+        if (const auto *simple = qgraphicsitem_cast<QGraphicsSimpleTextItem *>(m_item))
+            return DVViewText{simple->text(), {}};
+        const auto *styled = static_cast<QGraphicsTextItem *>(m_item);
+        const QString text = styled->toPlainText();
+        // HTML of a long text costs, and without markers nobody asks for it.
+        const bool isRich = dv_holdsCues(text) && dv_isRich(*styled->document());
+        return DVViewText{text, isRich ? styled->toHtml() : QString()};
+    }
+
+    void showText(const DVViewText &text, const DVViewText &newText) override
+    {
+        const std::optional<DVViewText> shown = shownText();
+        if (!shown || shown->text != text.text || newText.text == text.text)
+            return;
+        if (auto *simple = qgraphicsitem_cast<QGraphicsSimpleTextItem *>(m_item))
+            return simple->setText(newText.text);
+        auto *styled = static_cast<QGraphicsTextItem *>(m_item);
+        const bool isEditable = styled->textInteractionFlags().testFlag(Qt::TextEditable);
+        if (isEditable && styled->document()->isModified())
+            return; // the user has written it
+        newText.isRich() ? styled->setHtml(newText.richText) : styled->setPlainText(newText.text);
+    }
+
+    QRect rect() const override
+    {
+        if (!isThere())
+            return {};
+        const QWidget *viewport = view()->viewport();
+        const QRect inViewport = view()->mapFromScene(m_item->sceneBoundingRect()).boundingRect();
+        return inViewport.intersected(viewport->rect()).translated(viewport->pos());
+    }
+
+    bool isSamePart(const DVWidgetPart &other) const override
+    {
+        return isThere() && static_cast<const SceneText &>(other).m_item == m_item;
+    }
+
+private:
+    QGraphicsView *view() const { return static_cast<QGraphicsView *>(widget()); }
+    bool isThere() const { return view()->scene() && view()->scene()->items().contains(m_item); }
+
+    QGraphicsItem *m_item;
+};
+
+} // namespace
+
+DVGraphicsView::DVGraphicsView(QGraphicsView *view)
+    : DVWidgetView(view)
+{}
+
+QGraphicsView *DVGraphicsView::view() const
+{
+    return static_cast<QGraphicsView *>(widget());
+}
+
+QList<DVViewPtr> DVGraphicsView::parts() const
+{
+    QList<DVViewPtr> texts;
+    const QList<QGraphicsItem *> items = view()->items(view()->viewport()->rect()); // from front to back
+    for (auto item = items.crbegin(); item != items.crend(); ++item) {
+        if ((*item)->isVisible() && SceneText::isText(*item))
+            texts << std::make_shared<SceneText>(view(), *item);
+    }
+    return texts;
+}
+
+DVViewPtr DVGraphicsView::partAt(const QPoint &point) const
+{
+    QGraphicsItem *item = view()->itemAt(view()->viewport()->mapFrom(widget(), point));
+    return item && SceneText::isText(item) ? std::make_shared<SceneText>(view(), item) : nullptr;
+}

@@ -1,0 +1,20 @@
+// The texts of a scene that a widget shows.
+#pragma once
+
+#include "DVWidgetView.h"
+
+class QGraphicsView;
+
+// Text items that can be seen; widgets in the scene are not looked into.
+class DVGraphicsView final : public DVWidgetView
+{
+public:
+    explicit DVGraphicsView(QGraphicsView *view);
+
+protected:
+    QList<DVViewPtr> parts() const override;
+    DVViewPtr partAt(const QPoint &point) const override;
+
+private:
+    QGraphicsView *view() const;
+};

@@ -1,0 +1,32 @@
+// Titles: of windows, docks, group boxes and windows within windows; a status bar's message.
+#pragma once
+
+#include "DVWidgetView.h"
+
+class QGroupBox;
+class QStatusBar;
+class QWizard;
+
+// Of a widget whose window title is shown, by itself or by the window system; null for any other.
+DVViewPtr dv_titlePart(QWidget *widget);
+
+// The wizard that a widget stands in; null for none.
+QWizard *dv_wizardAbove(const QWidget &widget);
+
+class DVGroupBoxView final : public DVWidgetView
+{
+public:
+    explicit DVGroupBoxView(QGroupBox *box);
+
+protected:
+    QList<DVViewPtr> parts() const override;
+};
+
+class DVStatusBarView final : public DVWidgetView
+{
+public:
+    explicit DVStatusBarView(QStatusBar *bar);
+
+protected:
+    QList<DVViewPtr> parts() const override;
+};
