@@ -56,8 +56,10 @@ QRectF DVQuickPartView::frame() const
     if (!item)
         return {};
     QRectF frame;
-    for (const DVQuickDrawer &drawer : dv_quickDrawers(*item, m_property))
-        frame |= dv_quickFrame(*drawer.item);
+    for (const DVQuickDrawer &drawer : dv_quickDrawers(*item, m_property)) {
+        if (drawer.draws)
+            frame |= dv_quickFrame(*drawer.item);
+    }
     return frame.isEmpty() ? dv_quickFrame(*item) : frame;
 }
 

@@ -112,7 +112,7 @@ private:
         const auto same =
             std::find_if(m_texts.begin(), m_texts.end(), [&](const Text &text) { return text.held == held; });
         if (mayDraw && same != m_texts.end())
-            same->drawers.append({&item, property});
+            same->drawers.append({&item, property, drawsAlone(item, property)});
         else
             m_others = true;
     }
@@ -176,7 +176,9 @@ DVQuickShownTexts dv_quickShownTexts(const QQuickItem &item)
     const Search search(item, own);
     DVQuickShownTexts shown{{}, search.foundOthers()};
     for (const char *property : own) {
-        const bool drawn = !search.drawers(property).isEmpty();
+        const QList<DVQuickDrawer> drawers = search.drawers(property);
+        const bool drawn = std::any_of(drawers.begin(), drawers.end(),
+                                       [](const DVQuickDrawer &drawer) { return drawer.draws; });
         if (drawn || (drawsAlone(item, property) && (isTextItem(item) || !shown.othersBelow)))
             shown.properties << property;
     }

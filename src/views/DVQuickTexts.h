@@ -37,10 +37,12 @@ struct DVQuickOwner
 };
 DVQuickOwner dv_quickOwner(const QQuickItem &item, const char *property);
 
-// An item that draws the text of a property, and which of its own it holds it in.
+// An item that holds the text of a property of an item above, in order to draw it or to hand it on to those
+// that do.
 struct DVQuickDrawer
 {
     QQuickItem *item;
     const char *property;
+    bool draws;
 };
 QList<DVQuickDrawer> dv_quickDrawers(const QQuickItem &item, const char *property);
