@@ -37,6 +37,34 @@ bool isDocument(const QString &format)
            format == QLatin1StringView("application/rtf");
 }
 
+bool has(const QClipboard &clipboard, QClipboard::Mode mode)
+{
+    return mode == QClipboard::Clipboard ||
+           (mode == QClipboard::Selection && clipboard.supportsSelection()) ||
+           (mode == QClipboard::FindBuffer && clipboard.supportsFindBuffer());
+}
+
+bool isOwned(const QClipboard &clipboard, QClipboard::Mode mode)
+{
+    switch (mode) {
+    case QClipboard::Clipboard:
+        return clipboard.ownsClipboard();
+    case QClipboard::Selection:
+        return clipboard.ownsSelection();
+    case QClipboard::FindBuffer:
+        return clipboard.ownsFindBuffer();
+    }
+    return false;
+}
+
+// Some platforms cannot say who owns it. What another application put there is seen through a class of Qt's
+// then, or holds no whole string of ours.
+bool isOurs(const QClipboard &clipboard, QClipboard::Mode mode, const QMimeData &data)
+{
+    return isOwned(clipboard, mode) ||
+           (!data.inherits("QInternalMimeData") && !dv_localizedStringsInString(data.text()).isEmpty());
+}
+
 } // namespace
 
 std::unique_ptr<QMimeData> dv_cleanMimeData(const QMimeData &data)
@@ -65,11 +93,8 @@ std::unique_ptr<QMimeData> dv_cleanMimeData(const QMimeData &data)
 
 void dv_cleanClipboard(QClipboard &clipboard, QClipboard::Mode mode)
 {
-    const bool isOurs = mode == QClipboard::Clipboard
-                            ? clipboard.ownsClipboard()
-                            : mode == QClipboard::Selection && clipboard.ownsSelection();
-    const QMimeData *data = isOurs ? clipboard.mimeData(mode) : nullptr;
-    if (!data)
+    const QMimeData *data = has(clipboard, mode) ? clipboard.mimeData(mode) : nullptr;
+    if (!data || !isOurs(clipboard, mode, *data))
         return;
     if (auto clean = dv_cleanMimeData(*data))
         clipboard.setMimeData(clean.release(), mode); // the clipboard takes it

@@ -26,13 +26,10 @@ bool isCue(QChar c)
 }
 
 // From the end, so that the places of those before stay.
-void removeCues(QTextDocument &document, bool joinsLastEdit)
+void removeCues(QTextDocument &document)
 {
     QTextCursor cursor(&document);
-    if (joinsLastEdit)
-        cursor.joinPreviousEditBlock();
-    else
-        cursor.beginEditBlock();
+    cursor.beginEditBlock();
     for (QTextBlock block = document.lastBlock(); block.isValid(); block = block.previous()) {
         const QString text = block.text();
         for (qsizetype i = text.size() - 1; i >= 0; --i) {
@@ -54,16 +51,15 @@ bool holdsCues(const QTextDocument &document)
     return false;
 }
 
+// The history goes: each of its steps could bring the markers back, and taking them out once more would be a
+// step that undoing never gets past.
 void cleanDocument(QTextDocument &document)
 {
     const bool wasModified = document.isModified();
-    const bool canUndo = document.isUndoAvailable();
-    const bool keepsUndo = document.isUndoRedoEnabled();
-    if (keepsUndo && !canUndo)
-        document.setUndoRedoEnabled(false); // or the user could bring the markers back
-    removeCues(document, keepsUndo && canUndo);
-    if (keepsUndo && !canUndo)
-        document.setUndoRedoEnabled(true);
+    const bool remembersSteps = document.isUndoRedoEnabled();
+    document.setUndoRedoEnabled(false);
+    removeCues(document);
+    document.setUndoRedoEnabled(remembersSteps);
     document.setModified(wasModified);
 }
 

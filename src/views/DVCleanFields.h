@@ -18,8 +18,8 @@ bool dv_holdsCues(QStringView text);
 qsizetype dv_placeWithoutCues(QStringView text, qsizetype place);
 
 // Each of them takes the markers out of what the field holds and remembers the marked text; nothing happens
-// to one without markers. Cursor, selection and the modified flag stay. A line edit forgets what could be
-// undone, as with any text that an application sets; a text edit forgets it only where there was nothing.
+// to one without markers. Cursor, selection and the modified flag stay. What could be undone is forgotten, as
+// with any text that an application sets.
 enum class DVTelling {
     Nobody,   // the host is told nothing: nobody has seen the marked text change
     Listeners // the change signal says once more what is held: it said the marked text before
