@@ -85,7 +85,7 @@ private() {
     shift 2
     library "extern \"C\" int dv_release; int dv_release = 1; $source" "$@"
     cp "$tree/lib.so" "$tree/core.so"
-    library "extern \"C\" int dv_release; void DV_inside(); void DV_other(); $review" "$tree/core.so"
+    library "extern \"C\" int dv_release; void DV_inside(); void DV_other(); $review" "-Wl,$tree/core.so"
     "$here/private-exports.sh" "$tree/core.so" "$tree/lib.so" "$tree/promised" "$tree/private" dv_release
 }
 echo 'dv_promised()' >"$tree/promised"
