@@ -69,6 +69,8 @@ public:
     // In-app review and context capture. Without tools both modes stay off; register them before the start.
     // The end of the application removes them.
     void setInAppTools(std::unique_ptr<DVInAppTools> tools);
+    // What a start in one of these modes says when there are none.
+    void setWhyNoInAppTools(const QString &why) { m_whyNoTools = why; }
     const DVInAppTools *inAppTools() const { return m_tools.get(); }
     // See Dorvane::neverMark.
     void neverMark(const QString &context, const QStringList &keys);
@@ -150,6 +152,7 @@ private:
     DVDiagnostics m_record; // what only the moment itself can tell; the rest is filled in when asked for
     std::optional<DVWorkflowStep> m_workflowStep;
     std::unique_ptr<DVInAppTools> m_tools;
+    QString m_whyNoTools;
     std::shared_ptr<const DVUnmarkedTexts> m_unmarkedTexts;
     std::unique_ptr<DVTranslatorPlace> m_translatorPlace;
     std::unique_ptr<QObject> m_foregroundWatch;

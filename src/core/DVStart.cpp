@@ -193,7 +193,9 @@ void DVMainController::clearModesWithoutTools(bool say)
         return;
     if (say) {
         m_record.startInWords =
-            u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs;
+            m_whyNoTools.isEmpty()
+                ? u"In-App Review and Context Capture need the library Dorvane::Review, which is not linked"_qs
+                : m_whyNoTools;
         dv_logInfo(m_record.startInWords);
     }
     state.editionMode = state.screenshotMode = state.mixedMode = false;

@@ -13,18 +13,9 @@ namespace {
 
 constexpr char overlayMark[] = "_dv_overlay";
 
-bool isOurs(const QWindow *window)
-{
-    for (; window; window = window->transientParent() ? window->transientParent() : window->parent()) {
-        if (window->property(overlayMark).toBool())
-            return true;
-    }
-    return false;
-}
-
 bool canBeCovered(const QWindow *window)
 {
-    if (!window || !window->isVisible() || isOurs(window))
+    if (!window || !window->isVisible() || DVOverlayWindow::isOurs(window))
         return false;
     const Qt::WindowType type = window->type();
     return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool;
@@ -56,6 +47,15 @@ DVOverlayWindow::DVOverlayWindow(Qt::WindowFlags flags)
     setAttribute(Qt::WA_QuitOnClose, false);
     setAttribute(Qt::WA_TranslucentBackground);
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &DVOverlayWindow::focusMoved);
+}
+
+bool DVOverlayWindow::isOurs(const QWindow *window)
+{
+    for (; window; window = window->transientParent() ? window->transientParent() : window->parent()) {
+        if (window->property(overlayMark).toBool())
+            return true;
+    }
+    return false;
 }
 
 QWindow *DVOverlayWindow::activeHostWindow()

@@ -22,6 +22,9 @@ public:
     // that is visible; null when there is none. Never one of ours.
     static QWindow *activeHostWindow();
 
+    // Whether a window is one of ours, or belongs to one, as a menu does.
+    static bool isOurs(const QWindow *window);
+
     QWindow *hostWindow() const { return m_host; }
 
     // Takes its place on the active window of the host, or on the main screen when there is none.

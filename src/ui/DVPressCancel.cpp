@@ -1,0 +1,175 @@
+#include "DVPressCancel.h"
+
+#include "DVPress.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAbstractSlider>
+#include <QAbstractSpinBox>
+#include <QApplication>
+#include <QMouseEvent>
+#include <QSizeGrip>
+#include <QSplitterHandle>
+
+namespace {
+
+constexpr QPointF farAway{-20000, -20000}; // where nobody's control is
+
+bool isQuick(const QObject &object)
+{
+    return object.inherits("QQuickWindow") || object.inherits("QQuickWidget");
+}
+
+QList<Qt::MouseButton> buttonsOf(const DVPress &press)
+{
+    QList<Qt::MouseButton> buttons;
+    if (press.byTouch)
+        return {Qt::LeftButton};
+    for (const DVPress::Contact &contact : press.contacts)
+        buttons << Qt::MouseButton(contact.id);
+    return buttons;
+}
+
+// What a control looks at when it is let go.
+struct LetGo
+{
+    bool moves = false;   // out of it first, so that it says "released"
+    bool inPlace = false; // it follows the mouse
+    Qt::KeyboardModifiers modifiers;
+};
+
+LetGo letGoOf(const QWidget &widget)
+{
+    if (qobject_cast<const QAbstractButton *>(&widget))
+        return {.moves = true, .inPlace = false, .modifiers = {}};
+    if (qobject_cast<const QAbstractSlider *>(&widget) || qobject_cast<const QSplitterHandle *>(&widget) ||
+        qobject_cast<const QSizeGrip *>(&widget))
+        return {.moves = false, .inPlace = true, .modifiers = {}};
+    // Let go beside the entries an item view would clear its selection, but not while one is extended.
+    if (qobject_cast<const QAbstractItemView *>(widget.parentWidget()))
+        return {.moves = false, .inPlace = false, .modifiers = Qt::ShiftModifier};
+    return {};
+}
+
+void sendMouse(QObject &receiver, QEvent::Type type, const QPointF &at, const QPointF &onScreen,
+               Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
+{
+    QMouseEvent event(type, at, at, onScreen, button, buttons, modifiers);
+    QCoreApplication::sendEvent(&receiver, &event);
+}
+
+void letGo(const DVPress &press, QWidget *widget)
+{
+    const LetGo how = letGoOf(press.taken ? *press.taken : *widget);
+    const QPointF onScreen = how.inPlace ? press.contacts.first().at : farAway;
+    const QPointer<QWidget> alive(widget);
+    const QList<Qt::MouseButton> all = buttonsOf(press);
+    Qt::MouseButtons down;
+    for (const Qt::MouseButton button : all)
+        down |= button;
+    for (const Qt::MouseButton button : all) {
+        if (how.moves && alive)
+            sendMouse(*alive, QEvent::MouseMove, alive->mapFromGlobal(onScreen), onScreen, Qt::NoButton, down,
+                      how.modifiers);
+        down &= ~Qt::MouseButtons(button);
+        if (alive)
+            sendMouse(*alive, QEvent::MouseButtonRelease, alive->mapFromGlobal(onScreen), onScreen, button,
+                      down, how.modifiers);
+    }
+}
+
+// Items that hold a point of the event hear that it was taken from them.
+void takeGrabs(QPointerEvent &event)
+{
+    for (const QEventPoint &point : event.points()) {
+        event.setExclusiveGrabber(point, nullptr);
+        event.clearPassiveGrabbers(point);
+    }
+}
+
+void takeGrabsOfMouse(QObject &receiver, const DVPress &press, const QPointingDevice *device)
+{
+    for (const Qt::MouseButton button : buttonsOf(press)) {
+        QMouseEvent move(QEvent::MouseMove, farAway, farAway, farAway, Qt::NoButton, button, press.modifiers,
+                         device);
+        for (const QEventPoint &point : move.points())
+            move.setExclusiveGrabber(point, nullptr);
+        // Handlers that only listen take this for the end of something that went elsewhere.
+        QMouseEvent release(QEvent::MouseButtonRelease, farAway, farAway, farAway, button, Qt::NoButton,
+                            press.modifiers, device);
+        QCoreApplication::sendEvent(&receiver, &release);
+        takeGrabs(release);
+    }
+}
+
+void takeGrabsOfMouse(QObject &receiver, const DVPress &press)
+{
+    const QPointer<QObject> alive(&receiver);
+    const QPointingDevice *primary = QPointingDevice::primaryPointingDevice();
+    takeGrabsOfMouse(receiver, press, primary); // a scene in a widget knows no other
+    if (alive && press.mouse && press.mouse != primary)
+        takeGrabsOfMouse(receiver, press, press.mouse);
+}
+
+void cancelTouches(QObject &receiver, const DVPress &press)
+{
+    QTouchEvent cancel(QEvent::TouchCancel, press.device, press.modifiers, press.points);
+    QCoreApplication::sendEvent(&receiver, &cancel);
+    takeGrabs(cancel);
+}
+
+bool isHeldArrow(const QObject *spinBox, const char *arrow)
+{
+    const auto *part = spinBox->property(arrow).value<QObject *>();
+    return part && part->property("pressed").toBool();
+}
+
+bool actsWhileHeld(const QObject &object)
+{
+    if (object.inherits("QQuickSpinBox"))
+        return isHeldArrow(&object, "up") || isHeldArrow(&object, "down");
+    return object.property("autoRepeat").toBool(); // of buttons in both kinds of windows
+}
+
+bool actsWhileHeld(const QWidget &widget)
+{
+    // Held by its handle a slider waits to be moved; beside it, it goes on by steps.
+    if (const auto *slider = qobject_cast<const QAbstractSlider *>(&widget))
+        return !slider->isSliderDown();
+    if (qobject_cast<const QAbstractSpinBox *>(&widget))
+        return true; // in its field the press would be the field's
+    const auto *button = qobject_cast<const QAbstractButton *>(&widget);
+    return button && button->autoRepeat();
+}
+
+} // namespace
+
+bool dv_actsWhileHeld(const DVPress &press, const QObject *touched)
+{
+    if (press.taken && !isQuick(*press.taken))
+        return actsWhileHeld(*press.taken);
+    for (const QObject *item = touched; item && !item->isWidgetType() && !item->isWindowType();
+         item = item->property("parent").value<QObject *>()) {
+        if (actsWhileHeld(*item))
+            return true;
+    }
+    return false;
+}
+
+bool dv_canCancelPress(const DVPress &press)
+{
+    return press.pressed || (press.target && isQuick(*press.target));
+}
+
+void dv_cancelPress(const DVPress &press)
+{
+    const DVPress own = press; // what the host does meanwhile may end it
+    if (own.byTouch && own.target && own.device)
+        cancelTouches(*own.target, own);
+    if (own.pressed && isQuick(*own.pressed))
+        takeGrabsOfMouse(*own.pressed, own);
+    else if (own.pressed && own.pressedByMouse)
+        letGo(own, own.pressed);
+    else if (own.target && isQuick(*own.target) && (!own.byTouch || own.pressedByMouse))
+        takeGrabsOfMouse(*own.target, own);
+}
