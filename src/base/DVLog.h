@@ -13,7 +13,7 @@
 // typed; secrets are taken out (DVSecrets). Thread-safe. Written through Qt's logging (category "dorvane",
 // info), so the host's message handler may run: do not call these while holding a lock. What that handler, or
 // an observer of "log", makes the library log in turn is dropped.
-void dv_logInfo(const QString &message);
+DORVANE_PRIVATE_EXPORT void dv_logInfo(const QString &message);
 DORVANE_PRIVATE_EXPORT void dv_logDebug(const QString &message);
 
 // Whether a debug message would reach anybody: two relaxed loads. Use it, or the form below, where

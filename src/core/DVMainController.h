@@ -68,7 +68,7 @@ public:
 
     // In-app review and context capture. Without tools both modes stay off; register them before the start.
     // The end of the application removes them.
-    void setInAppTools(std::unique_ptr<DVInAppTools> tools);
+    DORVANE_PRIVATE_EXPORT void setInAppTools(std::unique_ptr<DVInAppTools> tools);
     // What a start in one of these modes says when there are none.
     void setWhyNoInAppTools(const QString &why) { m_whyNoTools = why; }
     const DVInAppTools *inAppTools() const { return m_tools.get(); }
@@ -76,7 +76,7 @@ public:
     void neverMark(const QString &context, const QStringList &keys);
     void setupEditionActions();
     void setupContextActions();
-    void setupEditionMode();
+    DORVANE_PRIVATE_EXPORT void setupEditionMode();
     void loadSavedParameters();
     // Without tools it is as if the user had cancelled.
     void openLoginFormWithCompletion(std::function<void(bool cancelled)> completion);
@@ -109,7 +109,7 @@ public:
     DVTextOrigin diagnostics(const QString &key, const QString &context, int n) const;
 
     // Publishes what lookups read; announces the change when they would answer differently.
-    void publishSnapshot();
+    DORVANE_PRIVATE_EXPORT void publishSnapshot();
 
     // The application object begins and ends.
     void applicationBegins();

@@ -1,6 +1,8 @@
 // DVSession: the translator who is signed in.
 #pragma once
 
+#include "DVPrivateExport.h"
+
 #include "DVHttpTransport.h"
 
 #include "DVWorkflowStep.h"
@@ -23,7 +25,7 @@ public:
     using Completion = std::function<void(const DVErrorOr &)>;
     using MutableRequest = std::shared_ptr<DVHttpRequest>;
 
-    static DVSession &sharedInstance();
+    DORVANE_PRIVATE_EXPORT static DVSession &sharedInstance();
 
     // The token endpoint's answer with "expires" and "refresh_expires" (seconds since 1970, a minute early).
     std::optional<QJsonObject> token() const { return m_token; }
@@ -56,7 +58,7 @@ public:
 
     void logOut();
     QString accessToken() const; // null without one
-    bool isLoggedIn() const;
+    DORVANE_PRIVATE_EXPORT bool isLoggedIn() const;
     bool isDemo() const;
     // Grows with every sign-in and log out: an answer to what was asked before is not for who is here now.
     int epoch() const { return m_epoch; }
