@@ -158,7 +158,8 @@ bool dv_actsWhileHeld(const DVPress &press, const QObject *touched)
 
 bool dv_canCancelPress(const DVPress &press)
 {
-    return press.pressed || (press.target && isQuick(*press.target));
+    return press.pressed ||
+           (press.target && (isQuick(*press.target) || press.target->inherits("QWidgetWindow")));
 }
 
 void dv_cancelPress(const DVPress &press)

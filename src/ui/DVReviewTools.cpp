@@ -1,5 +1,6 @@
 #include "DVReviewTools.h"
 
+#include "DVCleanTexts.h"
 #include "DVGestureWatch.h"
 #include "DVMainController.h"
 #include "DVMainQueue.h"
@@ -17,20 +18,26 @@ DVReviewTools::~DVReviewTools()
     DVGestureWatch::remove();
 }
 
+// Texts are kept clean from now on, before the host makes its windows; gestures come when it has made some.
+void DVReviewTools::setup(bool actions)
+{
+    if (!m_cleanTexts)
+        m_cleanTexts = std::make_unique<DVCleanTexts>();
+    const auto cover = actions ? DVGestureWatch::Cover::EditionAndActions : DVGestureWatch::Cover::Edition;
+    DVMainQueue::post([cover, alive = QPointer<QObject>(&m_guard)] {
+        if (alive)
+            DVGestureWatch::install().cover(cover);
+    });
+}
+
 void DVReviewTools::setupEditionActions()
 {
-    DVMainQueue::post([alive = QPointer<QObject>(&m_guard)] {
-        if (alive)
-            DVGestureWatch::install().cover(DVGestureWatch::Cover::EditionAndActions);
-    });
+    setup(true);
 }
 
 void DVReviewTools::setupContextActions()
 {
-    DVMainQueue::post([alive = QPointer<QObject>(&m_guard)] {
-        if (alive)
-            DVGestureWatch::install().cover(DVGestureWatch::Cover::Edition);
-    });
+    setup(false);
 }
 
 void DVReviewTools::openLoginForm(std::function<void(bool)> completion)

@@ -6,6 +6,10 @@
 #include <QObject>
 #include <QPointer>
 
+#include <memory>
+
+class DVCleanTexts;
+
 // Removes what it has installed in the application when it dies.
 class DVReviewTools : public DVInAppTools
 {
@@ -20,6 +24,9 @@ public:
     void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> completion) override;
 
 private:
+    void setup(bool actions);
+
+    std::unique_ptr<DVCleanTexts> m_cleanTexts;
     QObject m_guard; // of what is posted
 };
 
