@@ -20,11 +20,10 @@ QWidgetList titledWidgets(const QTabBar &bar)
         for (QMdiSubWindow *window : area->subWindowList())
             widgets << window;
     }
-    if (!bar.inherits("QMainWindowTabBar"))
-        return widgets;
-    while (parent && !qobject_cast<QMainWindow *>(parent))
+    // Docks that float together have a window of their own below the main window.
+    if (parent && parent->inherits("QDockWidgetGroupWindow"))
         parent = parent->parentWidget();
-    if (parent) {
+    if (qobject_cast<QMainWindow *>(parent)) {
         for (QDockWidget *dock : parent->findChildren<QDockWidget *>())
             widgets << dock;
     }
