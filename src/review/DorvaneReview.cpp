@@ -1,6 +1,7 @@
 #include <Dorvane/DVReview.h>
 
 #include "DVPrivateExport.h"
+#include "DVReviewTools.h"
 
 #include <QCoreApplication>
 
@@ -10,5 +11,7 @@ namespace {
 [[gnu::used]] const char *const release = &DORVANE_PRIVATE_RELEASE;
 
 } // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(dorvane_registerReviewTools)
 
 void dorvane_review() {}

@@ -8,7 +8,7 @@ export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
 
 expect_review() {
     local printed
-    printed=$(in_new_home "$1" 2>&1) || fail "$1 failed and printed: $printed"
+    printed=$(in_new_home "$1" 2>"$build/said") || fail "$1 failed: $(cat "$build/said")"
     [ "$printed" = "reviewing untouched" ] || fail "$1 printed: $printed"
 }
 
