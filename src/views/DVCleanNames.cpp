@@ -11,26 +11,6 @@
 
 namespace {
 
-// Everything of which a widget's accessible name or description may be made. U+0000 is in no text.
-QString sourcesOf(const QWidget &widget)
-{
-    QString sources;
-    for (const char *property : {"text", "title", "placeholderText"}) {
-        const QVariant value = widget.property(property);
-        if (value.typeId() == QMetaType::QString)
-            sources += value.toString() % QChar(u'\0');
-    }
-    sources += widget.toolTip() % QChar(u'\0') % widget.whatsThis() % QChar(u'\0');
-    if (const auto *parent = widget.parentWidget()) {
-        const auto labels = parent->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
-        for (const QLabel *label : labels) {
-            if (label->buddy() == &widget)
-                sources += label->text();
-        }
-    }
-    return sources;
-}
-
 void nameTabs(QTabBar &bar)
 {
     for (int i = 0; i < bar.count(); ++i) {
@@ -59,17 +39,54 @@ void DVCleanNames::follow(QWidget &widget)
         widget.setAccessibleDescription(dv_stringByRemovingCues(widget.accessibleDescription()));
     if (dv_holdsCues(widget.whatsThis()))
         dv_cleanProperty(widget, "whatsThis");
+    followBuddy(widget);
     const auto given = m_given.find(&widget);
     const bool isKnown = given != m_given.end();
     const QString sources = sourcesOf(widget);
     if (isKnown ? given->sources == sources : !dv_holdsCues(sources))
         return;
     if (!isKnown)
-        QObject::connect(&widget, &QObject::destroyed, &widget,
-                         [this, gone = &widget] { m_given.remove(gone); });
+        forgetWhenGone(widget);
     Given &mine = isKnown ? *given : m_given[&widget];
     mine.sources = sources;
     name(widget, mine);
+}
+
+// Everything of which a widget's accessible name or description may be made. U+0000 is in no text.
+QString DVCleanNames::sourcesOf(const QWidget &widget) const
+{
+    QString sources;
+    for (const char *property : {"text", "title", "placeholderText"}) {
+        const QVariant value = widget.property(property);
+        if (value.typeId() == QMetaType::QString)
+            sources += value.toString() % QChar(u'\0');
+    }
+    sources += widget.toolTip() % QChar(u'\0') % widget.whatsThis() % QChar(u'\0');
+    if (const auto caption = m_captions.constFind(&widget); caption != m_captions.constEnd() && *caption)
+        sources += (*caption)->text();
+    return sources;
+}
+
+// A field has its name from the label whose buddy it is.
+void DVCleanNames::followBuddy(QWidget &widget)
+{
+    const auto *label = qobject_cast<QLabel *>(&widget);
+    QWidget *buddy = label ? label->buddy() : nullptr;
+    if (!buddy)
+        return;
+    if (m_captions.value(buddy) != label) {
+        forgetWhenGone(*buddy);
+        m_captions.insert(buddy, label);
+    }
+    follow(*buddy);
+}
+
+void DVCleanNames::forgetWhenGone(QWidget &widget)
+{
+    connect(&widget, &QObject::destroyed, this, [this, gone = &widget] {
+        m_given.remove(gone);
+        m_captions.remove(gone);
+    });
 }
 
 // What the tools would read is asked of Qt, after what we gave was taken back.

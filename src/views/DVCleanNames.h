@@ -2,15 +2,18 @@
 #pragma once
 
 #include <QHash>
+#include <QObject>
+#include <QPointer>
 #include <QString>
 
+class QLabel;
 class QWidget;
 
 // Tools read a widget's accessible name, and where it has none its text. What shows a marked text gets that
 // text without markers as its name; it loses it again when it shows another. A name that the host gave is
 // only cleaned. There is no place for a wrapper round Qt's own accessible interfaces: they are made by
 // functions that nobody can call but Qt, which keeps one for each object.
-class DVCleanNames
+class DVCleanNames : public QObject
 {
 public:
     // Looks again when something changed since the last time. Cheap then otherwise.
@@ -23,7 +26,11 @@ private:
         QString name;    // null: the name is the host's, or none
         QString description;
     };
-    void name(QWidget &widget, Given &given);
+    QString sourcesOf(const QWidget &widget) const;
+    void forgetWhenGone(QWidget &widget);
+    void followBuddy(QWidget &widget);
+    static void name(QWidget &widget, Given &given);
 
     QHash<const QWidget *, Given> m_given;
+    QHash<const QWidget *, QPointer<const QLabel>> m_captions; // the labels whose buddies they are
 };

@@ -10,6 +10,12 @@ void dv_followQuickWindow(QWindow &, QObject &) {}
 #include "DVCueMarkers.h"
 #include "DVMarkedTexts.h"
 
+#include <QHash>
+#include <QMetaProperty>
+#include <QPointer>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlProperty>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QVariant>
@@ -32,7 +38,7 @@ public:
         follow(*followed.contentItem());
     }
 
-    const QObject *const window;
+    const QPointer<const QObject> window;
 
 private:
     void follow(QQuickItem &item)
@@ -41,8 +47,10 @@ private:
         if (!connect(&item, &QQuickItem::childrenChanged, this, &QuickFields::childrenDidChange,
                      Qt::UniqueConnection))
             return;
-        if (item.inherits("QQuickTextInput") || item.inherits("QQuickTextEdit")) {
-            connect(&item, SIGNAL(textChanged()), this, SLOT(textDidChange()));
+        const QMetaProperty text = item.metaObject()->property(item.metaObject()->indexOfProperty("text"));
+        if (text.hasNotifySignal() && text.typeId() == QMetaType::QString) {
+            const QMetaObject &own = staticMetaObject;
+            connect(&item, text.notifySignal(), this, own.method(own.indexOfSlot("textDidChange()")));
             clean(item);
         }
         const auto children = item.childItems();
@@ -50,8 +58,16 @@ private:
             follow(*child);
     }
 
+    void clean(QQuickItem &item)
+    {
+        if (item.inherits("QQuickTextInput") || item.inherits("QQuickTextEdit"))
+            cleanField(item);
+        else
+            name(item);
+    }
+
     // The setter leaves the property's binding as it is.
-    static void clean(QQuickItem &item)
+    static void cleanField(QQuickItem &item)
     {
         const QString marked = item.property("text").toString();
         if (!dv_holdsCues(marked))
@@ -61,6 +77,29 @@ private:
         item.setProperty("text", dv_stringByRemovingCues(marked));
         item.setProperty("cursorPosition", cursor);
     }
+
+    // Accessibility tools read the attached name, and where there is none the text.
+    void name(QQuickItem &item)
+    {
+        const QString text = item.property("text").toString();
+        const bool isKnown = m_names.contains(&item);
+        if (!isKnown && !dv_holdsCues(text))
+            return;
+        QObject *attached =
+            QQmlProperty(&item, QStringLiteral("Accessible.name"), qmlContext(&item)).object();
+        if (!attached)
+            return;
+        if (!isKnown)
+            connect(&item, &QObject::destroyed, this, [this, gone = &item] { m_names.remove(gone); });
+        const QString name = attached->property("name").toString();
+        const bool isHosts = !name.isEmpty() && name != text && name != m_names.value(&item);
+        const QString clean = dv_stringByRemovingCues(isHosts ? name : QString(text).remove(u'&'));
+        m_names[&item] = isHosts ? QString() : clean;
+        if (clean != name)
+            attached->setProperty("name", clean);
+    }
+
+    QHash<const QObject *, QString> m_names; // given to those who have none of the host's
 
 private Q_SLOTS:
     void childrenDidChange()

@@ -1,0 +1,142 @@
+// The text fields and titles of Qt Quick hold no marker, and their bindings live on.
+#include "DVCleanTexts.h"
+#include "DVMarkedTexts.h"
+#include "QuickScene.h"
+
+#include <QAccessible>
+#include <QApplication>
+
+using namespace Qt::Literals::StringLiterals;
+
+class tst_CleanQuick : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void fieldsAndTitles();
+    void fieldsThatComeLater();
+    void whatTheUserTypesStays();
+    void accessibleNames();
+
+private:
+    template<typename Type> Type *item(const char *name) const
+    {
+        return m_window->findChild<Type *>(QString::fromLatin1(name));
+    }
+    QString text(const char *name) const { return item<QObject>(name)->property("text").toString(); }
+    void load(const QByteArray &content);
+
+    Words m_words;
+    QQmlEngine m_engine;
+    std::unique_ptr<DVCleanTexts> m_clean;
+    std::unique_ptr<QQuickWindow> m_window;
+};
+
+void tst_CleanQuick::init()
+{
+    m_words.words = {{u"Name"_qs, u"‹Nom›"_qs}, {u"Other"_qs, u"‹Autre›"_qs}};
+    QCoreApplication::installTranslator(&m_words);
+    m_clean = std::make_unique<DVCleanTexts>();
+}
+
+void tst_CleanQuick::cleanup()
+{
+    m_window.reset();
+    m_clean.reset();
+    QCoreApplication::removeTranslator(&m_words);
+}
+
+void tst_CleanQuick::load(const QByteArray &content)
+{
+    QQmlComponent component(&m_engine);
+    component.setData(
+        "import QtQuick\nimport QtQuick.Controls.Basic\nWindow { visible: true; width: 300; height: 200;"
+        " title: qsTr(\"Name\")\n" +
+            content + "}",
+        {});
+    m_window.reset(qobject_cast<QQuickWindow *>(component.create()));
+    QVERIFY2(m_window, qPrintable(component.errorString()));
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+}
+
+void tst_CleanQuick::fieldsAndTitles()
+{
+    load("Column {"
+         " TextField { objectName: \"field\"; text: qsTr(\"Name\") }"
+         " TextArea { objectName: \"area\"; text: qsTr(\"Name\") + \"!\" }"
+         " TextInput { objectName: \"input\"; text: qsTr(\"Other\") }"
+         " Text { objectName: \"label\"; text: qsTr(\"Name\") }"
+         " Text { objectName: \"copy\"; text: input.text; TextInput { id: input; text: qsTr(\"Name\") } } }");
+    QCOMPARE(m_window->title(), u"Nom"_qs);
+    QCOMPARE(text("field"), u"Nom"_qs);
+    QCOMPARE(text("area"), u"Nom!"_qs);
+    QCOMPARE(text("input"), u"Autre"_qs);
+    QCOMPARE(text("label"), marked(u"‹Nom›"_qs));
+    QCOMPARE(text("copy"), u"Nom"_qs);
+    QCOMPARE(DVMarkedTexts::markedText(item<QObject>("field"), {"text"}, u"Nom"_qs), marked(u"‹Nom›"_qs));
+    QVERIFY(texts(dv_view(m_window.get())).contains(u"[Autre]"_qs));
+
+    m_words.words = {{u"Name"_qs, u"‹Nom de famille›"_qs}, {u"Other"_qs, u"‹Autre›"_qs}};
+    m_engine.retranslate();
+    QCOMPARE(text("field"), u"Nom de famille"_qs);
+    QCOMPARE(text("area"), u"Nom de famille!"_qs);
+    QCOMPARE(m_window->title(), u"Nom de famille"_qs);
+    QCOMPARE(DVMarkedTexts::markedText(item<QObject>("field"), {"text"}, text("field")),
+             marked(u"‹Nom de famille›"_qs));
+}
+
+void tst_CleanQuick::fieldsThatComeLater()
+{
+    load(
+        "Loader { objectName: \"loader\"; sourceComponent: Item {"
+        " TextField { objectName: \"first\"; text: qsTr(\"Name\") } } }"
+        " Component { id: late; Item { Item { TextField { objectName: \"later\"; text: qsTr(\"Name\") } } } }"
+        " function load() { let loader = contentItem.children[0]; loader.sourceComponent = late }");
+    QCOMPARE(text("first"), u"Nom"_qs);
+    QVERIFY(QMetaObject::invokeMethod(m_window.get(), "load"));
+    QCOMPARE(text("later"), u"Nom"_qs);
+}
+
+void tst_CleanQuick::whatTheUserTypesStays()
+{
+    load("TextField { objectName: \"field\"; focus: true; text: qsTr(\"Name\") }");
+    m_window->requestActivate();
+    auto *field = item<QQuickItem>("field");
+    field->forceActiveFocus();
+    field->setProperty("cursorPosition", 1);
+    QTest::keyClick(m_window.get(), Qt::Key_X);
+    QCOMPARE(text("field"), u"Nxom"_qs);
+    QCOMPARE(field->property("cursorPosition").toInt(), 2);
+    QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier);
+    QVERIFY(!text("field").contains(QChar(0x2062)));
+}
+
+void tst_CleanQuick::accessibleNames()
+{
+    load("Column {"
+         " Text { objectName: \"text\"; text: qsTr(\"Name\") }"
+         " Label { objectName: \"label\"; text: qsTr(\"Name\") }"
+         " Button { objectName: \"button\"; text: \"&\" + qsTr(\"Name\") }"
+         " Text { objectName: \"named\"; text: qsTr(\"Name\"); Accessible.name: \"own\" }"
+}
+");
+    const auto said = [this](const char *name) {
+        const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item<QObject>(name));
+        return interface ? interface->text(QAccessible::Name) : u"no interface"_qs;
+    };
+QCOMPARE(said("text"), u"Nom"_qs);
+QCOMPARE(said("label"), u"Nom"_qs);
+QCOMPARE(said("button"), u"Nom"_qs);
+QCOMPARE(said("named"), u"own"_qs);
+QCOMPARE(text("text"), marked(u"‹Nom›"_qs));
+m_words.words = {{u"Name"_qs, u"‹Famille›"_qs}};
+m_engine.retranslate();
+QCOMPARE(said("text"), u"Famille"_qs);
+QCOMPARE(said("button"), u"Famille"_qs);
+QCOMPARE(said("named"), u"own"_qs);
+}
+
+QTEST_MAIN(tst_CleanQuick)
+#include "tst_cleanquick.moc"
