@@ -119,7 +119,7 @@ void tst_CleanQuick::accessibleNames()
          " Text { objectName: \"text\"; text: qsTr(\"Name\") }"
          " Label { objectName: \"label\"; text: qsTr(\"Name\") }"
          " Button { objectName: \"button\"; text: \"&\" + qsTr(\"Name\") }"
-         " Text { objectName: \"named\"; text: qsTr(\"Name\"); Accessible.name: \"own\" }"
+         " Text { objectName: \"named\"; text: qsTr(\"Name\"); Accessible.name: \"own\" } }");
 }
 ");
     const auto said = [this](const char *name) {
