@@ -70,6 +70,7 @@ void removeTags(DVNestedPiece &piece)
             copy(tag.end);
         } else {
             child += own.sliced(tag.begin, tag.end - tag.begin).count(dv_emptyNestedString);
+            text += DVMarkup::textOf(own.sliced(tag.begin, tag.end - tag.begin)); // of a line break
             position = tag.end;
         }
     }
