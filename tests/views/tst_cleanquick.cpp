@@ -120,22 +120,20 @@ void tst_CleanQuick::accessibleNames()
          " Label { objectName: \"label\"; text: qsTr(\"Name\") }"
          " Button { objectName: \"button\"; text: \"&\" + qsTr(\"Name\") }"
          " Text { objectName: \"named\"; text: qsTr(\"Name\"); Accessible.name: \"own\" } }");
-}
-");
     const auto said = [this](const char *name) {
         const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item<QObject>(name));
         return interface ? interface->text(QAccessible::Name) : u"no interface"_qs;
     };
-QCOMPARE(said("text"), u"Nom"_qs);
-QCOMPARE(said("label"), u"Nom"_qs);
-QCOMPARE(said("button"), u"Nom"_qs);
-QCOMPARE(said("named"), u"own"_qs);
-QCOMPARE(text("text"), marked(u"‹Nom›"_qs));
-m_words.words = {{u"Name"_qs, u"‹Famille›"_qs}};
-m_engine.retranslate();
-QCOMPARE(said("text"), u"Famille"_qs);
-QCOMPARE(said("button"), u"Famille"_qs);
-QCOMPARE(said("named"), u"own"_qs);
+    QCOMPARE(said("text"), u"Nom"_qs);
+    QCOMPARE(said("label"), u"Nom"_qs);
+    QCOMPARE(said("button"), u"Nom"_qs);
+    QCOMPARE(said("named"), u"own"_qs);
+    QCOMPARE(text("text"), marked(u"‹Nom›"_qs));
+    m_words.words = {{u"Name"_qs, u"‹Famille›"_qs}};
+    m_engine.retranslate();
+    QCOMPARE(said("text"), u"Famille"_qs);
+    QCOMPARE(said("button"), u"Famille"_qs);
+    QCOMPARE(said("named"), u"own"_qs);
 }
 
 QTEST_MAIN(tst_CleanQuick)
