@@ -89,10 +89,9 @@ QGraphicsView *DVGraphicsView::view() const
 QList<DVViewPtr> DVGraphicsView::parts() const
 {
     QList<DVViewPtr> texts;
-    const QList<QGraphicsItem *> items = view()->items(view()->viewport()->rect()); // from front to back
-    for (auto item = items.crbegin(); item != items.crend(); ++item) {
-        if ((*item)->isVisible() && SceneText::isText(*item))
-            texts << std::make_shared<SceneText>(view(), *item);
+    for (QGraphicsItem *item : view()->items(view()->viewport()->rect())) { // from front to back
+        if (item->isVisible() && SceneText::isText(item))
+            texts.prepend(std::make_shared<SceneText>(view(), item));
     }
     return texts;
 }

@@ -121,13 +121,13 @@ QList<DVViewPtr> DVWidgetView::parts() const
 
 DVViewPtr DVWidgetView::partAt(const QPoint &point) const
 {
-    const QList<DVViewPtr> all = parts();
     const QPoint windowPoint = m_widget->mapTo(m_widget->window(), point);
-    for (auto part = all.crbegin(); part != all.crend(); ++part) {
-        if ((*part)->frame().contains(windowPoint))
-            return *part;
+    DVViewPtr front;
+    for (const DVViewPtr &part : parts()) {
+        if (part->frame().contains(windowPoint))
+            front = part;
     }
-    return nullptr;
+    return front;
 }
 
 QWidget *DVWidgetView::showingWidget(QWidget *child)
