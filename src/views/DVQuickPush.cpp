@@ -39,8 +39,7 @@ void write(QObject &object, const char *property, const QVariant &value)
 
 bool holds(const QObject &object, const char *property, const QString &text)
 {
-    return dv_hasTextProperty(&object, property) &&
-           dv_markedText(&object, {property}, dv_quickHeldText(object, property)) == text;
+    return dv_hasTextProperty(&object, property) && dv_quickMarkedText(object, property) == text;
 }
 
 void replace(const Place &place, const Change &change)
@@ -168,9 +167,7 @@ void dv_quickReplaceText(QObject &object, const char *property, const DVViewText
 {
     const Change change{text.isRich() ? text.richText : text.text,
                         newText.isRich() ? newText.richText : newText.text};
-    const auto showsOld = [&] {
-        return dv_markedText(&object, {property}, dv_quickHeldText(object, property)) == change.from;
-    };
+    const auto showsOld = [&] { return dv_quickMarkedText(object, property) == change.from; };
     if (!showsOld() || change.from == change.to)
         return;
     const QPointer<QObject> alive = &object;

@@ -42,7 +42,7 @@ bool drawsAlone(const QQuickItem &item, const char *property)
     return true; // a class of the application
 }
 
-bool isRichText(const QObject &object, const QString &held)
+bool isRichText(const QObject &object, const QString &text)
 {
     if (!object.inherits("QQuickText") && !object.inherits("QQuickTextEdit"))
         return false;
@@ -51,7 +51,7 @@ bool isRichText(const QObject &object, const QString &held)
     case 4: // Text.StyledText
         return true;
     case Qt::AutoText:
-        return Qt::mightBeRichText(held);
+        return Qt::mightBeRichText(text);
     default:
         return false;
     }
@@ -65,7 +65,7 @@ public:
         : m_owner(owner)
     {
         for (const char *property : properties)
-            m_texts.append({property, dv_quickHeldText(owner, property), {}});
+            m_texts.append({property, dv_quickMarkedText(owner, property), {}});
         dv_quickVisit(owner, [this](QQuickItem &item) { return visit(item, true); });
     }
 
@@ -83,7 +83,7 @@ private:
     struct Text
     {
         const char *property;
-        QString held;
+        QString marked;
         QList<DVQuickDrawer> drawers;
     };
 
@@ -106,11 +106,11 @@ private:
 
     void take(QQuickItem &item, const char *property, bool mayDraw)
     {
-        const QString held = dv_quickHeldText(item, property);
-        if (held.isEmpty() || (isTextItem(item) && dv_quickIsClippedAway(item)))
+        const QString marked = dv_quickMarkedText(item, property);
+        if (marked.isEmpty() || (isTextItem(item) && dv_quickIsClippedAway(item)))
             return;
-        const auto same =
-            std::find_if(m_texts.begin(), m_texts.end(), [&](const Text &text) { return text.held == held; });
+        const auto same = std::find_if(m_texts.begin(), m_texts.end(),
+                                       [&](const Text &text) { return text.marked == marked; });
         if (mayDraw && same != m_texts.end())
             same->drawers.append({&item, property, drawsAlone(item, property)});
         else
@@ -159,11 +159,15 @@ QString dv_quickHeldText(const QObject &object, const char *property)
     return object.property(property).toString();
 }
 
+QString dv_quickMarkedText(const QObject &object, const char *property)
+{
+    return dv_markedText(&object, {property}, dv_quickHeldText(object, property));
+}
+
 DVViewText dv_quickText(const QObject &object, const char *property)
 {
-    const QString held = dv_quickHeldText(object, property);
-    const QString marked = dv_markedText(&object, {property}, held);
-    if (qstrcmp(property, "text") == 0 && isRichText(object, held))
+    const QString marked = dv_quickMarkedText(object, property);
+    if (qstrcmp(property, "text") == 0 && isRichText(object, marked))
         return {QTextDocumentFragment::fromHtml(marked).toPlainText(), marked};
     return {marked, {}};
 }
@@ -191,13 +195,14 @@ DVQuickShownTexts dv_quickShownTexts(const QQuickItem &item)
 DVQuickOwner dv_quickOwner(const QQuickItem &item, const char *property)
 {
     DVQuickOwner owner;
-    const QString held = dv_quickHeldText(item, property);
-    if (held.isEmpty() || isButton(item))
+    const QString marked = dv_quickMarkedText(item, property);
+    if (marked.isEmpty() || isButton(item))
         return owner;
     const QQuickItem *below = &item;
     for (QQuickItem *above = item.parentItem(); above; below = above, above = above->parentItem()) {
         for (const char *candidate : dv_quickTextProperties(*above)) {
-            if (dv_quickHeldText(*above, candidate) == held && !isContentOfTitled(*below, *above, candidate))
+            if (dv_quickMarkedText(*above, candidate) == marked &&
+                !isContentOfTitled(*below, *above, candidate))
                 owner = {above, candidate};
         }
         if (isButton(*above))

@@ -17,7 +17,10 @@ QList<const char *> dv_quickTextProperties(const QQuickItem &item);
 
 // As the object holds it.
 QString dv_quickHeldText(const QObject &object, const char *property);
-// With its markers; rich where the item takes it for that.
+// With its markers, also where the object holds it without: a field may, and draws the text of a control that
+// has it with them.
+QString dv_quickMarkedText(const QObject &object, const char *property);
+// The same; rich where the item takes it for that.
 DVViewText dv_quickText(const QObject &object, const char *property);
 
 struct DVQuickShownTexts

@@ -1,4 +1,5 @@
 // New texts in real Qt Quick windows: shown without help from the application, with its bindings left alive.
+#include "DVCleanQuick.h"
 #include "QuickScene.h"
 
 #include <QApplication>
@@ -220,13 +221,19 @@ private Q_SLOTS:
         QFETCH(QStringList, later);
         QStringListModel names({marked(u"‹Hello›"_qs), u"x"_qs});
         m_engine.rootContext()->setContextProperty(u"names"_qs, &names);
-        const QuickScene scene(m_engine, u"property int n: 5\n"_qs + body);
-        QVERIFY(scene.isShown());
-        QTRY_COMPARE(texts(scene.view()), before);
-        update(scene);
-        QTRY_COMPARE(texts(scene.view()), after);
-        run(scene, change);
-        QTRY_COMPARE(texts(scene.view()), later);
+        for (bool withCleanFields : {false, true}) {
+            translate(false);
+            const QuickScene scene(m_engine, u"property int n: 5\n"_qs + body);
+            QVERIFY(scene.isShown());
+            QObject tools;
+            if (withCleanFields)
+                dv_followQuickWindow(*scene.window, tools);
+            QTRY_COMPARE(texts(scene.view()), before);
+            update(scene);
+            QTRY_COMPARE(texts(scene.view()), after);
+            run(scene, change);
+            QTRY_COMPARE(texts(scene.view()), later);
+        }
     }
 
     void aTextThatChangedMeanwhileIsLeft()

@@ -1,5 +1,6 @@
 // The texts of real Qt Quick windows: each found once, where it is shown, and hit by a point; also inside
 // widgets.
+#include "DVCleanQuick.h"
 #include "QuickScene.h"
 
 #include <QApplication>
@@ -165,6 +166,10 @@ private Q_SLOTS:
         QFETCH(QStringList, found);
         const QuickScene scene(m_engine, body);
         QVERIFY(scene.isShown());
+        QTRY_COMPARE(texts(scene.view()), found);
+        // The same when fields hold clean texts.
+        QObject tools;
+        dv_followQuickWindow(*scene.window, tools);
         QTRY_COMPARE(texts(scene.view()), found);
     }
 
