@@ -40,6 +40,15 @@ void DVReviewTools::setupContextActions()
     setup(false);
 }
 
+// Also where the locale may change while strings are only served.
+void DVReviewTools::textsAreMarked(bool marked)
+{
+    if (!marked)
+        m_cleanTexts.reset();
+    else if (!m_cleanTexts)
+        m_cleanTexts = std::make_unique<DVCleanTexts>();
+}
+
 void DVReviewTools::openLoginForm(std::function<void(bool)> completion)
 {
     DVPresenters::shared().login->openLoginFormWithCompletion(std::move(completion));

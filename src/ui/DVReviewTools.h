@@ -20,6 +20,7 @@ public:
 
     void setupEditionActions() override;
     void setupContextActions() override;
+    void textsAreMarked(bool marked) override;
     void openLoginForm(std::function<void(bool cancelled)> completion) override;
     void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> completion) override;
 

@@ -123,7 +123,7 @@ void dv_followQuickWindow(QWindow &window, QObject &context)
         if (fields->window == quick)
             return;
     }
-    std::make_unique<QuickFields>(*quick, context).release(); // the context owns it
+    static_cast<void>(std::make_unique<QuickFields>(*quick, context).release()); // the context owns it
 }
 
 #include "DVCleanQuick.moc"

@@ -15,6 +15,7 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QDrag>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -425,6 +426,17 @@ void tst_CleanTexts::draggedData()
     QVERIFY(!clean->hasFormat(u"application/vnd.oasis.opendocument.text"_qs));
     QVERIFY(clean->hasImage());
     QVERIFY2(!dv_cleanMimeData(*clean), "what is clean is left as it is");
+
+    QWidget source;
+    show(source);
+    QTest::mousePress(source.windowHandle(), Qt::LeftButton);
+    auto drag = std::make_unique<QDrag>(&source);
+    auto dragged = std::make_unique<QMimeData>();
+    dragged->setText(tr_("Name"));
+    drag->setMimeData(dragged.release());
+    QCoreApplication::processEvents(); // as a drag does while it runs
+    QCOMPARE(drag->mimeData()->text(), u"Nom"_qs);
+    QTest::mouseRelease(source.windowHandle(), Qt::LeftButton);
 }
 
 void tst_CleanTexts::accessibleNames()
