@@ -96,7 +96,7 @@ void DVWidgetView::setText(const DVViewText &text, const DVViewText &newText)
 
 QRectF DVWidgetView::frame() const
 {
-    return m_widget && m_widget->isVisible() ? dv_windowRect(*m_widget, m_widget->rect()) : QRectF();
+    return m_widget ? dv_windowRect(*m_widget, m_widget->rect()) : QRectF();
 }
 
 void DVWidgetView::contentsDidChange()
@@ -191,5 +191,9 @@ bool dv_isShown(const QWidget &widget)
 
 QRectF dv_windowRect(const QWidget &widget, const QRect &rect)
 {
+    for (const QWidget *above = &widget; above; above = above->isWindow() ? nullptr : above->parentWidget()) {
+        if (!dv_isShown(*above))
+            return {};
+    }
     return QRectF(widget.mapTo(widget.window(), rect.topLeft()), rect.size());
 }

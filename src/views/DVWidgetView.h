@@ -56,5 +56,6 @@ private:
 // it is not shown.
 bool dv_isShown(const QWidget &widget);
 
-// A rectangle of a widget in points of its window.
+// A rectangle of a widget in points of its window; empty while the widget, or one that it stands in, is not
+// shown.
 QRectF dv_windowRect(const QWidget &widget, const QRect &rect);

@@ -403,10 +403,13 @@ void TestWidgetViews::hiddenThingsAreNotFound()
     window.resize(700, 400);
     window.setWindowTitle(u"title"_qs);
     QVERIFY(texts(&window).isEmpty()); // not shown yet
+    QVERIFY(dv_view(password)->frame().isEmpty());
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
 
     QTRY_VERIFY(!texts(&window).contains(u"in dock 0"_qs));
+    QVERIFY(dv_view(docks[0]->widget())->frame().isEmpty());
+    QVERIFY(!dv_view(docks[1]->widget())->frame().isEmpty());
     QStringList found = texts(&window);
     found.sort();
     // The dock's title stands above it and on its tab; the other dock's only on its tab.
