@@ -8,17 +8,29 @@
 #include <Dorvane/DVQuick.h>
 #include <Dorvane/Dorvane.h>
 
+#ifdef WINDOWGARDEN_REVIEW
+#include <QApplication>
+#else
 #include <QGuiApplication>
+#endif
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
 
 namespace {
 
+#ifdef WINDOWGARDEN_REVIEW // the build that translators get, linked with Dorvane::Review
+using Application = QApplication;
+const QString mode = QStringLiteral("DVInAppReview");
+#else
+using Application = QGuiApplication;
+const QString mode = QStringLiteral("DVOTAServing");
+#endif
+
 void startTranslations()
 {
     QVariantMap options = deploymentOptions();
-    options.insert(QStringLiteral("mode"), QStringLiteral("DVOTAServing"));
+    options.insert(QStringLiteral("mode"), mode);
     // The key of the demonstration project in examples/project; yours comes with your own project.
     options.insert(QStringLiteral("otaKey"), QStringLiteral("d2luZG93LWdhcmRlbi1kZW1vbnN0cmF0aW9uLWtleSE="));
     Dorvane::startWithProjectId(QStringLiteral("window-garden"), options);
@@ -36,7 +48,7 @@ void registerTypes()
 
 int main(int argc, char **argv)
 {
-    QGuiApplication application(argc, argv);
+    Application application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("windowgarden"));
     QGuiApplication::setApplicationVersion(QStringLiteral("1.0"));
     const PictureOrder pictures = PictureOrder::fromCommandLine();

@@ -10,10 +10,16 @@
 
 namespace {
 
+#ifdef WINDOWGARDEN_REVIEW // the build that translators get, linked with Dorvane::Review
+const QString mode = QStringLiteral("DVInAppReview");
+#else
+const QString mode = QStringLiteral("DVOTAServing");
+#endif
+
 void startTranslations()
 {
     QVariantMap options = deploymentOptions();
-    options.insert(QStringLiteral("mode"), QStringLiteral("DVOTAServing"));
+    options.insert(QStringLiteral("mode"), mode);
     // The key of the demonstration project in examples/project; yours comes with your own project.
     options.insert(QStringLiteral("otaKey"), QStringLiteral("d2luZG93LWdhcmRlbi1kZW1vbnN0cmF0aW9uLWtleSE="));
     Dorvane::startWithProjectId(QStringLiteral("window-garden"), options);

@@ -1,5 +1,6 @@
 #include "DVNavigationController.h"
 
+#include "DVAnimation.h"
 #include "DVColors.h"
 #include "DVSystemFont.h"
 #include "DVViewController.h"
@@ -12,6 +13,8 @@
 namespace {
 
 constexpr int edge = 5;
+constexpr int slideMilliseconds = 350;
+constexpr double lowerMoves = 0.3; // of the width, while another slides over it
 
 // Shows a chevron before its title; mirrored with the bar.
 class BackButton : public DVBarButton
@@ -57,34 +60,85 @@ DVNavigationController::~DVNavigationController()
         screen->disconnect(this); // they die with this, after the bar
 }
 
-void DVNavigationController::pushViewController(DVViewController *screen)
+void DVNavigationController::pushViewController(DVViewController *screen, bool animated)
 {
     if (!screen || m_screens.contains(screen))
         return;
+    endSliding();
+    DVViewController *before = topViewController();
     screen->setParent(this);
     m_screens.append(screen);
     connect(screen, &QObject::destroyed, this, &DVNavigationController::forget);
     showTop();
+    if (animated && before && isVisible())
+        slide(screen, before, true);
 }
 
-bool DVNavigationController::popViewController()
+bool DVNavigationController::popViewController(bool animated)
 {
     if (m_screens.size() < 2)
         return false;
-    DVViewController *popped = m_screens.takeLast();
-    popped->disconnect(this);
-    popped->hide();
-    showTop();
-    popped->deleteLater();
+    popToViewController(m_screens[m_screens.size() - 2], animated);
     return true;
 }
 
-void DVNavigationController::popToViewController(DVViewController *screen)
+void DVNavigationController::popToViewController(DVViewController *screen, bool animated)
 {
-    if (!m_screens.contains(screen))
+    if (!m_screens.contains(screen) || m_screens.last() == screen)
         return;
-    while (m_screens.last() != screen)
-        popViewController();
+    endSliding();
+    DVViewController *top = m_screens.last();
+    while (m_screens.last() != screen) {
+        DVViewController *popped = m_screens.takeLast();
+        popped->disconnect(this);
+        popped->hide();
+        if (popped != top || !animated || !isVisible())
+            popped->deleteLater();
+    }
+    showTop();
+    if (animated && isVisible())
+        slide(top, screen, false);
+}
+
+// One of them is the top of the stack, and the other is shown until the slide is over.
+void DVNavigationController::slide(DVViewController *screen, DVViewController *over, bool comes)
+{
+    m_above = screen;
+    m_below = over;
+    m_comes = comes;
+    over->show();
+    screen->show();
+    screen->raise();
+    m_sliding = DVAnimation::run(
+        *this, slideMilliseconds, DVAnimation::Curve::EaseInOut,
+        [this](double progress) { placeSliding(progress); }, [this] { endSliding(); });
+}
+
+void DVNavigationController::placeSliding(double progress)
+{
+    const double out = (m_comes ? 1 - progress : progress) * (layoutDirection() == Qt::RightToLeft ? -1 : 1);
+    const QSize size(width(), std::max(0, height() - DVNavigationBar::height));
+    if (m_above)
+        m_above->setGeometry(QRect(QPoint(qRound(out * width()), DVNavigationBar::height), size));
+    if (m_below) {
+        const double pushed = (layoutDirection() == Qt::RightToLeft ? 1 : -1) * lowerMoves + out * lowerMoves;
+        m_below->setGeometry(QRect(QPoint(qRound(pushed * width()), DVNavigationBar::height), size));
+    }
+}
+
+void DVNavigationController::endSliding()
+{
+    if (m_sliding)
+        m_sliding->cancel();
+    m_sliding.clear();
+    if (DVViewController *leaves = m_comes ? m_below : m_above) {
+        leaves->setVisible(leaves == topViewController());
+        if (!m_screens.contains(leaves))
+            leaves->deleteLater();
+    }
+    m_above.clear();
+    m_below.clear();
+    layOut();
 }
 
 void DVNavigationController::forget(QObject *screen)
@@ -113,14 +167,14 @@ void DVNavigationController::layOut()
 
 void DVNavigationController::resizeEvent(QResizeEvent *)
 {
-    layOut();
+    endSliding();
 }
 
 DVNavigationBar::DVNavigationBar(DVNavigationController &controller)
     : QWidget(&controller)
 {
     auto *back = new BackButton(QString(), this);
-    connect(back, &QPushButton::clicked, &controller, &DVNavigationController::popViewController);
+    connect(back, &QPushButton::clicked, &controller, [&controller] { controller.popViewController(true); });
     back->hide();
     m_back = back;
 }

@@ -5,10 +5,13 @@
 #include <QPointer>
 #include <QWidget>
 
+class DVAnimation;
 class DVNavigationBar;
 class DVViewController;
 
 // It owns its screens; one that is popped is deleted later. One that is deleted by others leaves the stack.
+// Animated, the new screen comes in from the end of the line over the old one, or goes out there, in 0.35
+// seconds; all that can be asked of the stack is done at once.
 class DVNavigationController : public QWidget
 {
     Q_OBJECT
@@ -19,10 +22,10 @@ public:
 
     QList<DVViewController *> viewControllers() const { return m_screens; }
     DVViewController *topViewController() const { return m_screens.isEmpty() ? nullptr : m_screens.last(); }
-    void pushViewController(DVViewController *screen);
+    void pushViewController(DVViewController *screen, bool animated = false);
     // The root stays. Returns whether there was one to pop.
-    bool popViewController();
-    void popToViewController(DVViewController *screen);
+    bool popViewController(bool animated = false);
+    void popToViewController(DVViewController *screen, bool animated = false);
 
     DVNavigationBar *navigationBar() const { return m_bar; }
 
@@ -33,9 +36,16 @@ private:
     void forget(QObject *screen);
     void showTop();
     void layOut();
+    void slide(DVViewController *screen, DVViewController *over, bool comes);
+    void placeSliding(double progress);
+    void endSliding();
 
     DVNavigationBar *m_bar;
     QList<DVViewController *> m_screens;
+    QPointer<DVAnimation> m_sliding;
+    QPointer<DVViewController> m_above; // what comes in or goes out
+    QPointer<DVViewController> m_below;
+    bool m_comes = false;
 };
 
 // The bar: 44 points, the title in the middle, buttons at both ends, or the way back.

@@ -162,6 +162,8 @@ void DVPopupNavigationTitleView::fadeIn(QWidget *view, const std::function<void(
     if (m_contents && m_contents != view) {
         m_contents->hide();
         DVViewEffect::apply(*m_contents, 1, 1);
+        if (auto *spinner = qobject_cast<DVActivityIndicator *>(m_contents))
+            spinner->stopAnimating(); // nothing turns that nobody sees
     }
     m_contents = view;
     m_animation = DVAnimation::run(

@@ -62,7 +62,7 @@ public:
     double alpha() const { return m_alpha; }
     void setAlpha(double alpha)
     {
-        m_alpha = alpha;
+        m_alpha = std::min(alpha, 1.0); // a spring passes its end
         update();
     }
 
@@ -140,6 +140,7 @@ void DVPopupWindow::presentPopup(DVPopupContentView *popup, bool animated)
             popup->raise();
             m_stack.removeAll(popup);
             m_stack.append(popup);
+            m_root = popup;
             return;
         }
         const bool dies = popup->testAttribute(Qt::WA_DeleteOnClose);
@@ -163,7 +164,7 @@ void DVPopupWindow::presentPopup(DVPopupContentView *popup, bool animated)
     if (animated)
         animateIn(*popup);
     if (!animated || m_stack.size() > 1)
-        fadeMask(1, animated ? presentMilliseconds : 0);
+        fadeMask(1, animated ? presentMilliseconds : 0, DVAnimation::Curve::EaseInOut);
     popup->show();
     popup->raise();
     makeKeyAndVisible();
@@ -174,7 +175,7 @@ void DVPopupWindow::animateIn(DVPopupContentView &popup)
 {
     if (m_stack.size() == 1) {
         m_darkMask->setAlpha(0);
-        fadeMask(1, presentMilliseconds);
+        fadeMask(1, presentMilliseconds, DVAnimation::Curve::Spring);
     }
     DVAnimation::run(popup, presentMilliseconds, DVAnimation::Curve::Spring, [this, &popup](double progress) {
         if (!m_leaving.contains(&popup)) // its own animation has it then
@@ -182,7 +183,7 @@ void DVPopupWindow::animateIn(DVPopupContentView &popup)
     });
 }
 
-void DVPopupWindow::fadeMask(double alpha, int milliseconds)
+void DVPopupWindow::fadeMask(double alpha, int milliseconds, DVAnimation::Curve curve)
 {
     if (m_maskAnimation)
         m_maskAnimation->cancel();
@@ -191,10 +192,9 @@ void DVPopupWindow::fadeMask(double alpha, int milliseconds)
         return;
     }
     const double before = m_darkMask->alpha();
-    m_maskAnimation = DVAnimation::run(*this, milliseconds, DVAnimation::Curve::EaseInOut,
-                                       [this, before, alpha](double progress) {
-                                           m_darkMask->setAlpha(before + (alpha - before) * progress);
-                                       });
+    m_maskAnimation = DVAnimation::run(*this, milliseconds, curve, [this, before, alpha](double progress) {
+        m_darkMask->setAlpha(before + (alpha - before) * progress);
+    });
 }
 
 void DVPopupWindow::dismissPopup(DVPopupContentView *popup, bool animated,
@@ -225,7 +225,7 @@ void DVPopupWindow::dismissPopup(DVPopupContentView *popup, bool animated,
         [this, popup] { finishDismissal(popup); });
     m_leaving[popup].animation = animation;
     if (!topPopup())
-        fadeMask(0, dismissMilliseconds);
+        fadeMask(0, dismissMilliseconds, DVAnimation::Curve::EaseInOut);
     else
         focusTop();
 }

@@ -1,6 +1,7 @@
 // DVPopupWindow: the one window in which every screen of the interface is shown.
 #pragma once
 
+#include "DVAnimation.h"
 #include "DVOverlayWindow.h"
 
 #include <QHash>
@@ -11,7 +12,6 @@
 #include <memory>
 #include <vector>
 
-class DVAnimation;
 class DVPopupContentView;
 
 // Popups lie in it one on the other, over a dark mask on the host's window. It is visible exactly while there
@@ -66,7 +66,7 @@ private:
 
     DVPopupWindow();
     void animateIn(DVPopupContentView &popup);
-    void fadeMask(double alpha, int milliseconds);
+    void fadeMask(double alpha, int milliseconds, DVAnimation::Curve curve);
     void finishDismissal(DVPopupContentView *popup);
     void popupDied(QObject *popup);
     void takeOut(QObject *popup, DVPopupContentView *living);

@@ -120,6 +120,8 @@ private Q_SLOTS:
     void nothingLeaks();
     void rightToLeft();
     void navigation();
+    void navigationSlides_data();
+    void navigationSlides();
     void screenReaders();
     void applicationCanCloseAllWindows();
     void flash();
@@ -680,6 +682,7 @@ void tst_Popup::navigation()
     QVERIFY(back->isVisible());
     click(*back);
     QVERIFY(screen->isVisible() && !back->isVisible());
+    DVAnimationClock::advance(350);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(!pushed);
     QVERIFY(!navigation.popViewController()); // the root stays
@@ -688,6 +691,63 @@ void tst_Popup::navigation()
     delete doomed;
     QCOMPARE(navigation.viewControllers(), QList<DVViewController *>{screen});
     QVERIFY(screen->isVisible());
+}
+
+void tst_Popup::navigationSlides_data()
+{
+    QTest::addColumn<Qt::LayoutDirection>("direction");
+    QTest::newRow("from the right") << Qt::LeftToRight;
+    QTest::newRow("from the left where one reads from the right") << Qt::RightToLeft;
+}
+
+void tst_Popup::navigationSlides()
+{
+    QFETCH(Qt::LayoutDirection, direction);
+    QGuiApplication::setLayoutDirection(direction);
+    const int sign = direction == Qt::RightToLeft ? -1 : 1;
+    auto *screen = new Screen(u"Menu"_qs);
+    DVNavigationController &navigation = *screen->popup()->navigationController();
+    screen->popup()->presentPopupAnimated(false);
+    QPointer<DVViewController> pushed = new DVViewController;
+    navigation.pushViewController(pushed, true);
+    QCOMPARE(navigation.topViewController(), pushed.data()); // at once
+    QCOMPARE(pushed->pos(), QPoint(sign * 370, 44));
+    QCOMPARE(screen->pos(), QPoint(0, 44));
+    DVAnimationClock::advance(175);
+    QCOMPARE(pushed->pos(), QPoint(sign * 185, 44));
+    QVERIFY(screen->isVisible() && screen->x() * sign < 0);
+    DVAnimationClock::advance(175);
+    QCOMPARE(pushed->pos(), QPoint(0, 44));
+    QVERIFY(!screen->isVisible());
+    QCOMPARE(screen->pos(), QPoint(0, 44));
+
+    click(*navigation.navigationBar()->findChild<DVBarButton *>());
+    QCOMPARE(navigation.topViewController(), screen);
+    DVAnimationClock::advance(175);
+    QVERIFY(pushed && pushed->isVisible() && screen->isVisible());
+    DVAnimationClock::advance(175);
+    QCOMPARE(screen->pos(), QPoint(0, 44));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!pushed);
+
+    // Another way before the first is gone, and one that dies on its way.
+    pushed = new DVViewController;
+    navigation.pushViewController(pushed, true);
+    DVAnimationClock::advance(100);
+    QVERIFY(navigation.popViewController(true));
+    DVAnimationClock::advance(100);
+    auto *other = new DVViewController;
+    navigation.pushViewController(other, true);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!pushed);
+    DVAnimationClock::advance(100);
+    delete other;
+    DVAnimationClock::advance(500);
+    QCOMPARE(navigation.viewControllers(), QList<DVViewController *>{screen});
+    QVERIFY(screen->isVisible());
+    navigation.resize(navigation.size() - QSize(1, 1));
+    QCOMPARE(screen->pos(), QPoint(0, 44));
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 void tst_Popup::screenReaders()

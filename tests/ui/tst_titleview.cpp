@@ -77,6 +77,7 @@ void tst_TitleView::successAndBack()
         DVAnimationClock::advance(600);
         QWidget *mark = area.contents();
         QVERIFY(mark != spinner && mark != resting);
+        QVERIFY(!spinner->isAnimating()); // nor does its clock run on
         QCOMPARE(mark->size(), QSize(44, 44));
         QVERIFY(qAbs(mark->geometry().center().x() - area.view()->rect().center().x()) <= 1);
         DVAnimationClock::advance(990);
