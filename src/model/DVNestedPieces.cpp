@@ -24,6 +24,8 @@ void findChildren(QList<DVNestedPiece> &pieces)
 
 QString withEmptyChildren(const DVNestedPiece &piece, const QList<DVNestedPiece> &pieces)
 {
+    if (piece.children.isEmpty())
+        return piece.item.string();
     const QStringView text(piece.item.text);
     QString own;
     qsizetype position = piece.item.location;

@@ -132,17 +132,17 @@ void DVFoundText::search(const QString &text)
     const QList<DVEditionItem> items = dv_croppedToMarkers(dv_localizedStringsInString(text));
     m_text = items.isEmpty() ? text : items.front().text;
     m_pieces.clear();
-    const auto pieces = dv_nestedPieces(items);
+    auto pieces = dv_nestedPieces(items);
     if (!pieces || pieces->isEmpty())
         return;
     const QList<DVMarkupTag> tags = m_kind == Html ? DVMarkup::tagsIn(m_text) : QList<DVMarkupTag>();
     m_pieces.reserve(pieces->size());
-    for (const DVNestedPiece &piece : *pieces) {
+    for (DVNestedPiece &piece : *pieces) {
         DVFoundPiece found;
-        found.piece = piece;
-        found.inTag = isInTag(tags, piece.item.location);
+        found.piece = std::move(piece);
+        found.inTag = isInTag(tags, found.piece.item.location);
         lookUp(found);
-        m_pieces.append(found);
+        m_pieces.append(std::move(found));
     }
 }
 
@@ -171,7 +171,7 @@ void DVFoundText::lookUpAs(DVFoundPiece &found, const QString &text) const
     found.string = DVMainController::sharedInstance().dorvaneStringWithNonNestedString(text, &values);
     if (!found.string)
         return;
-    found.values = *values;
+    found.values = std::move(*values);
     found.group = found.string->group.lock();
     found.pluralForm = found.string->pluralForm;
     found.foundFormat = found.string->localizedFormat;

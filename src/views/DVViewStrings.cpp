@@ -54,6 +54,7 @@ const QList<DVStringPtr> &DVViewStrings::dorvaneStringsInString()
     m_pieces.clear();
     m_found = isRich() ? DVFoundText::find(originalAttributedString, DVFoundText::Html)
                        : DVFoundText::find(originalString, DVFoundText::Plain);
+    const bool isOne = m_found.pieces().size() == 1; // nearly always
     QSet<DVString *> known;
     for (qsizetype i = 0; i < m_found.pieces().size(); ++i) {
         const DVFoundPiece &found = m_found.pieces().at(i);
@@ -64,9 +65,11 @@ const QList<DVStringPtr> &DVViewStrings::dorvaneStringsInString()
             m_firstLevel.front().targetString = found.group;
             m_firstLevel.front().pluralForm = found.pluralForm;
         }
-        if (known.contains(found.string.get()))
-            continue;
-        known.insert(found.string.get());
+        if (!isOne) {
+            if (known.contains(found.string.get()))
+                continue;
+            known.insert(found.string.get());
+        }
         m_strings.append(found.string);
         m_values.append(found.values);
         m_pieces.append(i);
