@@ -136,11 +136,11 @@ void dv_cleanSpinBox(QAbstractSpinBox &box)
         dv_cleanProperty(box, property);
 }
 
-void dv_cleanEntries(QComboBox &box)
+void dv_cleanEntries(QComboBox &box, int first, int last)
 {
     if (!qobject_cast<QStandardItemModel *>(box.model()))
         return;
-    for (int i = 0; i < box.count(); ++i) {
+    for (int i = first; i <= last && i < box.count(); ++i) {
         const QString marked = box.itemText(i);
         if (!dv_holdsCues(marked))
             continue;

@@ -31,7 +31,7 @@ void dv_cleanPlainTextEdit(QPlainTextEdit &edit, DVTelling telling);
 void dv_cleanSpinBox(QAbstractSpinBox &box);
 // The texts of its entries where its model is a QStandardItemModel, as it is without the host's doing. Other
 // models are the host's: what their data() says cannot be changed.
-void dv_cleanEntries(QComboBox &box);
+void dv_cleanEntries(QComboBox &box, int first, int last);
 
 // A text property that nothing follows but its own change signal, such as a title; the host is not told.
 void dv_cleanProperty(QObject &object, const char *property);

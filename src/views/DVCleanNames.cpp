@@ -47,9 +47,10 @@ void DVCleanNames::follow(QWidget &widget)
         return;
     if (!isKnown)
         forgetWhenGone(widget);
-    Given &mine = isKnown ? *given : m_given[&widget];
+    Given mine = isKnown ? *given : Given();
     mine.sources = sources;
     name(widget, mine);
+    m_given.insert(&widget, mine);
 }
 
 // Everything of which a widget's accessible name or description may be made. U+0000 is in no text.

@@ -187,14 +187,19 @@ void DVCleanTexts::followEntries(QWidget &widget)
     if (!m_entries.contains(box))
         connect(box, &QObject::destroyed, this, [this, box] { m_entries.remove(box); });
     m_entries.insert(box, box->model());
-    const auto again = [alive = QPointer<QComboBox>(box)] {
-        if (alive)
-            dv_cleanEntries(*alive);
+    const QPointer<QComboBox> alive = box;
+    const auto inserted = [alive](const QModelIndex &parent, int first, int last) {
+        if (alive && parent == alive->rootModelIndex())
+            dv_cleanEntries(*alive, first, last);
     };
-    connect(box->model(), &QAbstractItemModel::rowsInserted, this, again);
-    connect(box->model(), &QAbstractItemModel::dataChanged, this, again);
+    const auto changed = [alive](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
+        if (alive && topLeft.parent() == alive->rootModelIndex())
+            dv_cleanEntries(*alive, topLeft.row(), bottomRight.row());
+    };
+    connect(box->model(), &QAbstractItemModel::rowsInserted, this, inserted);
+    connect(box->model(), &QAbstractItemModel::dataChanged, this, changed);
     const QSignalBlocker quiet(box);
-    dv_cleanEntries(*box);
+    dv_cleanEntries(*box, 0, box->count() - 1);
 }
 
 void DVCleanTexts::followWindow(QWindow &window)
