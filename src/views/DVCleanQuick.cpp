@@ -85,8 +85,10 @@ private:
         const bool isKnown = m_names.contains(&item);
         if (!isKnown && !dv_holdsCues(text))
             return;
-        QObject *attached =
-            QQmlProperty(&item, QStringLiteral("Accessible.name"), qmlContext(&item)).object();
+        QQmlContext *context = qmlContext(&item);
+        if (context && !context->isValid())
+            return; // the application has just unloaded the item
+        QObject *attached = QQmlProperty(&item, QStringLiteral("Accessible.name"), context).object();
         if (!attached)
             return;
         if (!isKnown)

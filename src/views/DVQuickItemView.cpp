@@ -1,5 +1,6 @@
 #include "DVQuickItemView.h"
 
+#include "DVQuickClass.h"
 #include "DVQuickPartView.h"
 #include "DVQuickPush.h"
 #include "DVQuickScene.h"
@@ -25,7 +26,7 @@ const char *labelProperty(const QQuickItem &item)
 
 bool isClippedAway(const QQuickItem &item)
 {
-    return (item.clip() || item.inherits("QQuickText")) && dv_quickIsClippedAway(item);
+    return (item.clip() || dv_quickClass(item).isText) && dv_quickIsClippedAway(item);
 }
 
 } // namespace

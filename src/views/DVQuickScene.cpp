@@ -1,5 +1,7 @@
 #include "DVQuickScene.h"
 
+#include "DVQuickClass.h"
+
 #include <QApplication>
 #include <QColor>
 #include <QQuickItem>
@@ -18,21 +20,17 @@ QRectF ownRect(const QQuickItem &item)
     return {0, 0, item.width(), item.height()};
 }
 
-// A view keeps delegates outside of its area ready and does not draw them, although they are visible.
-bool hidesWhatIsOutside(const QQuickItem &item)
-{
-    return item.inherits("QQuickItemView") || item.inherits("QQuickTableView");
-}
-
 // In points of the scene.
 QRectF unclippedRect(const QQuickItem &item)
 {
     QRectF rect = item.mapRectToScene(ownRect(item));
     for (const QQuickItem *above = item.parentItem(); above && !rect.isEmpty(); above = above->parentItem()) {
+        // A view keeps delegates outside of its area ready and does not draw them, although they are visible.
         if (above->clip() || !above->parentItem()) {
             const QRectF clip = above->mapRectToScene(above->clip() ? above->clipRect() : ownRect(*above));
             rect = clip.isEmpty() && !above->clip() ? rect : rect & clip;
-        } else if (hidesWhatIsOutside(*above) && !rect.intersects(above->mapRectToScene(ownRect(*above)))) {
+        } else if (dv_quickClass(*above).isItemView &&
+                   !rect.intersects(above->mapRectToScene(ownRect(*above)))) {
             return {};
         }
     }

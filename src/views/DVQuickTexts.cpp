@@ -1,6 +1,7 @@
 #include "DVQuickTexts.h"
 
 #include "DVPropertyText.h"
+#include "DVQuickClass.h"
 #include "DVQuickScene.h"
 
 #include <QMetaProperty>
@@ -14,13 +15,13 @@ namespace {
 
 bool isTextItem(const QQuickItem &item)
 {
-    return item.inherits("QQuickText") || item.inherits("QQuickTextInput") || item.inherits("QQuickTextEdit");
+    return dv_quickClass(item).isText || dv_quickClass(item).isField;
 }
 
 // A button's text is its own: it is nobody's above, even when that has the same one.
 bool isButton(const QQuickItem &item)
 {
-    return item.inherits("QQuickAbstractButton");
+    return dv_quickClass(item).isButton;
 }
 
 // A title stands beside the contents, and not among them.
@@ -33,8 +34,8 @@ bool isContentOfTitled(const QQuickItem &item, const QQuickItem &owner, const ch
 bool drawsAlone(const QQuickItem &item, const char *property)
 {
     const QMetaObject *type = item.metaObject();
-    const QByteArray declaring =
-        type->property(type->indexOfProperty(property)).enclosingMetaObject()->className();
+    const QMetaObject *enclosing = type->property(type->indexOfProperty(property)).enclosingMetaObject();
+    const QByteArray declaring = enclosing ? enclosing->className() : "";
     if (declaring.contains("_QML")) // a QML file's property is drawn by the items in the file
         return false;
     if (declaring.startsWith("QQuick") && !declaring.startsWith("QQuickPainted"))
@@ -89,10 +90,12 @@ private:
 
     bool visit(QQuickItem &item, bool mayDraw)
     {
-        for (const char *property : dv_quickTextProperties(item))
-            take(item, property, mayDraw && !isButton(item));
+        if (!mayDraw && m_others)
+            return false; // all that was to be known
         const bool within = mayDraw && !isButton(item);
-        if (within && !isContent(item))
+        for (const char *property : dv_quickTextProperties(item))
+            take(item, property, within);
+        if (!mayDraw || (within && !isContent(item)))
             return true;
         dv_quickVisit(item, [this](QQuickItem &inner) { return visit(inner, false); });
         return false;
@@ -133,24 +136,24 @@ bool isTyped(const QQuickItem &item)
 
 QList<const char *> dv_quickTextProperties(const QQuickItem &item)
 {
-    if (item.inherits("QQuickText"))
+    const DVQuickClass found = dv_quickClass(item);
+    QList<const char *> properties;
+    if (found.isText)
         return {"text"};
-    if (item.inherits("QQuickComboBox"))
+    if (found.isComboBox)
         return {"displayText"};
-    if (isTextItem(item)) {
-        QList<const char *> properties;
+    if (found.isField) {
         const QVariant echo = item.property("echoMode");
         if (!isTyped(item) && (!echo.isValid() || echo.toInt() == 0))
             properties << "text";
-        if (dv_hasTextProperty(&item, "placeholderText"))
+        if (found.hasPlaceholder)
             properties << "placeholderText";
         return properties;
     }
-    QList<const char *> properties;
-    for (const char *property : {"text", "title"}) {
-        if (dv_hasTextProperty(&item, property))
-            properties << property;
-    }
+    if (found.hasText)
+        properties << "text";
+    if (found.hasTitle)
+        properties << "title";
     return properties;
 }
 
@@ -177,6 +180,10 @@ DVQuickShownTexts dv_quickShownTexts(const QQuickItem &item)
     const QList<const char *> own = dv_quickTextProperties(item);
     if (own.isEmpty() || (own.size() == 1 && isTextItem(item) && item.childItems().isEmpty()))
         return {own, own.isEmpty()};
+    // Most titles are empty, and most items with one contain a whole page.
+    const auto isEmpty = [&](const char *property) { return dv_quickHeldText(item, property).isEmpty(); };
+    if (!isTextItem(item) && std::all_of(own.begin(), own.end(), isEmpty))
+        return {{}, true};
     const Search search(item, own);
     DVQuickShownTexts shown{{}, search.foundOthers()};
     for (const char *property : own) {
