@@ -14,7 +14,6 @@ namespace {
 
 constexpr int edge = 5;
 constexpr int slideMilliseconds = 350;
-constexpr double lowerMoves = 0.3; // of the width, while another slides over it
 
 // Shows a chevron before its title; mirrored with the bar.
 class BackButton : public DVBarButton
@@ -116,14 +115,13 @@ void DVNavigationController::slide(DVViewController *screen, DVViewController *o
 
 void DVNavigationController::placeSliding(double progress)
 {
-    const double out = (m_comes ? 1 - progress : progress) * (layoutDirection() == Qt::RightToLeft ? -1 : 1);
+    const int end = layoutDirection() == Qt::RightToLeft ? -1 : 1;
+    const double out = (m_comes ? 1 - progress : progress) * end;
     const QSize size(width(), std::max(0, height() - DVNavigationBar::height));
     if (m_above)
         m_above->setGeometry(QRect(QPoint(qRound(out * width()), DVNavigationBar::height), size));
-    if (m_below) {
-        const double pushed = (layoutDirection() == Qt::RightToLeft ? 1 : -1) * lowerMoves + out * lowerMoves;
-        m_below->setGeometry(QRect(QPoint(qRound(pushed * width()), DVNavigationBar::height), size));
-    }
+    if (m_below) // aside, not beneath: screens have no ground of their own
+        m_below->setGeometry(QRect(QPoint(qRound((out - end) * width()), DVNavigationBar::height), size));
 }
 
 void DVNavigationController::endSliding()

@@ -10,8 +10,8 @@ class DVNavigationBar;
 class DVViewController;
 
 // It owns its screens; one that is popped is deleted later. One that is deleted by others leaves the stack.
-// Animated, the new screen comes in from the end of the line over the old one, or goes out there, in 0.35
-// seconds; all that can be asked of the stack is done at once.
+// Animated, the new screen comes in from the end of the line and pushes the old one out, or goes back
+// there, in 0.35 seconds; all that can be asked of the stack is done at once.
 class DVNavigationController : public QWidget
 {
     Q_OBJECT

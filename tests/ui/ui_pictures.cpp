@@ -2,6 +2,7 @@
 #include "DVAnimation.h"
 #include "DVColors.h"
 #include "DVImages.h"
+#include "DVNavigationController.h"
 #include "DVPageControl.h"
 #include "DVPopupContentView.h"
 #include "DVPopupNavigationTitleView.h"
@@ -136,6 +137,19 @@ void popupPictures(HostWindow &host)
     editor->popup()->dismissAnimated(false);
 }
 
+void slidePicture(HostWindow &host)
+{
+    auto *menu = new Menu;
+    menu->popup()->presentPopupAnimated(false);
+    auto *next = new Menu;
+    next->setTitle(u"Language"_qs);
+    menu->popup()->navigationController()->pushViewController(next, true);
+    DVAnimationClock::advance(150);
+    QCoreApplication::processEvents();
+    write(u"screen-slides"_qs, onScreen(host));
+    menu->popup()->dismissAnimated(false);
+}
+
 void titlePictures(HostWindow &host)
 {
     auto *screen = new DVPopupRootViewController;
@@ -240,6 +254,7 @@ int main(int argc, char **argv)
     HostWindow host;
     host.show();
     popupPictures(host);
+    slidePicture(host);
     titlePictures(host);
     dotPictures();
     badgePicture();
