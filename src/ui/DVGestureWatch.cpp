@@ -298,7 +298,7 @@ void DVGestureWatch::followTouch(QWindow &target, const QTouchEvent &event)
         return;
     }
     for (const QEventPoint &point : event.points()) {
-        const int id = point.id() + 1; // 0 is nobody's
+        const int id = DVPress::Contact::idOf(point);
         if (point.state() == QEventPoint::Pressed) {
             if (!m_press.isActive())
                 beginPress(target, event.pointingDevice(), true);
@@ -398,7 +398,8 @@ bool DVGestureWatch::mayBegin(QWindow &window, DVLongPressGestureRecognizer &rec
     if (!gestures || m_press.window != &window)
         return false;
     const QObject *touched = gestures->lastTouchedView ? gestures->lastTouchedView->object() : nullptr;
-    if (!m_taken && recognizer.numberOfTouchesRequired() == 1 && dv_actsWhileHeld(m_press, touched)) {
+    const bool isOfHost = recognizer.numberOfTouchesRequired() == 1 && dv_actsWhileHeld(m_press, touched);
+    if (!m_taken && (isOfHost || dv_isDragging(m_press))) {
         recognizer.fail();
         return false;
     }

@@ -18,6 +18,12 @@ struct DVPress
         quint64 timestamp = 0; // of the event that put it down
         QPointF startedAt;     // on the screen
         QPointF at;
+
+        int touchPoint() const { return id - 1; }
+        static int idOf(const QEventPoint &point)
+        {
+            return point.id() + 1;
+        } // 0 is no button and nobody's finger
     };
 
     QPointer<QWindow> window; // top-level: the one that the first contact is in

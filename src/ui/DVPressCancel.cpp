@@ -7,6 +7,7 @@
 #include <QAbstractSlider>
 #include <QAbstractSpinBox>
 #include <QApplication>
+#include <QDrag>
 #include <QMouseEvent>
 #include <QSizeGrip>
 #include <QSplitterHandle>
@@ -78,44 +79,66 @@ void letGo(const DVPress &press, QWidget *widget)
     }
 }
 
-// Items that hold a point of the event hear that it was taken from them.
-void takeGrabs(QPointerEvent &event)
+// A handler that is pressed stays so unless it hears that something else holds the point now: the item that
+// it is in.
+void takeGrab(QPointerEvent &event, const QEventPoint &point)
 {
-    for (const QEventPoint &point : event.points()) {
-        event.setExclusiveGrabber(point, nullptr);
+    const QPointer<QObject> holder = event.exclusiveGrabber(point);
+    QObject *item = holder && holder->inherits("QQuickPointerHandler") ? holder->parent() : nullptr;
+    if (item && item->inherits("QQuickItem"))
+        event.setExclusiveGrabber(point, item);
+    event.setExclusiveGrabber(point, nullptr);
+}
+
+using Listeners = QList<QList<QPointer<QObject>>>; // of each point
+
+Listeners listenersOf(const QPointerEvent &event)
+{
+    Listeners all;
+    for (const QEventPoint &point : event.points())
+        all << event.passiveGrabbers(point);
+    return all;
+}
+
+// Whoever holds a point of the event in a scene hears that it was taken. So do those that only listen, such
+// as most taps: they are made to hold it first.
+void takeGrabs(QPointerEvent &event, const Listeners &listeners)
+{
+    for (qsizetype i = 0; i < event.pointCount(); ++i) {
+        const QEventPoint &point = event.points().at(i);
+        takeGrab(event, point);
+        for (const QPointer<QObject> &handler : listeners.at(i)) {
+            if (handler && handler->inherits("QQuickPointerHandler")) {
+                event.setExclusiveGrabber(point, handler);
+                takeGrab(event, point);
+            }
+        }
         event.clearPassiveGrabbers(point);
     }
 }
 
-void takeGrabsOfMouse(QObject &receiver, const DVPress &press, const QPointingDevice *device)
+void takeGrabsOfMouse(const DVPress &press)
 {
-    for (const Qt::MouseButton button : buttonsOf(press)) {
-        QMouseEvent move(QEvent::MouseMove, farAway, farAway, farAway, Qt::NoButton, button, press.modifiers,
-                         device);
-        for (const QEventPoint &point : move.points())
-            move.setExclusiveGrabber(point, nullptr);
-        // Handlers that only listen take this for the end of something that went elsewhere.
-        QMouseEvent release(QEvent::MouseButtonRelease, farAway, farAway, farAway, button, Qt::NoButton,
-                            press.modifiers, device);
-        QCoreApplication::sendEvent(&receiver, &release);
-        takeGrabs(release);
+    const QPointingDevice *primary = QPointingDevice::primaryPointingDevice();
+    for (const QPointingDevice *device :
+         {primary, press.mouse.data()}) { // a scene in a widget knows the first alone
+        if (!device)
+            continue;
+        const QPointF at = press.contacts.first().at;
+        QMouseEvent event(QEvent::MouseMove, at, at, at, Qt::NoButton, Qt::LeftButton, press.modifiers,
+                          device);
+        takeGrabs(event, listenersOf(event));
     }
 }
 
-void takeGrabsOfMouse(QObject &receiver, const DVPress &press)
-{
-    const QPointer<QObject> alive(&receiver);
-    const QPointingDevice *primary = QPointingDevice::primaryPointingDevice();
-    takeGrabsOfMouse(receiver, press, primary); // a scene in a widget knows no other
-    if (alive && press.mouse && press.mouse != primary)
-        takeGrabsOfMouse(receiver, press, press.mouse);
-}
-
+// The receiver: a window, which knows which of its widgets or items has the fingers.
 void cancelTouches(QObject &receiver, const DVPress &press)
 {
+    QTouchEvent update(QEvent::TouchUpdate, press.device, press.modifiers, press.points);
+    const Listeners listeners = listenersOf(update);
     QTouchEvent cancel(QEvent::TouchCancel, press.device, press.modifiers, press.points);
-    QCoreApplication::sendEvent(&receiver, &cancel);
-    takeGrabs(cancel);
+    QCoreApplication::sendEvent(&receiver, &cancel); // for those that hold a point
+    takeGrabs(update, listeners);
 }
 
 bool isHeldArrow(const QObject *spinBox, const char *arrow)
@@ -156,6 +179,16 @@ bool dv_actsWhileHeld(const DVPress &press, const QObject *touched)
     return false;
 }
 
+// A source in a scene drags only what has moved already.
+bool dv_isDragging(const DVPress &press)
+{
+    for (const QWidget *widget = press.pressed; widget; widget = widget->parentWidget()) {
+        if (widget->findChild<QDrag *>(QString(), Qt::FindDirectChildrenOnly))
+            return true;
+    }
+    return false;
+}
+
 bool dv_canCancelPress(const DVPress &press)
 {
     return press.pressed ||
@@ -167,10 +200,8 @@ void dv_cancelPress(const DVPress &press)
     const DVPress own = press; // what the host does meanwhile may end it
     if (own.byTouch && own.target && own.device)
         cancelTouches(*own.target, own);
-    if (own.pressed && isQuick(*own.pressed))
-        takeGrabsOfMouse(*own.pressed, own);
-    else if (own.pressed && own.pressedByMouse)
+    if (!own.byTouch || own.pressedByMouse)
+        takeGrabsOfMouse(own);
+    if (own.pressed && own.pressedByMouse && !isQuick(*own.pressed))
         letGo(own, own.pressed);
-    else if (own.target && isQuick(*own.target) && (!own.byTouch || own.pressedByMouse))
-        takeGrabsOfMouse(*own.target, own);
 }

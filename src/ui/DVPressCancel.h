@@ -14,5 +14,8 @@ void dv_cancelPress(const DVPress &press);
 // may be null.
 bool dv_actsWhileHeld(const DVPress &press, const QObject *touched);
 
+// Whether the host drags something with it, which may begin before anything moves.
+bool dv_isDragging(const DVPress &press);
+
 // Whether the press can be taken away: of a window of widgets or of Qt Quick.
 bool dv_canCancelPress(const DVPress &press);

@@ -54,7 +54,8 @@ QList<Page> pagesOf(QTabWidget &tabs)
 {
     QList<Page> pages;
     for (int i = 0; i < tabs.count(); ++i)
-        pages.append({tabs.widget(i), tabs.tabText(i)});
+        pages.append(
+            {tabs.widget(i), DVMarkedTexts::markedText(tabs.tabBar(), {"tabText", i}, tabs.tabText(i))});
     return pages;
 }
 

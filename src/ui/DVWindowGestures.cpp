@@ -53,17 +53,6 @@ const DVWindowGestures *gesturesOf(const QWindow *window)
     return watch ? watch->gesturesOf(window) : nullptr;
 }
 
-QString nameOf(const DVViewPtr &view)
-{
-    const QObject *object = view ? view->object() : nullptr;
-    if (!object)
-        return QStringLiteral("(null)");
-    const QString className = QString::fromLatin1(object->metaObject()->className());
-    if (object->objectName().isEmpty())
-        return className;
-    return QString(className + u' ' + object->objectName());
-}
-
 void editStringsOf(const DVViewPtr &touched, QObject *viewController)
 {
     QList<DVViewStringsPtr> strings = dorvaneStringsInSubviews(touched);
@@ -157,7 +146,8 @@ void dv_triggerEdition(QWindow *window, const DVLongPressGestureRecognizer &reco
         return;
     }
     const DVViewPtr touched = dv_lastTouchedView(window);
-    dv_logDebugLazily([&] { return QString(u"Edition gesture triggered for view " + nameOf(touched)); });
+    dv_logDebugLazily(
+        [&] { return QString(u"Edition gesture triggered for view " + dv_viewDescription(touched)); });
     QObject *viewController = dv_navTopViewController(window);
     if (touched && touched->superview())
         editStringsOf(touched, viewController);

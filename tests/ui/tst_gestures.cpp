@@ -2,16 +2,10 @@
 // notice but for the click that does not come.
 #include "GestureHost.h"
 
-#include "DVLog.h"
-#include "DVPopupContentView.h"
-#include "DVPopupWindow.h"
-#include "DVWindowGestures.h"
-
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDialog>
 #include <QDrag>
 #include <QGroupBox>
 #include <QHeaderView>
@@ -30,6 +24,7 @@
 #include <QSplitter>
 #include <QTest>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -169,6 +164,12 @@ private Q_SLOTS:
     void aFingerOnAButtonThatTakesTouches();
     void buttonsSayThatTheyWereReleased();
     void selectionStays();
+    void theHostGoesOn_data();
+    void theHostGoesOn();
+    void dragsOfTheHost();
+    void menus();
+    void boxesThatOpenOnAPress();
+    void widgetsThatProgramsPress();
 
 private:
     std::unique_ptr<GestureHost> m_host;
@@ -353,6 +354,213 @@ void TestGestures::selectionStays()
 
     QVERIFY(entries->item(1)->isSelected()); // by the press, as ever
     QCOMPARE(m_host->asked.take(), u"edit"_qs);
+}
+
+namespace {
+
+Control slider(const Uses &uses)
+{
+    auto *made = new QSlider(Qt::Horizontal);
+    made->setValue(50);
+    count(made, &QSlider::valueChanged, uses);
+    return {made, [made] { return made->rect().center(); }};
+}
+
+Control scrollBar(const Uses &uses)
+{
+    auto *made = new QScrollBar(Qt::Vertical);
+    made->setRange(0, 1000);
+    count(made, &QScrollBar::valueChanged, uses);
+    return {made,
+            [made] { return QPoint(made->width() / 2, made->height() - 30); }}; // below the handle: pages
+}
+
+Control spinBox(const Uses &uses)
+{
+    auto *made = new QSpinBox;
+    made->setRange(0, 1000000);
+    count(made, &QSpinBox::valueChanged, uses);
+    return {made, [made] { return QPoint(made->width() - 8, 20); }};
+}
+
+Control repeating(const Uses &uses)
+{
+    auto *made = new QPushButton(u"More"_qs);
+    made->setAutoRepeat(true);
+    made->setAutoRepeatDelay(1);
+    made->setAutoRepeatInterval(1);
+    count(made, &QPushButton::clicked, uses);
+    return {made, [] { return QPoint(30, 30); }};
+}
+
+Control text(const Uses &uses)
+{
+    auto *made = new QPlainTextEdit(u"Some words to be selected"_qs);
+    QObject::connect(made, &QPlainTextEdit::selectionChanged, made,
+                     [made, uses] { *uses += made->textCursor().hasSelection(); });
+    return {made, [] { return QPoint(10, 12); }};
+}
+
+Control field(const Uses &uses)
+{
+    auto *made = new QLineEdit(u"Some words to be selected"_qs);
+    count(made, &QLineEdit::selectionChanged, uses);
+    return {made, [made] { return QPoint(10, made->height() / 2); }};
+}
+
+Control splitter(const Uses &uses)
+{
+    auto *made = new QSplitter;
+    made->addWidget(new QWidget);
+    made->addWidget(new QWidget);
+    count(made, &QSplitter::splitterMoved, uses);
+    return {made, [made] { return made->handle(1)->geometry().center(); }};
+}
+
+Control contextMenu(const Uses &uses)
+{
+    auto *made = new QLabel(u"Right"_qs);
+    made->setContextMenuPolicy(Qt::CustomContextMenu);
+    count(made, &QWidget::customContextMenuRequested, uses);
+    return {made, [] { return QPoint(9, 9); }};
+}
+
+} // namespace
+
+void TestGestures::theHostGoesOn_data()
+{
+    QTest::addColumn<MakeControl>("make");
+    QTest::addColumn<QString>("steps");
+    QTest::addColumn<QString>("expected"); // of the gestures
+    QTest::addColumn<bool>("used");
+
+    QTest::newRow("a slider is moved")
+        << MakeControl(slider) << u"L+ move 15 move 15 hold L-"_qs << u""_qs << true;
+    QTest::newRow("a slider that is only held keeps its value")
+        << MakeControl(slider) << u"L+ hold move 40 L-"_qs << u"capture"_qs << false;
+    QTest::newRow("a scroll bar goes on by pages while it is held")
+        << MakeControl(scrollBar) << u"L+ hold L-"_qs << u""_qs << true;
+    QTest::newRow("an arrow of a spin box goes on")
+        << MakeControl(spinBox) << u"L+ hold L-"_qs << u""_qs << true;
+    QTest::newRow("a button that repeats goes on")
+        << MakeControl(repeating) << u"L+ hold L-"_qs << u""_qs << true;
+    QTest::newRow("text is selected")
+        << MakeControl(text) << u"L+ move 30 move 30 hold L-"_qs << u""_qs << true;
+    QTest::newRow("text is not selected by an edit")
+        << MakeControl(text) << u"L+ hold move 30 move 30 L-"_qs << u"capture"_qs << false;
+    QTest::newRow("text in a field is selected")
+        << MakeControl(field) << u"L+ move 30 move 30 hold L-"_qs << u""_qs << true;
+    QTest::newRow("a splitter is moved")
+        << MakeControl(splitter) << u"L+ move 15 move 15 L-"_qs << u""_qs << true;
+    QTest::newRow("a splitter is not moved by an edit")
+        << MakeControl(splitter) << u"L+ hold move 15 move 15 L-"_qs << u"capture"_qs << false;
+    QTest::newRow("the right button opens a context menu")
+        << MakeControl(contextMenu) << u"R+ R-"_qs << u""_qs << true;
+}
+
+void TestGestures::theHostGoesOn()
+{
+    QFETCH(const MakeControl, make);
+    QFETCH(const QString, steps);
+    QFETCH(const QString, expected);
+    QFETCH(const bool, used);
+    const auto uses = std::make_shared<int>(0);
+    const Control control = make(uses);
+    const Window host(control.widget);
+    DVState::shared().screenshotMode = true; // a picture needs no text under the finger
+    *uses = 0;
+
+    Hand(host.handle(), host.control->pos() + control.at()).perform(steps);
+
+    QCOMPARE(m_host->asked.take(), expected);
+    QCOMPARE(*uses > 0, used);
+}
+
+void TestGestures::dragsOfTheHost()
+{
+    class Source : public QLabel
+    {
+    public:
+        using QLabel::QLabel;
+        int drags = 0;
+
+    protected:
+        void mouseMoveEvent(QMouseEvent *event) override
+        {
+            if (!event->buttons().testFlag(Qt::LeftButton) || drags > 0)
+                return;
+            ++drags; // before any distance, as some applications do
+            auto *drag = new QDrag(this);
+            auto *carried = new QMimeData;
+            carried->setText(u"dragged"_qs);
+            drag->setMimeData(carried);
+            // While it lasts no window hears of the mouse.
+            QTimer::singleShot(0, this, [] { DVAnimationClock::advance(5000); });
+            QTimer::singleShot(10, this, [] { QDrag::cancel(); });
+            drag->exec();
+        }
+    };
+    auto *source = new Source(u"Drag me"_qs);
+    const Window host(source);
+
+    Hand(host.handle(), host.middle()).perform(u"L+ move 3 L-"_qs);
+
+    QCOMPARE(source->drags, 1);
+    QCOMPARE(m_host->asked.take(), u""_qs);
+}
+
+void TestGestures::menus()
+{
+    QMenu menu;
+    int triggered = 0;
+    QAction *action = menu.addAction(u"An entry of the menu"_qs);
+    connect(action, &QAction::triggered, this, [&] { ++triggered; });
+    const Window host;
+    menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
+    QVERIFY(QTest::qWaitForWindowExposed(&menu));
+    const QPoint entry = menu.actionGeometry(action).center();
+
+    Hand(menu.windowHandle(), entry).perform(u"L+ hold L-"_qs);
+    QCOMPARE(triggered, 0);
+    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+
+    menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
+    QCoreApplication::processEvents();
+    Hand(menu.windowHandle(), entry).perform(u"L+ wait 300 L-"_qs);
+    QCOMPARE(triggered, 1);
+    QCOMPARE(m_host->asked.take(), u""_qs);
+}
+
+void TestGestures::boxesThatOpenOnAPress()
+{
+    auto *box = new QComboBox;
+    box->addItems({u"One"_qs, u"Two"_qs, u"Three"_qs});
+    const Window host(box);
+    int chosen = 0;
+    connect(box, &QComboBox::activated, this, [&] { ++chosen; });
+
+    Hand(host.handle(), host.middle()).perform(u"L+ hold L-"_qs);
+
+    QCOMPARE(chosen, 0);
+    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+    box->hidePopup();
+}
+
+void TestGestures::widgetsThatProgramsPress()
+{
+    auto *button = new QPushButton(u"Press"_qs);
+    int clicks = 0;
+    connect(button, &QPushButton::clicked, this, [&] { ++clicks; });
+    const Window host(button);
+
+    QTest::mousePress(button, Qt::LeftButton);
+    DVAnimationClock::advance(GestureHost::interval());
+    QTest::mouseRelease(button, Qt::LeftButton);
+    QCOMPARE(clicks, 0);
+    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+
+    QTest::mouseClick(button, Qt::LeftButton);
+    QCOMPARE(clicks, 1);
 }
 
 QTEST_MAIN(TestGestures)
