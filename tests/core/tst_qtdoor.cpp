@@ -227,18 +227,18 @@ void tst_QtDoor::whatWasShownIsFound()
     m_host->restart();
     serve({unit(u"two of %1"_qs, u"deux de <ph id=\"1\">%1</ph>"_qs)});
     const auto &controller = DVMainController::sharedInstance();
-    std::optional<QStringList> values;
+    std::optional<QList<DVStringValue>> values;
     const auto found = controller.dorvaneStringWithNonNestedString(
         QCoreApplication::translate("c", "copying").arg(3).arg(9), &values);
     QVERIFY(found);
     QCOMPARE(found->key, u"copying"_qs);
-    QCOMPARE(values, std::optional(QStringList{u"3"_qs, u"9"_qs}));
+    QCOMPARE(values.value(), (QList<DVStringValue>{u"3"_qs, u"9"_qs}));
     values.reset();
     const auto delivered = controller.dorvaneStringWithNonNestedString(
         QCoreApplication::translate("c", "two of %1").arg(u"cent"_qs), &values);
     QVERIFY(delivered);
     QCOMPARE(delivered->key, u"two of %1"_qs);
-    QCOMPARE(values, std::optional(QStringList{u"cent"_qs}));
+    QCOMPARE(values.value(), (QList<DVStringValue>{u"cent"_qs}));
 }
 
 void tst_QtDoor::theLogHasNoMarkers()
