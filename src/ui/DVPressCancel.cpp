@@ -52,11 +52,12 @@ LetGo letGoOf(const QWidget &widget)
     return {};
 }
 
-void sendMouse(QObject &receiver, QEvent::Type type, const QPointF &at, const QPointF &onScreen,
-               Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
+void sendMouse(QWidget &widget, QEvent::Type type, const QPointF &onScreen, Qt::MouseButton button,
+               Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
 {
+    const QPointF at = widget.mapFromGlobal(onScreen);
     QMouseEvent event(type, at, at, onScreen, button, buttons, modifiers);
-    QCoreApplication::sendEvent(&receiver, &event);
+    QCoreApplication::sendEvent(&widget, &event);
 }
 
 void letGo(const DVPress &press, QWidget *widget)
@@ -70,12 +71,10 @@ void letGo(const DVPress &press, QWidget *widget)
         down |= button;
     for (const Qt::MouseButton button : all) {
         if (how.moves && alive)
-            sendMouse(*alive, QEvent::MouseMove, alive->mapFromGlobal(onScreen), onScreen, Qt::NoButton, down,
-                      how.modifiers);
+            sendMouse(*alive, QEvent::MouseMove, onScreen, Qt::NoButton, down, how.modifiers);
         down &= ~Qt::MouseButtons(button);
         if (alive)
-            sendMouse(*alive, QEvent::MouseButtonRelease, alive->mapFromGlobal(onScreen), onScreen, button,
-                      down, how.modifiers);
+            sendMouse(*alive, QEvent::MouseButtonRelease, onScreen, button, down, how.modifiers);
     }
 }
 

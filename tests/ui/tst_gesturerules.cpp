@@ -1,5 +1,8 @@
 // What the gestures lead to, in an application that was started in the modes of translators: who is asked for
 // what, in which windows, and that nothing is left when the application ends.
+#include "DVPopupContentView.h"
+#include "DVPopupRootViewController.h"
+#include "DVPopupWindow.h"
 #include "DVReviewTools.h"
 #include "DVViewControllers.h"
 #include "DVWindowGestures.h"
@@ -108,6 +111,9 @@ private Q_SLOTS:
     void aWindowThatADialogBlocks();
     void theApplicationIsLeft();
 
+    void windowsOfOursHaveNone();
+    void whatIsNotThereSaysSoOnce();
+    void withoutWidgetsNothingIsOffered();
     void stringsOfPages();
     void theTopPage();
 
@@ -367,6 +373,50 @@ void TestGestureRules::theApplicationIsLeft()
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
     DVAnimationClock::advance(5000);
     QCOMPARE(m_host->asked.take(), u""_qs);
+}
+
+void TestGestureRules::windowsOfOursHaveNone()
+{
+    const Window host;
+    DVPopupRootViewController screen;
+    screen.popup()->presentPopupAnimated(false);
+    QWindow *popup = DVPopupWindow::sharedPopup().windowHandle();
+    QVERIFY(popup && popup->isVisible());
+
+    QVERIFY(!dv_editionGesture(popup));
+    QVERIFY(!dv_actionsGesture(popup));
+    Hand(popup, {100, 100}).perform(u"L+ hold L- 1+ 2+ wait 2000 2- 1-"_qs);
+    QCOMPARE(m_host->asked.take(), u""_qs);
+    screen.popup()->dismissAnimated(false);
+}
+
+void TestGestureRules::whatIsNotThereSaysSoOnce()
+{
+    DVState::shared().log = true;
+    DVPresenters presenters;
+    QList<bool> cancelled;
+    DVErrorOr failure;
+    for (int i = 0; i < 2; ++i) {
+        presenters.actions->show();
+        presenters.edition->presentEditionViewWithStringsAndViews({}, nullptr, nullptr, true);
+        presenters.login->openLoginFormWithCompletion([&](bool closed) { cancelled << closed; });
+        presenters.capture->captureWindow(nullptr, [&](const DVErrorOr &error) { failure = error; });
+    }
+    QVERIFY(cancelled.isEmpty()); // never from inside the call
+    QTRY_COMPARE(cancelled, (QList<bool>{true, true}));
+    QTRY_VERIFY(failure);
+    QCOMPARE(m_application->takeLog().filter(u"not built yet"_qs).size(), 4);
+}
+
+// As the start-up of an application without widgets has it.
+void TestGestureRules::withoutWidgetsNothingIsOffered()
+{
+    DVMainController::sharedInstance().setWhyNoInAppTools(u"In-App Review needs widgets"_qs);
+    Dorvane::startWithProjectId(u"p"_qs, m_platform->options(u"DVInAppReview"_qs));
+    DVMainController::sharedInstance().setWhyNoInAppTools({});
+
+    QCOMPARE(m_application->takeLog().filter(u"In-App Review needs widgets"_qs).size(), 1);
+    QVERIFY(!DVState::shared().editionMode);
 }
 
 void TestGestureRules::stringsOfPages()
