@@ -206,13 +206,14 @@ bool DVFoundText::flattenSpreadPieces()
 {
     QString text;
     qsizetype position = 0;
-    for (auto found = m_pieces.crbegin(); found != m_pieces.crend(); ++found) {
-        const DVEditionItem &item = found->piece.item;
-        if (item.level != 1 || !found->string || found->use == DVFoundPiece::Source || found->inTag ||
-            DVMarkup::isBalanced(displayed(found->piece)))
+    for (qsizetype i = m_pieces.size() - 1; i >= 0; --i) {
+        const DVFoundPiece &found = m_pieces.at(i);
+        const DVEditionItem &item = found.piece.item;
+        if (item.level != 1 || !found.string || found.use == DVFoundPiece::Source || found.inTag ||
+            DVMarkup::isBalanced(displayed(found.piece)))
             continue;
         text += QStringView(m_text).sliced(position, item.location - position);
-        text += DVMarkup::flattened(displayed(found->piece));
+        text += DVMarkup::flattened(displayed(found.piece));
         position = item.location + item.length;
     }
     if (position == 0)

@@ -262,8 +262,8 @@ DVMarkup::Around DVMarkup::aroundFirstCharacter(QStringView piece)
         open.append(tag.name);
         position = end;
     }
-    for (auto name = open.crbegin(); name != open.crend(); ++name)
-        around.after += QString(u"</" % *name % u'>');
+    while (!open.isEmpty())
+        around.after += QString(u"</" % open.takeLast() % u'>');
     return around;
 }
 
