@@ -187,14 +187,13 @@ void DVCleanTexts::followEntries(QWidget &widget)
     if (!m_entries.contains(box))
         connect(box, &QObject::destroyed, this, [this, box] { m_entries.remove(box); });
     m_entries.insert(box, box->model());
-    const QPointer<QComboBox> alive = box;
-    const auto inserted = [alive](const QModelIndex &parent, int first, int last) {
-        if (alive && parent == alive->rootModelIndex())
-            dv_cleanEntries(*alive, first, last);
+    const auto inserted = [this, box](const QModelIndex &parent, int first, int last) {
+        if (m_entries.contains(box) && parent == box->rootModelIndex()) // it may be gone
+            dv_cleanEntries(*box, first, last);
     };
-    const auto changed = [alive](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
-        if (alive && topLeft.parent() == alive->rootModelIndex())
-            dv_cleanEntries(*alive, topLeft.row(), bottomRight.row());
+    const auto changed = [this, box](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
+        if (m_entries.contains(box) && topLeft.parent() == box->rootModelIndex())
+            dv_cleanEntries(*box, topLeft.row(), bottomRight.row());
     };
     connect(box->model(), &QAbstractItemModel::rowsInserted, this, inserted);
     connect(box->model(), &QAbstractItemModel::dataChanged, this, changed);
