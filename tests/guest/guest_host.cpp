@@ -21,6 +21,13 @@
 #include <dlfcn.h>
 #include <sys/wait.h>
 
+#ifdef GUEST_REVIEW // linked with the library of review, which needs one with widgets
+#include <QApplication>
+using HostApplication = QApplication;
+#else
+using HostApplication = QCoreApplication;
+#endif
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -278,6 +285,8 @@ int run(Application &application, const QString &scenario, const QString &server
         states(application, server, u"DVOTAServing"_qs);
     else if (scenario == u"disabled")
         states(application, server, u"DVDisabled"_qs);
+    else if (scenario == u"review")
+        states(application, server, u"DVInAppReview"_qs);
     else if (scenario == u"unstarted")
         states(application, server, {});
     else if (scenario == u"asking-logger")
@@ -308,7 +317,7 @@ int run(Application &application, const QString &scenario, const QString &server
 int main(int argc, char **argv)
 {
     printState(u"main"_qs);
-    auto application = std::make_unique<QCoreApplication>(argc, argv);
+    std::unique_ptr<QCoreApplication> application = std::make_unique<HostApplication>(argc, argv);
     QCoreApplication::setApplicationName(u"guest_host"_qs);
     QCoreApplication::setApplicationVersion(u"1.0"_qs);
     return run(application, QString::fromLocal8Bit(argv[1]), QString::fromLocal8Bit(argv[2]));

@@ -33,6 +33,7 @@ public:
         m_environment.insert(u"LANG"_qs, u"fr_CA.UTF-8"_qs);
     }
 
+    void setProgram(const QString &program) { m_program = program; }
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void trace(const QString &calls) { m_traced = calls; }
     void stallDisk()
@@ -44,7 +45,7 @@ public:
     // `settled` runs while the host waits in its event loop.
     void run(const QString &scenario, const QString &server, const std::function<void()> &settled = {})
     {
-        QStringList command{QStringLiteral(GUEST_HOST), scenario, server};
+        QStringList command{m_program, scenario, server};
         if (!m_traced.isNull())
             command =
                 DVStrace::command(QStringList(QString(u"trace=" + m_traced)) + m_injected, tracePath()) +
@@ -111,6 +112,7 @@ private:
 
     QTemporaryDir m_folder;
     const bool m_homeIsThere = makeHome(home());
+    QString m_program = QStringLiteral(GUEST_HOST);
     QProcessEnvironment m_environment;
     QString m_traced;
     QStringList m_injected;
@@ -168,6 +170,8 @@ private Q_SLOTS:
     void whatServingTakes();
     void whatOthersTake_data();
     void whatOthersTake();
+    void whatTheLibraryOfReviewTakes_data();
+    void whatTheLibraryOfReviewTakes();
     void connections_data();
     void connections();
     void valuesOfTheSwitch_data();
@@ -304,6 +308,44 @@ void tst_Guest::whatOthersTake()
         QCOMPARE(state.value(u"tr"_qs).toString(), u"a"_qs);
         QCOMPARE(state.value(u"bundle"_qs).toString(), u"a"_qs);
     }
+}
+
+void tst_Guest::whatTheLibraryOfReviewTakes_data()
+{
+    QTest::addColumn<QString>("scenario");
+    QTest::addColumn<QStringList>("filters");
+    QTest::newRow("linked and never started: nothing") << u"unstarted"_qs << QStringList();
+    QTest::newRow("the mode DVDisabled: nothing") << u"disabled"_qs << QStringList();
+    QTest::newRow("serving: what serving takes") << u"serving"_qs << QStringList{u"DVTranslatorPlace"_qs};
+    QTest::newRow("review: gestures and clean texts")
+        << u"review"_qs << QStringList{u"DVCleanTexts"_qs, u"DVGestureWatch"_qs, u"DVTranslatorPlace"_qs};
+}
+
+// Filters, and children such as timers, of the application object.
+void tst_Guest::whatTheLibraryOfReviewTakes()
+{
+#ifdef GUEST_HOST_REVIEW
+    QFETCH(const QString, scenario);
+    QFETCH(const QStringList, filters);
+    const Delivery server;
+    Guest guest;
+    guest.setProgram(QStringLiteral(GUEST_HOST_REVIEW));
+    guest.setVariable(u"QT_QPA_PLATFORM"_qs, u"offscreen"_qs);
+    guest.run(scenario, server.url());
+    QVERIFY2(guest.endedWith(0), guest.errors().constData());
+
+    const QJsonObject before = guest.at(u"application"_qs);
+    const QJsonObject settled = guest.at(u"settled"_qs);
+    QVERIFY(settled.contains(u"children"_qs));
+    QCOMPARE(before.value(u"filters"_qs), array({}));
+    QCOMPARE(settled.value(u"filters"_qs), array(filters));
+    if (!filters.contains(u"DVGestureWatch"_qs)) {
+        QCOMPARE(settled.value(u"children"_qs), before.value(u"children"_qs));
+        QCOMPARE(settled.value(u"properties"_qs), before.value(u"properties"_qs));
+    }
+#else
+    QSKIP("built without the library of review");
+#endif
 }
 
 void tst_Guest::connections_data()
