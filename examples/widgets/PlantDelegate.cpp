@@ -66,7 +66,8 @@ void PlantDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
     bold.setWeight(QFont::Bold);
     painter->setFont(bold);
     painter->setPen(option.palette.color(QPalette::Text));
-    drawText(painter, option, row.name, Qt::AlignLeading | Qt::AlignVCenter, index.data().toString());
+    drawText(painter, option, row.name, Qt::AlignLeading | Qt::AlignVCenter,
+             PlantWords::name(PlantKind(index.data(Garden::KindRole).toInt())));
     painter->setFont(option.font);
     painter->setPen(QColor(0x6c7a72));
     drawText(painter, option, row.place, Qt::AlignLeading | Qt::AlignVCenter,

@@ -22,7 +22,7 @@
 
 namespace {
 
-// The plants whose names the user looks for. It names them, too.
+// The plants whose names the user looks for. It says in words what their rows show, also to screen readers.
 class FoundPlants : public QSortFilterProxyModel
 {
 public:
@@ -30,8 +30,7 @@ public:
 
     QVariant data(const QModelIndex &index, int role) const override
     {
-        return role == Qt::DisplayRole ? nameOf(mapToSource(index))
-                                       : QSortFilterProxyModel::data(index, role);
+        return role == Qt::DisplayRole ? rowOf(index) : QSortFilterProxyModel::data(index, role);
     }
 
 protected:
@@ -41,6 +40,12 @@ protected:
     }
 
 private:
+    static QString rowOf(const QModelIndex &plant)
+    {
+        const Place place = Place(plant.data(Garden::PlaceRole).toInt());
+        return nameOf(plant) + u", " + PlantWords::place(place) + u", " +
+               PlantWords::due(plant.data(Garden::DueRole).toInt());
+    }
     static QString nameOf(const QModelIndex &plant)
     {
         return PlantWords::name(PlantKind(plant.data(Garden::KindRole).toInt()));

@@ -10,7 +10,9 @@
 #include <QDialog>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QStyle>
 #include <QStyleOptionGroupBox>
 #include <QTabBar>
@@ -28,11 +30,12 @@ QList<Piece> tabsOf(const QTabBar &bar)
     return pieces;
 }
 
-QList<Piece> menusOf(const QMenuBar &bar)
+// Of a menu bar, or a menu.
+template<typename Menu> QList<Piece> actionsOf(const Menu &menu)
 {
     QList<Piece> pieces;
-    for (QAction *action : bar.actions())
-        pieces.append({action->text(), bar.actionGeometry(action).center()});
+    for (QAction *action : menu.actions())
+        pieces.append({action->text(), menu.actionGeometry(action).center()});
     return pieces;
 }
 
@@ -64,6 +67,8 @@ QList<Piece> piecesOf(const QWidget &widget)
         return {{label->text(), middle}};
     if (const auto *button = qobject_cast<const QAbstractButton *>(&widget))
         return {{button->text(), middle}};
+    if (const auto *edit = qobject_cast<const QLineEdit *>(&widget))
+        return {{edit->text().isEmpty() ? edit->placeholderText() : QString(), middle}};
     if (const auto *combo = qobject_cast<const QComboBox *>(&widget))
         return {{combo->currentText(), middle}};
     if (const auto *box = qobject_cast<const QGroupBox *>(&widget))
@@ -71,7 +76,7 @@ QList<Piece> piecesOf(const QWidget &widget)
     if (const auto *tabs = qobject_cast<const QTabBar *>(&widget))
         return tabsOf(*tabs);
     if (const auto *menus = qobject_cast<const QMenuBar *>(&widget))
-        return menusOf(*menus);
+        return actionsOf(*menus);
     if (const auto *view = qobject_cast<const QAbstractItemView *>(&widget))
         return entriesOf(*view);
     return {};
@@ -91,6 +96,14 @@ QList<SeenText> textsIn(const QWidget &window)
     return texts;
 }
 
+QList<SeenText> entriesOf(QMenu &menu)
+{
+    QList<SeenText> texts;
+    for (const auto &[text, at] : actionsOf(menu))
+        texts.append({menu.windowHandle(), at, text, QStringLiteral("QMenu")});
+    return texts;
+}
+
 void closePopups()
 {
     while (QWidget *popup = QApplication::activePopupWidget())
@@ -107,7 +120,23 @@ class tst_PressedGarden : public QObject
 private Q_SLOTS:
     void everyText_data() { pressesOfAllKinds(); }
     void everyText();
+
+private:
+    static void pressInDialog(PressedGarden *garden, QDialog *dialog, const QString &steps);
 };
+
+// A press that closed it would have been the dialog's.
+void tst_PressedGarden::pressInDialog(PressedGarden *garden, QDialog *dialog, const QString &steps)
+{
+    const QPointer<QDialog> shown = dialog;
+    const auto texts = [&] {
+        QCoreApplication::processEvents();
+        return shown && shown->isVisible() ? textsIn(*shown) : QList<SeenText>();
+    };
+    garden->press(texts, steps);
+    QVERIFY(shown && shown->isVisible());
+    delete shown;
+}
 
 void tst_PressedGarden::everyText()
 {
@@ -125,17 +154,29 @@ void tst_PressedGarden::everyText()
         };
         garden.press(texts, steps);
     }
+    for (QMenu *menu : window.menuBar()->findChildren<QMenu *>(Qt::FindDirectChildrenOnly)) {
+        const auto texts = [&] {
+            closePopups();
+            menu->popup(window.mapToGlobal(QPoint(50, 50)));
+            QCoreApplication::processEvents();
+            return entriesOf(*menu);
+        };
+        garden.press(texts, steps);
+        closePopups();
+    }
+    QVERIFY(window.isVisible());             // it did not quit
+    QVERIFY(!window.findChild<QDialog *>()); // and opened nothing
+
     tour.openPreferences();
-    const QPointer<QDialog> preferences = window.findChild<QDialog *>();
-    const auto texts = [&] { // a press that closed it would have been the dialog's
-        QCoreApplication::processEvents();
-        return preferences && preferences->isVisible() ? textsIn(*preferences) : QList<SeenText>();
-    };
-    garden.press(texts, steps);
-    QVERIFY(preferences && preferences->isVisible());
+    pressInDialog(&garden, window.findChild<QDialog *>(), steps);
+    for (QAction *action : window.findChildren<QAction *>()) {
+        if (action->menuRole() == QAction::AboutRole)
+            action->trigger();
+    }
+    pressInDialog(&garden, window.findChild<QMessageBox *>(), steps);
 
     QVERIFY2(garden.wrong.isEmpty(), qPrintable(garden.wrong.join(u'\n')));
-    QVERIFY2(garden.met.size() >= 60,
+    QVERIFY2(garden.met.size() >= 70,
              qPrintable(QString::number(garden.met.size()))); // of the hundred strings
 }
 

@@ -34,6 +34,29 @@ void collectTexts(QQuickWindow &window, const QQuickItem &item, QList<SeenText> 
         collectTexts(window, *child, texts);
 }
 
+void collectItems(const char *className, const QQuickItem &item, QList<const QQuickItem *> *found)
+{
+    if (item.inherits(className))
+        found->append(&item);
+    const auto children = item.childItems();
+    for (const QQuickItem *child : children)
+        collectItems(className, *child, found);
+}
+
+QList<const QQuickItem *> itemsOf(const char *className, const QQuickItem &item)
+{
+    QList<const QQuickItem *> found;
+    collectItems(className, item, &found);
+    return found;
+}
+
+void click(QQuickWindow &window, const QQuickItem &item)
+{
+    QTest::mouseClick(&window, Qt::LeftButton, {},
+                      item.mapToScene(QPointF(item.width() / 2, item.height() / 2)).toPoint());
+    QCoreApplication::processEvents();
+}
+
 void registerTypes()
 {
     qmlRegisterType<PaintedPlant>("WindowGarden", 1, 0, "PaintedPlant");
@@ -83,18 +106,34 @@ void tst_PressedGardenQuick::everyText()
         pressed.press([&] { return textsIn(*window.contentItem()); }, steps);
         QCOMPARE(window.property("screen").toInt(), screen); // no tab was clicked
     }
-    tour.openPreferences();
-    const QQuickItem *overlay = nullptr;
-    for (const QQuickItem *item : window.contentItem()->childItems()) {
-        if (item->inherits("QQuickOverlay"))
-            overlay = item;
+    const QQuickItem *overlay = itemsOf("QQuickOverlay", *window.contentItem()).value(0);
+    QVERIFY(overlay && !overlay->isVisible());
+    const QList<const QQuickItem *> menus = itemsOf("QQuickMenuBarItem", *window.contentItem());
+    QCOMPARE(menus.size(), 3);
+    for (const QQuickItem *menu : menus) {
+        const auto texts = [&] {
+            if (!overlay->isVisible())
+                click(window, *menu);
+            return textsIn(*overlay);
+        };
+        pressed.press(texts, steps);
+        QVERIFY(window.isVisible()); // it did not quit
+        QTest::keyClick(&window, Qt::Key_Escape);
+        QTRY_VERIFY(!overlay->isVisible());
     }
-    QVERIFY(overlay && overlay->isVisible());
+    tour.openPreferences();
+    QVERIFY(overlay->isVisible());
+    pressed.press([&] { return textsIn(*overlay); }, steps);
+    QVERIFY(overlay->isVisible());
+    tour.closePreferences();
+    QTRY_VERIFY(!overlay->isVisible());
+    click(window, *menus.last());
+    click(window, *itemsOf("QQuickMenuItem", *overlay).value(0));
     pressed.press([&] { return textsIn(*overlay); }, steps);
     QVERIFY(overlay->isVisible());
 
     QVERIFY2(pressed.wrong.isEmpty(), qPrintable(pressed.wrong.join(u'\n')));
-    QVERIFY2(pressed.met.size() >= 60,
+    QVERIFY2(pressed.met.size() >= 70,
              qPrintable(QString::number(pressed.met.size()))); // of the hundred strings
 }
 
