@@ -48,9 +48,7 @@ DVFoundStrings dorvaneStringsInSuperviewsWithRoot(const DVViewPtr &view)
             return QStringLiteral("Looking for strings to edit in superview %1")
                 .arg(dv_viewDescription(above));
         });
-        QList<DVViewStringsPtr> strings = dorvaneStringsInSubviews(above);
-        strings.removeIf(
-            [](const DVViewStringsPtr &label) { return label->dorvaneStringsInString().isEmpty(); });
+        const QList<DVViewStringsPtr> strings = dorvaneStringsInSubviews(above);
         if (!strings.isEmpty())
             return {strings, above};
     }

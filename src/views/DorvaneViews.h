@@ -8,10 +8,11 @@ QList<DVViewStringsPtr> dorvaneStringsInSubviews(const DVViewPtr &view);
 
 struct DVFoundStrings
 {
-    QList<DVViewStringsPtr> strings; // those of labels in which a string was found
+    QList<DVViewStringsPtr> strings; // one for each label, also where no string made its text
     DVViewPtr root;                  // the view at or below which they are; null when there are none
 };
-// Those of the nearest view above this one that has any.
+// What dorvaneStringsInSubviews() gives for the nearest view above this one at or below which there is a
+// label.
 DVFoundStrings dorvaneStringsInSuperviewsWithRoot(const DVViewPtr &view);
 
 QList<DVViewPtr> dv_subviews(const DVViewPtr &view);

@@ -139,11 +139,11 @@ void TestViewUpdates::looksUpwards()
     QObject panel;
     panel.setObjectName(u"panel"_qs);
     const auto touched = FakeView::make(u"touched"_qs);
-    const auto own = FakeView::label(u"own"_qs, {u"my own text"_qs, {}});
-    const auto near = FakeView::make(u"near"_qs, &panel)->with({touched, own});
+    const auto near = FakeView::make(u"near"_qs, &panel)->with({touched});
+    const auto own = FakeView::label(u"own"_qs, {u"my own text"_qs, {}}); // made by no string
+    const auto far = FakeView::make(u"far"_qs)->with({near, own});
     const auto label = FakeView::label(u"label"_qs, {marked(u"[OK]"_qs), {}});
-    const auto far = FakeView::make(u"far"_qs)->with({near, label});
-    const auto top = FakeView::make(u"top"_qs)->with({far});
+    const auto top = FakeView::make(u"top"_qs)->with({far, label});
     DVState::shared().debug = true;
     DVWrittenLog::begin();
     DVWrittenLog::take();
@@ -153,7 +153,8 @@ void TestViewUpdates::looksUpwards()
     DVState::shared().debug = false;
     QCOMPARE(found.root, DVViewPtr(far));
     QCOMPARE(found.strings.size(), 1);
-    QCOMPARE(found.strings[0]->view, DVViewPtr(label));
+    QCOMPARE(found.strings[0]->view, DVViewPtr(own));
+    QVERIFY(found.strings[0]->dorvaneStrings().isEmpty());
     QCOMPARE(log, (QStringList{u"Looking for strings to edit in superview QObject panel"_qs,
                                u"Looking for strings to edit in superview (none)"_qs}));
     QVERIFY(!dorvaneStringsInSuperviewsWithRoot(top).root);
