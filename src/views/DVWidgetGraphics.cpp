@@ -12,13 +12,15 @@
 
 namespace {
 
-// Items are no objects that could be guarded: this one is asked for in the scene before it is touched.
+// Items are no objects that could be guarded: this one is looked for in the scene before it is touched, and
+// another kind of item can be at its address by then.
 class SceneText final : public DVWidgetPart
 {
 public:
     SceneText(QGraphicsView *view, QGraphicsItem *item)
         : DVWidgetPart(view)
         , m_item(item)
+        , m_place(item->sceneBoundingRect())
     {}
 
     static bool isText(const QGraphicsItem *item)
@@ -70,9 +72,19 @@ protected:
 
 private:
     QGraphicsView *view() const { return static_cast<QGraphicsView *>(widget()); }
-    bool isThere() const { return view()->scene() && view()->scene()->items().contains(m_item); }
+
+    // First where it was: all items of a scene are many.
+    bool isThere() const
+    {
+        const QGraphicsScene *scene = view()->scene();
+        return scene &&
+               (scene->items(m_place, Qt::IntersectsItemBoundingRect).contains(m_item) ||
+                scene->items().contains(m_item)) &&
+               isText(m_item);
+    }
 
     QGraphicsItem *m_item;
+    QRectF m_place;
 };
 
 } // namespace

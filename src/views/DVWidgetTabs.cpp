@@ -9,6 +9,8 @@
 #include <QMdiSubWindow>
 #include <QTabBar>
 
+#include <utility>
+
 namespace {
 
 // The widgets whose titles a tab bar repeats; it takes them from there again and again.
@@ -50,8 +52,13 @@ protected:
     void showText(const DVViewText &text, const DVViewText &newText) override
     {
         const QPointer<QTabBar> alive = bar();
+        QList<QPointer<QWidget>> all; // the host may delete one when it is told of another
         for (QWidget *titled : titledWidgets(*bar()))
-            dv_replacePropertyText(titled, "windowTitle", text.text, newText.text);
+            all.append(titled);
+        for (const QPointer<QWidget> &titled : std::as_const(all)) {
+            if (titled)
+                dv_replacePropertyText(titled, "windowTitle", text.text, newText.text);
+        }
         for (int i = 0; alive && i < alive->count(); ++i) {
             const auto hold = [&](const QString &held) { alive->setTabText(i, held); };
             dv_replaceText({alive, {"tabText", i}, alive->tabText(i), hold}, text.text, newText.text);

@@ -41,8 +41,11 @@
 #include <QVBoxLayout>
 #include <QWizard>
 
+#include <array>
+#include <ctime>
 #include <functional>
 #include <memory>
+#include <new>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -175,6 +178,9 @@ private Q_SLOTS:
     void onlyVisibleCellsAreFound();
     void modelsOfTheHostAreReadAgain();
     void whatIsDeletedShowsNothing();
+    void anotherItemInItsPlaceIsNoText();
+    void sceneOfManyTexts();
+    void titlesThatDeleteEachOther();
     void pointsInCorners_data();
     void pointsInCorners();
     void twoThousandLabelsAreWalkedQuickly();
@@ -747,6 +753,64 @@ void TestWidgetViews::modelsOfTheHostAreReadAgain()
     cell->superview()->contentsDidChange();
     QCOMPARE(cell->text()->text, newText);
     QCOMPARE(view.currentIndex().row(), 1);
+}
+
+void TestWidgetViews::anotherItemInItsPlaceIsNoText()
+{
+    struct Memory
+    {
+        alignas(std::max_align_t) std::array<std::byte, 256> bytes{};
+    } memory;
+    static_assert(sizeof(QGraphicsSimpleTextItem) <= sizeof(Memory) &&
+                  sizeof(QGraphicsRectItem) <= sizeof(Memory));
+    QGraphicsScene scene;
+    QGraphicsView view(&scene);
+    auto *text = new (memory.bytes.data()) QGraphicsSimpleTextItem(oldText);
+    scene.addItem(text);
+    view.show();
+    const DVViewPtr label = labelWith(&view, oldText);
+    QVERIFY(label);
+    text->~QGraphicsSimpleTextItem();
+    auto *other = new (memory.bytes.data()) QGraphicsRectItem(0, 0, 50, 50);
+    scene.addItem(other);
+    QVERIFY(!label->text());
+    label->setText({oldText, {}}, {newText, {}});
+    QVERIFY(label->frame().isEmpty());
+    other->~QGraphicsRectItem();
+}
+
+void TestWidgetViews::sceneOfManyTexts()
+{
+    constexpr int count = 8000;
+    QGraphicsScene scene;
+    for (int i = 0; i < count; ++i)
+        scene.addSimpleText(oldText)->setPos(i % 100 * 30, i / 100 * 14);
+    QGraphicsView view(&scene);
+    view.resize(3200, 1200);
+    view.show();
+    const std::clock_t begin = std::clock();
+    QCOMPARE(texts(&view).size(), count);
+    const auto seconds = double(std::clock() - begin) / CLOCKS_PER_SEC;
+    QVERIFY2(seconds < 3, qPrintable(QString::number(seconds)));
+}
+
+void TestWidgetViews::titlesThatDeleteEachOther()
+{
+    QMainWindow window;
+    auto *first = new QDockWidget(oldText, &window);
+    auto *second = new QDockWidget(oldText, &window);
+    auto *bar = new QTabBar(&window);
+    bar->addTab(oldText);
+    bar->resize(200, 30);
+    QPointer<QDockWidget> rest = second;
+    connect(first, &QDockWidget::windowTitleChanged, &window, [&rest] { delete rest.data(); });
+    window.show();
+    const DVViewPtr tab = labelWith(bar, oldText);
+    QVERIFY(tab);
+    tab->setText({oldText, {}}, {newText, {}});
+    QVERIFY(!rest);
+    QCOMPARE(first->windowTitle(), newText);
+    QCOMPARE(bar->tabText(0), newText);
 }
 
 void TestWidgetViews::whatIsDeletedShowsNothing()
