@@ -2,8 +2,9 @@
 
 #include "DVLog.h"
 
+#include <QVarLengthArray>
+
 #include <algorithm>
-#include <vector>
 
 using namespace DVCueMarker;
 
@@ -118,9 +119,11 @@ void appendMarkedAsQt(QString &marked, QStringView text)
     marked += text.sliced(position);
 }
 
-std::vector<DVCue> stringCues(QStringView text)
+using Cues = QVarLengthArray<DVCue, 16>; // most labels show one string or two
+
+Cues stringCues(QStringView text)
 {
-    std::vector<DVCue> cues;
+    Cues cues;
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (text[i] == stringStart || text[i] == stringEnd)
             cues.push_back(DVCue::cueWithChar(text[i], i));
@@ -129,10 +132,11 @@ std::vector<DVCue> stringCues(QStringView text)
 }
 
 // For each start cue, in order, its end and its depth. Empty when the cues are not balanced.
-QList<DVEditionItem> matchedPairs(const std::vector<DVCue> &cues)
+QList<DVEditionItem> matchedPairs(const Cues &cues)
 {
     QList<DVEditionItem> items;
-    std::vector<qsizetype> open; // indexes into items
+    items.reserve(cues.size() / 2);
+    QVarLengthArray<qsizetype, 16> open; // indexes into items
     for (const DVCue &cue : cues) {
         if (cue.cueType == DVCue::StringStart) {
             open.push_back(items.size());
@@ -250,7 +254,7 @@ QList<QStringView> dv_argumentsInString(QStringView text)
 QList<DVEditionItem> dv_localizedStringsInString(const QString &text)
 {
     const auto cues = stringCues(text);
-    if (cues.empty())
+    if (cues.isEmpty())
         return {};
     if (cues.size() % 2 != 0)
         return startWasCutOff(text) ? dv_localizedStringsInString(QChar(stringStart) + text)

@@ -1,5 +1,7 @@
 #include "DVNestedPieces.h"
 
+#include <QVarLengthArray>
+
 namespace {
 
 qsizetype endOf(const DVEditionItem &item)
@@ -11,13 +13,13 @@ qsizetype endOf(const DVEditionItem &item)
 // first.
 void findChildren(QList<DVNestedPiece> &pieces)
 {
-    QList<qsizetype> around; // the pieces that are open at a position, outermost first
+    QVarLengthArray<qsizetype, 16> around; // the pieces that are open at a position, outermost first
     for (qsizetype i = pieces.size() - 1; i >= 0; --i) {
         const DVEditionItem &item = pieces.at(i).item;
-        while (!around.isEmpty() && endOf(pieces.at(around.constLast()).item) <= item.location)
+        while (!around.isEmpty() && endOf(pieces.at(around.back()).item) <= item.location)
             around.removeLast();
-        if (!around.isEmpty() && item.level == pieces.at(around.constLast()).item.level + 1)
-            pieces[around.constLast()].children.append(i);
+        if (!around.isEmpty() && item.level == pieces.at(around.back()).item.level + 1)
+            pieces[around.back()].children.append(i);
         around.append(i);
     }
 }

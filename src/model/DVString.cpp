@@ -29,6 +29,34 @@ QList<QString> namesInOrderOfPresentation(const DVStringGroup &group)
     return names + others;
 }
 
+// Of Latin-1 and of the block of punctuation with the marker that begins a string: most texts of most
+// projects have nothing else.
+bool isCapital(char16_t c)
+{
+    return (c >= u'A' && c <= u'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7);
+}
+
+bool isSimple(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        const unsigned block = c.unicode() >> 8;
+        return block == 0 || block == 0x20; // General Punctuation and its neighbours have no capitals
+    });
+}
+
+QString simplyLowerCased(const QString &text)
+{
+    const auto isCapitalLetter = [](QChar c) { return isCapital(c.unicode()); };
+    if (std::none_of(text.begin(), text.end(), isCapitalLetter))
+        return text;
+    QString lower(text.size(), Qt::Uninitialized);
+    std::transform(text.begin(), text.end(), lower.begin(), [](QChar c) {
+        constexpr char16_t smaller = 0x20;
+        return isCapital(c.unicode()) ? QChar(char16_t(c.unicode() | smaller)) : c;
+    });
+    return lower;
+}
+
 } // namespace
 
 // QString::toLower moves the rest of the text for every character whose lower case is longer. There is one,
@@ -37,6 +65,8 @@ QString dv_lowerCased(const QString &text)
 {
     constexpr QChar growing(u'\u0130');
     constexpr qsizetype fewEnough = 1024;
+    if (isSimple(text))
+        return simplyLowerCased(text);
     if (text.size() <= fewEnough)
         return text.toLower();
     qsizetype next = text.indexOf(growing);

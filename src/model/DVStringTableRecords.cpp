@@ -24,6 +24,13 @@ QString textOf(const Block &block, const Block::Form &form)
                                           qsizetype(form.textLength));
 }
 
+// Shares the block's characters: for what does not outlive the table.
+QString viewOf(const Block &block, const Block::Form &form)
+{
+    return QString::fromRawData(reinterpret_cast<const QChar *>(block.texts.data() + form.text),
+                                qsizetype(form.textLength));
+}
+
 } // namespace
 
 DVStringGroupPtr DVStringTable::Private::makeGroup(const Block::Record &record) const
@@ -66,19 +73,17 @@ DVStringGroupPtr DVStringTable::Private::groupOf(uint32_t record)
     return group;
 }
 
+// As the record has it, which is not made for that. What it returns may share the block's characters.
 QString DVStringTable::Private::localizedHash(const Block::Form &form) const
 {
-    const QString text = textOf(block, form);
-    if (!text.contains(QChar(DVCueMarker::argumentStart)))
-        return dv_localizedHash(text, false);
-    DVString string;
-    string.extractFormatFromString(text);
-    return string.localizedHash;
+    const QString text = viewOf(block, form);
+    return dv_localizedHash(text, text.contains(QChar(DVCueMarker::argumentStart)));
 }
 
 uint64_t DVStringTable::Private::hashOf(const QString &text) const
 {
-    return block.hash(reinterpret_cast<const char *>(text.utf16()), std::size_t(text.size()) * sizeof(QChar));
+    return block.hash(reinterpret_cast<const char *>(text.constData()),
+                      std::size_t(text.size()) * sizeof(QChar));
 }
 
 void DVStringTable::Private::indexLocalizedHashes()

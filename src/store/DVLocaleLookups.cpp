@@ -49,16 +49,23 @@ DVStringPtr DVLocaleStrings::findLocalizedString(const QString &hash, const DVSt
     return inDict.stringForLocalizedHash(hash);
 }
 
+// Asked for each text of a window, so that nothing is copied for those that are not meant. One of two equal
+// forms is found, and always the same.
 DVStringPtr DVLocaleStrings::findLocalizedString(const QString &hash, const DVStringGroups &inDict)
 {
     for (const DVStringGroupPtr &group : inDict) {
-        QStringList names = group ? group->pluralForms.keys() : QStringList();
-        names.sort(); // one of two equal forms is found, and always the same
-        for (const QString &name : std::as_const(names)) {
-            const DVStringPtr form = group->pluralForms.value(name);
-            if (form && form->localizedHash == hash)
-                return dv_sharedForm(group, form);
+        if (!group)
+            continue;
+        const QString *first = nullptr;
+        DVStringPtr found;
+        for (auto form = group->pluralForms.cbegin(); form != group->pluralForms.cend(); ++form) {
+            if (*form && (*form)->localizedHash == hash && (!first || form.key() < *first)) {
+                first = &form.key();
+                found = *form;
+            }
         }
+        if (found)
+            return dv_sharedForm(group, found);
     }
     return nullptr;
 }

@@ -74,7 +74,9 @@ DVStringPtr DVStringLayers::stringForLocalizedHash(const QString &hash) const
         const auto servedFromHere = [&](const QString &key) {
             return find(QStringView(key)).table == table.get();
         };
-        if (const DVStringPtr string = table->stringForLocalizedHash(hash, servedFromHere))
+        const bool isTop = table == m_tables.front();
+        if (const DVStringPtr string =
+                table->stringForLocalizedHash(hash, isTop ? DVStringTable::KeyFilter() : servedFromHere))
             return string;
     }
     return nullptr;

@@ -185,6 +185,8 @@ void DVFoundText::lookUpAs(DVFoundPiece &found, const QString &text) const
 QList<DVStringValue> DVFoundText::nestedValues(const DVNestedPiece &piece) const
 {
     QList<DVStringValue> values;
+    if (piece.children.isEmpty())
+        return values;
     for (const Argument &argument : argumentsOf(piece)) {
         const qsizetype end = std::min(argument.firstChild + argument.children, piece.children.size());
         for (qsizetype i = argument.firstChild; i < end; ++i) {

@@ -46,6 +46,7 @@ private Q_SLOTS:
     void dynamicStringKeepsItsSpecifiers();
     void hash_data();
     void hash();
+    void hashIsLowerCaseOfAnyCharacter();
     void hashOfHostileTexts();
     void chosenForm_data();
     void chosenForm();
@@ -117,6 +118,16 @@ void tst_String::hash()
     const auto second = extracted(dv_stringWithCues(other));
     QTEST(first.localizedHash == second.localizedHash, "equal");
     QCOMPARE(dv_localizedHash(first.localizedFormat, first.dynamic), first.localizedHash);
+}
+
+void tst_String::hashIsLowerCaseOfAnyCharacter()
+{
+    const auto isSurrogate = [](char16_t c) { return c >= 0xD800 && c < 0xE000; };
+    for (char16_t c = 1; c < 0xFFFF; ++c) {
+        const QString text = u"aZ"_qs + QChar(c);
+        if (!isSurrogate(c))
+            QCOMPARE(dv_localizedHash(text, false), text.toLower());
+    }
 }
 
 void tst_String::hashOfHostileTexts()
