@@ -10,6 +10,7 @@
 #include <QAction>
 #include <QLabel>
 #include <QTabBar>
+#include <QToolButton>
 
 #include <optional>
 
@@ -35,6 +36,13 @@ std::optional<QString> localizedText(const QString &text, QLatin1StringView what
     return DVBundle::mainBundle().localizedStringForKey(key, QStringLiteral(""), QString());
 }
 
+// Whose text a button shows, and takes from there again and again.
+QAction *actionOf(const QWidget &widget)
+{
+    const auto *button = qobject_cast<const QToolButton *>(&widget);
+    return button ? button->defaultAction() : nullptr;
+}
+
 constexpr QLatin1StringView label{"label"};
 constexpr QLatin1StringView tabBarItem{"tab bar item"};
 
@@ -45,6 +53,8 @@ void dv_localizeInterfaceTexts(QWidget &widget)
     if (auto *shown = qobject_cast<QLabel *>(&widget)) {
         if (const auto text = localizedText(shown->text(), label))
             shown->setText(*text);
+    } else if (QAction *action = actionOf(widget)) {
+        dv_localizeInterfaceText(*action);
     } else if (auto *button = qobject_cast<QAbstractButton *>(&widget)) {
         if (const auto text = localizedText(button->text(), label))
             button->setText(*text);

@@ -524,11 +524,14 @@ void tst_CleanTexts::interfaceTexts()
     QLabel other(u"Other label"_qs); // its key is none of an interface file
     QToolButton button;
     button.setText(u"Packaged label"_qs);
+    QAction action(u"Bar item"_qs);
+    QToolButton actionButton;
+    actionButton.setDefaultAction(&action);
     QLineEdit typed(u"Packaged label"_qs);
     QTabBar tabs;
     tabs.addTab(u"First tab"_qs);
     tabs.addTab(u"Own tab"_qs);
-    for (QWidget *widget : QList<QWidget *>{&label, &other, &button, &typed, &tabs})
+    for (QWidget *widget : QList<QWidget *>{&label, &other, &button, &actionButton, &typed, &tabs})
         layout->addWidget(widget);
     QAction *item = window.addToolBar(u"bar"_qs)->addAction(u"Bar item"_qs);
     m_host->takeLog();
@@ -537,6 +540,9 @@ void tst_CleanTexts::interfaceTexts()
     QCOMPARE(dv_stringShowingCues(button.text()), u"[Packaged label]"_qs);
     QCOMPARE(dv_stringShowingCues(tabs.tabText(0)), u"[First tab]"_qs);
     QCOMPARE(dv_stringShowingCues(item->text()), u"[Bar item]"_qs);
+    QCOMPARE(dv_stringShowingCues(action.text()), u"[Bar item]"_qs);
+    action.setEnabled(false); // the button takes its text from there again
+    QCOMPARE(dv_stringShowingCues(actionButton.text()), u"[Bar item]"_qs);
     QCOMPARE(other.text(), u"Other label"_qs);
     QCOMPARE(tabs.tabText(1), u"Own tab"_qs);
     QCOMPARE(typed.text(), u"Packaged label"_qs);
