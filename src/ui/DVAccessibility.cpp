@@ -47,9 +47,5 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object)
 
 void dv_installAccessibility()
 {
-    static const bool installed = [] {
-        QAccessible::installFactory(interfaceFor);
-        return true;
-    }();
-    Q_UNUSED(installed);
+    QAccessible::installFactory(interfaceFor); // Qt keeps it once, until the application object ends
 }

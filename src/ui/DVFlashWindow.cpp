@@ -33,11 +33,8 @@ DVFlashWindow::DVFlashWindow()
 
 void DVFlashWindow::flash()
 {
-    static const bool ends = [] {
-        qAddPostRoutine(deleteTheFlash);
-        return true;
-    }();
-    Q_UNUSED(ends);
+    qRemovePostRoutine(deleteTheFlash); // each application object forgets them at its end
+    qAddPostRoutine(deleteTheFlash);
     delete theFlash();
     auto *window = new DVFlashWindow; // deletes itself at the end of the flash
     theFlash() = window;

@@ -2,6 +2,7 @@
 
 #include "DVOverlayWindow.h"
 #include "DVPressCancel.h"
+#include "DVState.h"
 #include "DVWindowGestures.h"
 
 #include <QContextMenuEvent>
@@ -150,7 +151,8 @@ bool DVGestureWatch::eventFilter(QObject *receiver, QEvent *event)
     if (isTouch(type)) {
         if (receiver->isWindowType())
             return touchInWindow(*static_cast<QWindow *>(receiver), *static_cast<QTouchEvent *>(event));
-        return receiver->isWidgetType() && m_taken && type != QEvent::TouchCancel;
+        return receiver->isWidgetType() && m_taken && type != QEvent::TouchCancel &&
+               isTouchScreen(*static_cast<QTouchEvent *>(event));
     }
     switch (type) {
     case QEvent::ContextMenu:
@@ -398,7 +400,9 @@ bool DVGestureWatch::mayBegin(QWindow &window, DVLongPressGestureRecognizer &rec
     if (!gestures || m_press.window != &window)
         return false;
     const QObject *touched = gestures->lastTouchedView ? gestures->lastTouchedView->object() : nullptr;
-    const bool isOfHost = recognizer.numberOfTouchesRequired() == 1 && dv_actsWhileHeld(m_press, touched);
+    const DVState &state = DVState::shared();
+    const bool isOfHost = (!state.editionMode && !state.screenshotMode) || // another start has ended them
+                          (recognizer.numberOfTouchesRequired() == 1 && dv_actsWhileHeld(m_press, touched));
     if (!m_taken && (isOfHost || dv_isDragging(m_press))) {
         recognizer.fail();
         return false;

@@ -5,6 +5,7 @@
 #include "DVMainController.h"
 #include "DVMainQueue.h"
 #include "DVPresenters.h"
+#include "DVState.h"
 
 #include <QApplication>
 
@@ -25,7 +26,8 @@ void DVReviewTools::setup(bool actions)
         m_cleanTexts = std::make_unique<DVCleanTexts>();
     const auto cover = actions ? DVGestureWatch::Cover::EditionAndActions : DVGestureWatch::Cover::Edition;
     DVMainQueue::post([cover, alive = QPointer<QObject>(&m_guard)] {
-        if (alive)
+        const DVState &state = DVState::shared();
+        if (alive && (state.editionMode || state.screenshotMode))
             DVGestureWatch::install().cover(cover);
     });
 }
@@ -43,10 +45,12 @@ void DVReviewTools::setupContextActions()
 // Also where the locale may change while strings are only served.
 void DVReviewTools::textsAreMarked(bool marked)
 {
-    if (!marked)
+    if (!marked) { // another start has ended review and capture
         m_cleanTexts.reset();
-    else if (!m_cleanTexts)
+        DVGestureWatch::remove();
+    } else if (!m_cleanTexts) {
         m_cleanTexts = std::make_unique<DVCleanTexts>();
+    }
 }
 
 void DVReviewTools::openLoginForm(std::function<void(bool)> completion)

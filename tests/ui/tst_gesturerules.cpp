@@ -105,6 +105,8 @@ private Q_SLOTS:
 
     void theStartInstalls_data();
     void theStartInstalls();
+    void anotherStartEndsThem_data();
+    void anotherStartEndsThem();
     void windowsComeAndGo();
     void aWindowThatDiesWhileItIsPressed();
     void aReleaseInAnotherWindow();
@@ -311,6 +313,43 @@ void TestGestureRules::theStartInstalls()
     }
     DVMainController::sharedInstance().applicationEnds();
     QVERIFY(!DVGestureWatch::shared());
+}
+
+void TestGestureRules::anotherStartEndsThem_data()
+{
+    QTest::addColumn<bool>("allowLocaleChange");
+    QTest::addColumn<bool>("before");
+    QTest::newRow("of an application that serves") << false << false;
+    QTest::newRow("of one that serves, before they were installed") << false << true;
+    QTest::newRow("of one whose texts stay marked") << true << false;
+}
+
+void TestGestureRules::anotherStartEndsThem()
+{
+    QFETCH(const bool, allowLocaleChange);
+    QFETCH(const bool, before);
+    DVGestureWatch::remove(); // this host's
+    dorvane_registerReviewTools();
+    Dorvane::startWithProjectId(u"p"_qs, m_platform->options(u"DVInAppReview"_qs));
+    if (!before)
+        QCoreApplication::processEvents();
+    QVariantMap options = m_application->servingOptions(m_platform->server);
+    options.insert(u"syncTimeout"_qs, 0);
+    options.insert(u"allowLocaleChange"_qs, allowLocaleChange);
+    Dorvane::startWithProjectId(u"p"_qs, options);
+    QCoreApplication::processEvents();
+
+    QPushButton button(u"Water"_qs);
+    int clicks = 0;
+    connect(&button, &QPushButton::clicked, this, [&] { ++clicks; });
+    button.setGeometry(60, 60, 200, 80);
+    button.show();
+    QCoreApplication::processEvents();
+    Hand(button.windowHandle(), {50, 40}).perform(u"L+ hold L-"_qs);
+    QCOMPARE(clicks, 1);
+    Hand(button.windowHandle(), {50, 40}).perform(u"1+ 2+ wait 2000 2- 1-"_qs);
+    QCOMPARE(m_host->asked.take(), u""_qs);
+    QCOMPARE(DVGestureWatch::shared() != nullptr, allowLocaleChange);
 }
 
 void TestGestureRules::windowsComeAndGo()
