@@ -113,6 +113,7 @@ private Q_SLOTS:
     void aWindowThatADialogBlocks();
     void theApplicationIsLeft();
 
+    void aTouchPadAfterAPress();
     void windowsOfOursHaveNone();
     void whatIsNotThereSaysSoOnce();
     void withoutWidgetsNothingIsOffered();
@@ -412,6 +413,33 @@ void TestGestureRules::theApplicationIsLeft()
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
     DVAnimationClock::advance(5000);
     QCOMPARE(m_host->asked.take(), u""_qs);
+}
+
+// Its touches go to widgets alone.
+void TestGestureRules::aTouchPadAfterAPress()
+{
+    const Window host;
+    host.hand(host.onLabel()).perform(u"L+ hold L-"_qs);
+    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+
+    class Pad : public QWidget
+    {
+    public:
+        int touches = 0;
+
+    protected:
+        bool event(QEvent *event) override
+        {
+            touches += event->type() == QEvent::TouchBegin;
+            return QWidget::event(event);
+        }
+    };
+    Pad pad;
+    pad.setAttribute(Qt::WA_AcceptTouchEvents);
+    static QPointingDevice *device = QTest::createTouchDevice(QInputDevice::DeviceType::TouchPad);
+    QTouchEvent touch(QEvent::TouchBegin, device);
+    QCoreApplication::sendEvent(&pad, &touch);
+    QCOMPARE(pad.touches, 1);
 }
 
 void TestGestureRules::windowsOfOursHaveNone()
