@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <thread>
 
@@ -23,9 +24,6 @@
 
 #ifdef GUEST_REVIEW // linked with the library of review, which needs one with widgets
 #include <QApplication>
-using HostApplication = QApplication;
-#else
-using HostApplication = QCoreApplication;
 #endif
 
 using namespace Qt::Literals::StringLiterals;
@@ -279,13 +277,24 @@ void twoCopies(const QString &server, const QString &library, int flags)
     print({{u"text"_qs, both}, {u"translators"_qs, Interposed::translators()}});
 }
 
+Application makeApplication(int &argc, char **argv)
+{
+#ifdef GUEST_REVIEW
+    if (std::strcmp(argv[1], "review-without-widgets") == 0)
+        return std::make_unique<QGuiApplication>(argc, argv);
+    return std::make_unique<QApplication>(argc, argv);
+#else
+    return std::make_unique<QCoreApplication>(argc, argv);
+#endif
+}
+
 int run(Application &application, const QString &scenario, const QString &server)
 {
     if (scenario == u"serving")
         states(application, server, u"DVOTAServing"_qs);
     else if (scenario == u"disabled")
         states(application, server, u"DVDisabled"_qs);
-    else if (scenario == u"review")
+    else if (scenario.startsWith(u"review"))
         states(application, server, u"DVInAppReview"_qs);
     else if (scenario == u"unstarted")
         states(application, server, {});
@@ -317,7 +326,7 @@ int run(Application &application, const QString &scenario, const QString &server
 int main(int argc, char **argv)
 {
     printState(u"main"_qs);
-    std::unique_ptr<QCoreApplication> application = std::make_unique<HostApplication>(argc, argv);
+    std::unique_ptr<QCoreApplication> application = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(u"guest_host"_qs);
     QCoreApplication::setApplicationVersion(u"1.0"_qs);
     return run(application, QString::fromLocal8Bit(argv[1]), QString::fromLocal8Bit(argv[2]));

@@ -317,6 +317,8 @@ void tst_Guest::whatTheLibraryOfReviewTakes_data()
     QTest::newRow("linked and never started: nothing") << u"unstarted"_qs << QStringList();
     QTest::newRow("the mode DVDisabled: nothing") << u"disabled"_qs << QStringList();
     QTest::newRow("serving: what serving takes") << u"serving"_qs << QStringList{u"DVTranslatorPlace"_qs};
+    QTest::newRow("review in an application without widgets: a line in the log")
+        << u"review-without-widgets"_qs << QStringList{u"DVTranslatorPlace"_qs};
     QTest::newRow("review: gestures and clean texts")
         << u"review"_qs << QStringList{u"DVCleanTexts"_qs, u"DVGestureWatch"_qs, u"DVTranslatorPlace"_qs};
 }
@@ -339,6 +341,8 @@ void tst_Guest::whatTheLibraryOfReviewTakes()
     QVERIFY(settled.contains(u"children"_qs));
     QCOMPARE(before.value(u"filters"_qs), array({}));
     QCOMPARE(settled.value(u"filters"_qs), array(filters));
+    QCOMPARE(guest.messages().filter(u"need a QApplication"_qs).size(),
+             scenario == u"review-without-widgets" ? 1 : 0);
     if (!filters.contains(u"DVGestureWatch"_qs)) {
         QCOMPARE(settled.value(u"children"_qs), before.value(u"children"_qs));
         QCOMPARE(settled.value(u"properties"_qs), before.value(u"properties"_qs));
