@@ -41,6 +41,16 @@ public:
     const QPointer<const QObject> window;
 
 private:
+    // Handlers of the host's may delete an item when another one's text changes.
+    void followAll(const QList<QQuickItem *> &items)
+    {
+        const QList<QPointer<QQuickItem>> guarded(items.begin(), items.end());
+        for (const QPointer<QQuickItem> &item : guarded) {
+            if (item)
+                follow(*item);
+        }
+    }
+
     void follow(QQuickItem &item)
     {
         // A connection that is there already cannot be made again: the item is known.
@@ -51,11 +61,12 @@ private:
         if (text.hasNotifySignal() && text.typeId() == QMetaType::QString) {
             const QMetaObject &own = staticMetaObject;
             connect(&item, text.notifySignal(), this, own.method(own.indexOfSlot("textDidChange()")));
+            const QPointer<QQuickItem> alive = &item;
             clean(item);
+            if (!alive)
+                return;
         }
-        const auto children = item.childItems();
-        for (QQuickItem *child : children)
-            follow(*child);
+        followAll(item.childItems());
     }
 
     void clean(QQuickItem &item)
@@ -74,8 +85,10 @@ private:
             return;
         const int cursor = int(dv_placeWithoutCues(marked, item.property("cursorPosition").toInt()));
         DVMarkedTexts::remember(&item, {"text"}, marked);
+        const QPointer<QQuickItem> alive = &item;
         item.setProperty("text", dv_stringByRemovingCues(marked));
-        item.setProperty("cursorPosition", cursor);
+        if (alive)
+            item.setProperty("cursorPosition", cursor);
     }
 
     // Accessibility tools read the attached name, and where there is none the text.
@@ -104,12 +117,7 @@ private:
     QHash<const QObject *, QString> m_names; // given to those who have none of the host's
 
 private Q_SLOTS:
-    void childrenDidChange()
-    {
-        const auto children = qobject_cast<QQuickItem *>(sender())->childItems();
-        for (QQuickItem *child : children)
-            follow(*child);
-    }
+    void childrenDidChange() { followAll(qobject_cast<QQuickItem *>(sender())->childItems()); }
     void textDidChange() { clean(*qobject_cast<QQuickItem *>(sender())); }
 };
 

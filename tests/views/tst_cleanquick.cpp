@@ -19,6 +19,10 @@ private Q_SLOTS:
     void fieldsThatComeLater();
     void whatTheUserTypesStays();
     void accessibleNames();
+    void fieldsThatDeleteEachOther();
+
+public Q_SLOTS:
+    void deleteOther() { delete m_other.data(); }
 
 private:
     template<typename Type> Type *item(const char *name) const
@@ -32,6 +36,7 @@ private:
     QQmlEngine m_engine;
     std::unique_ptr<DVCleanTexts> m_clean;
     std::unique_ptr<QQuickWindow> m_window;
+    QPointer<QQuickItem> m_other;
 };
 
 void tst_CleanQuick::init()
@@ -134,6 +139,23 @@ void tst_CleanQuick::accessibleNames()
     QCOMPARE(said("text"), u"Famille"_qs);
     QCOMPARE(said("button"), u"Famille"_qs);
     QCOMPARE(said("named"), u"own"_qs);
+}
+
+void tst_CleanQuick::fieldsThatDeleteEachOther()
+{
+    load("Item {}");
+    QQmlComponent component(&m_engine);
+    component.setData(
+        "import QtQuick\nItem { TextInput { text: qsTr(\"Name\") } TextInput { text: qsTr(\"Name\") } }", {});
+    const std::unique_ptr<QQuickItem> row(qobject_cast<QQuickItem *>(component.create()));
+    QVERIFY2(row, qPrintable(component.errorString()));
+    QQuickItem *first = row->childItems().constFirst();
+    m_other = row->childItems().constLast();
+    connect(first, SIGNAL(textChanged()), this, SLOT(deleteOther()));
+    row->setParentItem(m_window->contentItem());
+    QVERIFY(!m_other);
+    QCOMPARE(first->property("text").toString(), u"Nom"_qs);
+    row->setParentItem(nullptr);
 }
 
 QTEST_MAIN(tst_CleanQuick)
