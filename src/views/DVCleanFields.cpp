@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 #include <QTextBlock>
@@ -140,7 +141,8 @@ void dv_cleanEntries(QComboBox &box, int first, int last)
 {
     if (!qobject_cast<QStandardItemModel *>(box.model()))
         return;
-    for (int i = first; i <= last && i < box.count(); ++i) {
+    const QPointer<QComboBox> alive = &box; // the host may delete it when it is told of an entry
+    for (int i = first; alive && i <= last && i < box.count(); ++i) {
         const QString marked = box.itemText(i);
         if (!dv_holdsCues(marked))
             continue;

@@ -114,6 +114,7 @@ private Q_SLOTS:
     void accessibleNamesFollow();
     void hostsAccessibleNames();
     void interfaceTexts();
+    void comboBoxThatIsDeletedMeanwhile();
     void interfaceTextsOnlyInReviewModes();
     void nothingThatIsReadBackHasMarkers();
     void theMemoryEndsWithTheObject();
@@ -549,6 +550,19 @@ void tst_CleanTexts::interfaceTexts()
     const QStringList log = m_host->takeLog();
     QVERIFY(log.contains(u"Overriding text for label Packaged label with key main-label.text"_qs));
     QVERIFY(log.contains(u"Overriding text for tab bar item First tab with key tab-1.title"_qs));
+}
+
+void tst_CleanTexts::comboBoxThatIsDeletedMeanwhile()
+{
+    start();
+    QStandardItemModel model;
+    QPointer<QComboBox> box = std::make_unique<QComboBox>().release();
+    box->setModel(&model);
+    show(*box);
+    connect(&model, &QAbstractItemModel::dataChanged, this, [&box] { delete box.data(); });
+    model.invisibleRootItem()->appendRows({std::make_unique<QStandardItem>(tr_("Name")).release(),
+                                           std::make_unique<QStandardItem>(tr_("Name")).release()});
+    QVERIFY(!box);
 }
 
 void tst_CleanTexts::interfaceTextsOnlyInReviewModes()
