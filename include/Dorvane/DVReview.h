@@ -15,9 +15,9 @@ QT_BEGIN_NAMESPACE
 class QImage;
 QT_END_NAMESPACE
 
-// There is nothing to call. A program that is linked with Dorvane::Review has the tools of in-app review as soon
-// as there is a QApplication, and nothing happens before Dorvane::startWithProjectId() is given a mode of review or
-// capture. Other builds should not link it. It needs a libdorvane of just its own release.
+// There is nothing to call. A program that is linked with Dorvane::Review has the tools of in-app review as
+// soon as there is a QApplication, and nothing happens before Dorvane::startWithProjectId() is given a mode
+// of review or capture. Other builds should not link it. It needs a libdorvane of just its own release.
 
 // The marks of the interface for translators: null until each is first shown. Templates, white on
 // transparent with two pixels a point. The library keeps them. Main thread.

@@ -127,9 +127,9 @@ public:
 
     // Texts of tr() that must never carry the invisible markers by which the review tools find strings on the
     // screen: those that a program reads and that do not look like it (file filters, shortcuts, formats and
-    // addresses are known by their shape, and Qt's own contexts by their names). `keys`: source texts, or ids;
-    // none: the whole context. A null context: those keys in every one. Adds to what was named before; best
-    // before the start. Matters in review and capture builds only, and costs nothing in others.
+    // addresses are known by their shape, and Qt's own contexts by their names). `keys`: source texts, or
+    // ids; none: the whole context. A null context: those keys in every one. Adds to what was named before;
+    // best before the start. Matters in review and capture builds only, and costs nothing in others.
     static void neverMark(const QString &context, const QStringList &keys = {});
 
     // "Why am I seeing this text?": the state of the library, and where one text comes from. `key` is the

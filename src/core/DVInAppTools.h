@@ -22,11 +22,12 @@ public:
     // Installs the gesture that takes a picture.
     virtual void setupContextActions() = 0;
 
-    // Whether texts of tr() carry markers while texts need them (DVState::stringsNeedCues), so that the strings
-    // of what is on the screen can be found. Tools without windows need none.
+    // Whether texts of tr() carry markers while texts need them (DVState::stringsNeedCues), so that the
+    // strings of what is on the screen can be found. Tools without windows need none.
     virtual bool textsNeedMarkers() const { return true; }
 
-    // Texts of tr() begin to carry markers, or cease to. Windows then hold texts that must not leave the process.
+    // Texts of tr() begin to carry markers, or cease to. Windows then hold texts that must not leave the
+    // process.
     virtual void textsAreMarked(bool marked) { Q_UNUSED(marked) }
 
     // Lets somebody sign in. `completion` is called once, on the main thread, never from inside the call.

@@ -25,7 +25,7 @@ struct DVLookupSnapshot
     DVPluralForm::Rule localeRule = nullptr;
     DVPluralForm::Rule baseRule = nullptr;
     std::shared_ptr<const DVUnmarkedTexts> unmarked; // set while cuesAtQtDoor
-    QString layoutDirection; // "LTR" or "RTL" while a locale store serves, else null
+    QString layoutDirection;                         // "LTR" or "RTL" while a locale store serves, else null
 
     bool servesSameAs(const DVLookupSnapshot &other) const;
 };

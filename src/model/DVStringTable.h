@@ -65,9 +65,9 @@ public:
     // Gives up that record, which somebody may have changed: the next one asked for is as the table has it.
     void forgetGroup(Entry entry) const;
     // The first form whose localizedHash equals `hash` (markers included, lower case), in the order
-    // in which keys were first read; null when there is none. It keeps its group. Main thread only. The index behind it
-    // is built on first use; a search then does not depend on the number of strings.
-    // `accept` (may be empty) says whether a key counts.
+    // in which keys were first read; null when there is none. It keeps its group. Main thread only. The index
+    // behind it is built on first use; a search then does not depend on the number of strings. `accept` (may
+    // be empty) says whether a key counts.
     using KeyFilter = std::function<bool(const QString &key)>;
     DVStringPtr stringForLocalizedHash(const QString &hash, const KeyFilter &accept = {}) const;
 

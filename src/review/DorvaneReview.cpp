@@ -7,7 +7,8 @@
 
 namespace {
 
-// Data, and not a call: the loader looks for data at once, so another release is refused before anything runs.
+// Data, and not a call: the loader looks for data at once, so another release is refused before anything
+// runs.
 [[gnu::used]] const char *const release = &DORVANE_PRIVATE_RELEASE;
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <QPainter>
 #include <QPainterPath>
 
-
 namespace {
 
 constexpr int cornerSize = 7; // DVPanel::cornerRadius, rounded up

@@ -11,8 +11,8 @@ namespace {
 using Key = QPair<QByteArray, int>;
 using Texts = QHash<Key, QString>;
 
-// Made when the first text is remembered: an application without reviews has none. Never destroyed: objects of
-// the host's may be deleted after everything of ours.
+// Made when the first text is remembered: an application without reviews has none. Never destroyed: objects
+// of the host's may be deleted after everything of ours.
 QHash<const QObject *, Texts> &remembered()
 {
     static auto *texts = new QHash<const QObject *, Texts>; // NOLINT(cppcoreguidelines-owning-memory)

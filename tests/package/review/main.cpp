@@ -1,5 +1,6 @@
-// A host application for translators that knows nothing but what is installed. It names nothing of the library
-// of review and has its tools all the same. With an argument it names the marks of the interface, too.
+// A host application for translators that knows nothing but what is installed. It names nothing of the
+// library of review and has its tools all the same. With an argument it names the marks of the interface,
+// too.
 #include <Dorvane/DVDiagnostics.h>
 #include <Dorvane/Dorvane.h>
 #ifdef NAMES_THE_LIBRARY
