@@ -130,6 +130,10 @@ function(dorvane_room_above folder)
     target_include_directories(dorvane_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/src/${floor})
   endforeach()
   target_link_libraries(dorvane_${folder} PUBLIC dorvane_settings ${arg_LIBRARIES})
+  if(DORVANE_SANITIZE_ADDRESS)
+    # It asks for the type information of every class that is used, which libdorvane does not export.
+    target_compile_options(dorvane_${folder} PRIVATE -fno-sanitize=vptr)
+  endif()
 endfunction()
 
 # dorvane_library_of_rooms(FOLDER NAME ROOMS ... SOURCES ...): a library above the core, Dorvane::NAME, merged from
