@@ -39,6 +39,13 @@ bool isPartOfSpinBox(const QLineEdit &edit)
     return qobject_cast<QAbstractSpinBox *>(edit.parentWidget());
 }
 
+// A window that QML made says in its destructor, too, that it is what it was.
+bool isDying(const QEvent &surfaceEvent)
+{
+    return static_cast<const QPlatformSurfaceEvent &>(surfaceEvent).surfaceEventType() ==
+           QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed;
+}
+
 void cleanNow(QWidget &widget, DVTelling telling)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
@@ -84,6 +91,9 @@ bool DVCleanTexts::eventFilter(QObject *watched, QEvent *event)
             childAdded(static_cast<QChildEvent *>(event)->child());
         break;
     case QEvent::PlatformSurface:
+        if (isDying(*event))
+            break;
+        [[fallthrough]];
     case QEvent::Expose:
         if (auto *window = qobject_cast<QWindow *>(watched))
             followWindow(*window);
