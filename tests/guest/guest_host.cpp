@@ -67,7 +67,7 @@ void start(const QString &server, const QString &mode, const QVariantMap &more =
 void waitForLine()
 {
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, qApp, [] {
+    QObject::connect(&input, &QSocketNotifier::activated, QCoreApplication::instance(), [] {
         char buffer[64];
         if (::read(STDIN_FILENO, buffer, sizeof buffer) >= 0)
             QCoreApplication::quit();
@@ -143,11 +143,11 @@ void askingLogger(const QString &server)
 void blockingLogger(const QString &server)
 {
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {
-        if (QThread::currentThread() == qApp->thread())
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
             return;
         ++handled;
         QMetaObject::invokeMethod(
-            qApp, [] { static_cast<void>(lookups()); }, Qt::BlockingQueuedConnection);
+            QCoreApplication::instance(), [] { static_cast<void>(lookups()); }, Qt::BlockingQueuedConnection);
     });
     start(server, u"DVOTAServing"_qs,
           {{u"logging"_qs, u"DVLoggingDebug"_qs}, {u"allowLocaleChange"_qs, true}});
@@ -255,7 +255,8 @@ void exitInTheMiddle(const QString &server)
 {
     askerOutsideMain.active = true;
     start(server, u"DVOTAServing"_qs, {{u"syncTimeout"_qs, 1}});
-    QTimer::singleShot(0, qApp, [] { std::exit(7); }); // the application object is never destroyed
+    QTimer::singleShot(0, QCoreApplication::instance(),
+                       [] { std::exit(7); }); // the application object is never destroyed
     QCoreApplication::exec();
 }
 
