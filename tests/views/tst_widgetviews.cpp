@@ -784,7 +784,7 @@ void TestWidgetViews::sceneOfManyTexts()
     constexpr int count = 8000;
     QGraphicsScene scene;
     for (int i = 0; i < count; ++i)
-        scene.addSimpleText(oldText)->setPos(i % 100 * 30, i / 100 * 14);
+        scene.addSimpleText(oldText)->setPos(i % 100 * 30, i * 0.14);
     QGraphicsView view(&scene);
     view.resize(3200, 1200);
     view.show();
