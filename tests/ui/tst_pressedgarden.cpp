@@ -144,6 +144,8 @@ void tst_PressedGarden::everyText()
     PressedGarden garden;
     MainWindow window;
     window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window)); // the one before may still have been losing the focus
     WidgetTour tour(window);
     for (int screen = 0; screen < 3; ++screen) {
         const auto texts = [&] {

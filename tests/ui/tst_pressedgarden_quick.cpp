@@ -91,7 +91,8 @@ void tst_PressedGardenQuick::everyText()
     engine.load(QUrl(QStringLiteral("qrc:/windowgarden/Main.qml")));
     QCOMPARE(engine.rootObjects().size(), 1);
     auto &window = *qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(&window)); // the one before may still have been losing the focus
     QuickTour tour(window);
     const auto textsIn = [&](const QQuickItem &item) {
         QCoreApplication::processEvents();
@@ -128,6 +129,7 @@ void tst_PressedGardenQuick::everyText()
     tour.closePreferences();
     QTRY_VERIFY(!overlay->isVisible());
     click(window, *menus.last());
+    QTRY_VERIFY(!itemsOf("QQuickMenuItem", *overlay).isEmpty());
     click(window, *itemsOf("QQuickMenuItem", *overlay).value(0));
     pressed.press([&] { return textsIn(*overlay); }, steps);
     QVERIFY(overlay->isVisible());
