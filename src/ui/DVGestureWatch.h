@@ -66,6 +66,7 @@ private:
     bool mouseInWindow(QWindow &window, QMouseEvent &event);
     bool mouseInWidget(QWidget &widget, QMouseEvent &event);
     bool touchInWindow(QWindow &window, QTouchEvent &event);
+    void noteMouse(const QMouseEvent &event, bool mayHaveOtherWidget);
     bool isEchoOf(const QEvent &event) const;
     bool passesOn(const QObject &receiver, QEvent &event) const;
     void followMouse(QWindow &target, const QMouseEvent &event);

@@ -1,6 +1,7 @@
 // DVPress: the fingers, or the buttons of the mouse, that are down, from the first to the last.
 #pragma once
 
+#include <QEvent>
 #include <QEventPoint>
 #include <QList>
 #include <QPointF>
@@ -49,3 +50,9 @@ struct DVPress
     // Whether one went further from where it was put down than a resting one does.
     bool hasMoved() const;
 };
+
+// Whether a button of the mouse went down.
+inline bool dv_isPress(const QEvent &event)
+{
+    return event.type() == QEvent::MouseButtonPress || event.type() == QEvent::MouseButtonDblClick;
+}
