@@ -18,38 +18,33 @@ if(DORVANE_BUILD_TESTS)
   pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 endif()
 
+# dorvane_optional_library(OPTION NAME PURPOSE NEEDS ... PACKAGE ...): the option DORVANE_BUILD_OPTION, on where the CMake
+# package NEEDS was found. Says why the library is not built, and fails where somebody asks for what cannot be.
+function(dorvane_optional_library option name purpose)
+  cmake_parse_arguments(arg "" "NEEDS;PACKAGE" "" ${ARGN})
+  option(DORVANE_BUILD_${option} "Build ${name}, ${purpose}" ${${arg_NEEDS}_FOUND})
+  if(DORVANE_BUILD_${option} AND NOT ${arg_NEEDS}_FOUND)
+    message(FATAL_ERROR "DORVANE_BUILD_${option} needs ${arg_NEEDS} (Debian: ${arg_PACKAGE})")
+  elseif(NOT ${arg_NEEDS}_FOUND)
+    message(STATUS "${name} is not built: ${arg_NEEDS} was not found (Debian: ${arg_PACKAGE})")
+  elseif(NOT DORVANE_BUILD_${option})
+    message(STATUS "${name} is not built: DORVANE_BUILD_${option} is off")
+  endif()
+endfunction()
+
 # Dorvane::Keychain is for builds in which translators work; others link no D-Bus.
 find_package(Qt6Keychain 0.13 QUIET)
-option(DORVANE_BUILD_KEYCHAIN "Build Dorvane::Keychain, which keeps a sign-in in the system's keychain" ${Qt6Keychain_FOUND})
-if(DORVANE_BUILD_KEYCHAIN AND NOT Qt6Keychain_FOUND)
-  message(FATAL_ERROR "DORVANE_BUILD_KEYCHAIN needs QtKeychain (Debian: qtkeychain-qt6-dev)")
-elseif(NOT Qt6Keychain_FOUND)
-  message(STATUS "Dorvane::Keychain is not built: QtKeychain was not found (Debian: qtkeychain-qt6-dev)")
-elseif(NOT DORVANE_BUILD_KEYCHAIN)
-  message(STATUS "Dorvane::Keychain is not built: DORVANE_BUILD_KEYCHAIN is off")
-endif()
+dorvane_optional_library(KEYCHAIN Dorvane::Keychain "which keeps a sign-in in the system's keychain"
+  NEEDS Qt6Keychain PACKAGE qtkeychain-qt6-dev)
 
 # Dorvane::Quick is for QML applications only; others need not have Qt's QML module.
 find_package(Qt6 6.4 QUIET OPTIONAL_COMPONENTS Qml)
-option(DORVANE_BUILD_QUICK "Build Dorvane::Quick, for QML applications" ${Qt6Qml_FOUND})
-if(DORVANE_BUILD_QUICK AND NOT Qt6Qml_FOUND)
-  message(FATAL_ERROR "DORVANE_BUILD_QUICK needs Qt6Qml (Debian: qt6-declarative-dev)")
-elseif(NOT Qt6Qml_FOUND)
-  message(STATUS "Dorvane::Quick is not built: Qt6Qml was not found (Debian: qt6-declarative-dev)")
-elseif(NOT DORVANE_BUILD_QUICK)
-  message(STATUS "Dorvane::Quick is not built: DORVANE_BUILD_QUICK is off")
-endif()
+dorvane_optional_library(QUICK Dorvane::Quick "for QML applications" NEEDS Qt6Qml PACKAGE qt6-declarative-dev)
 if(DORVANE_BUILD_QUICK AND (DORVANE_BUILD_TESTS OR DORVANE_BUILD_EXAMPLES))
   find_package(Qt6 6.4 REQUIRED COMPONENTS Quick QuickControls2)
 endif()
 
 # The interface for translators is widgets; others need not have them. It finds texts in Qt Quick where there is one.
 find_package(Qt6 6.4 QUIET OPTIONAL_COMPONENTS Widgets Quick QuickWidgets)
-option(DORVANE_BUILD_REVIEW "Build the interface for translators, for applications with widgets" ${Qt6Widgets_FOUND})
-if(DORVANE_BUILD_REVIEW AND NOT Qt6Widgets_FOUND)
-  message(FATAL_ERROR "DORVANE_BUILD_REVIEW needs Qt6Widgets (Debian: qt6-base-dev)")
-elseif(NOT Qt6Widgets_FOUND)
-  message(STATUS "The interface for translators is not built: Qt6Widgets was not found (Debian: qt6-base-dev)")
-elseif(NOT DORVANE_BUILD_REVIEW)
-  message(STATUS "The interface for translators is not built: DORVANE_BUILD_REVIEW is off")
-endif()
+dorvane_optional_library(REVIEW Dorvane::Review "the tools of in-app review, for applications with widgets"
+  NEEDS Qt6Widgets PACKAGE qt6-base-dev)
