@@ -69,6 +69,17 @@ QString firstLevelOf(const DVViewStrings &strings)
     return pieces.join(u' ');
 }
 
+// The columns of tests that rebuild a shown text after the translation changed, and what adds a row to them.
+auto rebuildingRows()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("expected");
+    return [](const char *name, const QString &before, const QString &after, const QString &shown,
+              const QString &expected) { QTest::newRow(name) << before << after << shown << expected; };
+}
+
 } // namespace
 
 class TestViewStrings : public QObject
@@ -168,15 +179,7 @@ void TestViewStrings::finds()
 
 void TestViewStrings::rebuilds_data()
 {
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char *name, const QString &before, const QString &after, const QString &shown,
-                        const QString &expected) {
-        QTest::newRow(name) << before << after << shown << expected;
-    };
+    const auto row = rebuildingRows();
     row("a value stays in its place", u"[Total: {%d}]"_qs, u"[{%d} zusammen]"_qs, u"[Total: {5}]"_qs,
         u"[{5} zusammen]"_qs);
     row("only the marked part", u"[OK]"_qs, u"[Gut]"_qs, u"Name: [OK]!"_qs, u"Name: [Gut]!"_qs);
@@ -238,15 +241,7 @@ void TestViewStrings::rebuilds()
 
 void TestViewStrings::rebuildsRichTexts_data()
 {
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char *name, const QString &before, const QString &after, const QString &shown,
-                        const QString &expected) {
-        QTest::newRow(name) << before << after << shown << expected;
-    };
+    const auto row = rebuildingRows();
     row("the format around it stays", u"[Name]"_qs, u"[Nom]"_qs, u"<p><b>[Name]</b>: x</p>"_qs,
         u"<p><b>[Nom]</b>: x</p>"_qs);
     row("a translation of a text adds no markup", u"[Name]"_qs, u"[<i>A & B</i>]"_qs, u"<b>[Name]</b>"_qs,
