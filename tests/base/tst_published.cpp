@@ -65,181 +65,170 @@ class tst_Published : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup();
-
-    void readersSeeTheLatest();
-    void valueLivesWhileItIsRead();
-    void valueOutlivesItsPublication();
-    void laterReadingsDoNotKeepEarlierValues();
-    void nestedReadingsCountAsOne();
-    void readingWhileAThreadEnds();
-    void manyReadersOneWriter();
-    void threadsComeAndGo();
-};
-
-void tst_Published::cleanup()
-{
-    QCOMPARE(dv_reclaimRetired(), 0);
-    QCOMPARE(alive.load(), 0);
-}
-
-void tst_Published::readersSeeTheLatest()
-{
-    DVPublished<Value> published;
-    const DVReading reading;
-    QCOMPARE(published.read(), nullptr);
-    published.publish(newValue(1));
-    QCOMPARE(published.read()->fields.front(), 1);
-    QCOMPARE(published.owner().get(), published.read());
-    published.publish(newValue(2));
-    QCOMPARE(published.read()->fields.front(), 2);
-    published.publish(nullptr);
-    QCOMPARE(published.read(), nullptr);
-}
-
-void tst_Published::valueLivesWhileItIsRead()
-{
-    DVPublished<Value> published;
-    published.publish(newValue(1));
+    void cleanup()
     {
-        const DVReading reading;
-        const Value *value = published.read();
-        published.publish(newValue(2));
-        QCOMPARE(dv_reclaimRetired(), 1);
-        QVERIFY(value->isWhole());
-        QCOMPARE(alive.load(), 2);
+        QCOMPARE(dv_reclaimRetired(), 0);
+        QCOMPARE(alive.load(), 0);
     }
-    QCOMPARE(dv_reclaimRetired(), 0);
-    QCOMPARE(alive.load(), 1);
-    published.publish(newValue(3)); // nobody reads: the old one goes at once
-    QCOMPARE(alive.load(), 1);
-}
 
-void tst_Published::valueOutlivesItsPublication()
-{
-    auto published = std::make_unique<DVPublished<Value>>();
-    published->publish(newValue(1));
-    const DVReading reading;
-    const Value *value = published->read();
-    published.reset();
-    QVERIFY(value->isWhole());
-}
+    void readersSeeTheLatest()
+    {
+        DVPublished<Value> published;
+        const DVReading reading;
+        QCOMPARE(published.read(), nullptr);
+        published.publish(newValue(1));
+        QCOMPARE(published.read()->fields.front(), 1);
+        QCOMPARE(published.owner().get(), published.read());
+        published.publish(newValue(2));
+        QCOMPARE(published.read()->fields.front(), 2);
+        published.publish(nullptr);
+        QCOMPARE(published.read(), nullptr);
+    }
 
-void tst_Published::laterReadingsDoNotKeepEarlierValues()
-{
-    DVPublished<Value> published;
-    published.publish(newValue(1));
-    std::atomic<int> step = 0;
-    const auto waitFor = [&](int wanted) {
-        while (step.load() < wanted)
-            std::this_thread::yield();
-    };
-    std::thread reader([&] {
+    void valueLivesWhileItIsRead()
+    {
+        DVPublished<Value> published;
+        published.publish(newValue(1));
         {
             const DVReading reading;
-            step = 1;
-            waitFor(2);
-        }
-        const DVReading reading;
-        step = 3;
-        waitFor(4);
-    });
-    waitFor(1);
-    published.publish(newValue(2));
-    QCOMPARE(alive.load(), 2);
-    step = 2;
-    waitFor(3);
-    const int waiting = dv_reclaimRetired();
-    step = 4;
-    reader.join();
-    QCOMPARE(waiting, 0);
-}
-
-void tst_Published::nestedReadingsCountAsOne()
-{
-    DVPublished<Value> published;
-    published.publish(newValue(1));
-    const auto outer = std::make_unique<DVReading>();
-    const Value *value = published.read();
-    published.publish(newValue(2));
-    {
-        const DVReading inner;
-        QCOMPARE(published.read()->fields.front(), 2);
-    }
-    QCOMPARE(dv_reclaimRetired(), 1);
-    QVERIFY(value->isWhole());
-}
-
-void tst_Published::readingWhileAThreadEnds()
-{
-    DVPublished<Value> published;
-    published.publish(newValue(7));
-    std::atomic<bool> wasWhole = false;
-    std::thread([&] {
-        static thread_local ReadsAtTheEnd last; // made first, so destroyed last
-        last.published = &published;
-        last.wasWhole = &wasWhole;
-        const DVReading reading;
-    }).join();
-    QVERIFY(wasWhole);
-}
-
-void tst_Published::manyReadersOneWriter()
-{
-    constexpr int publications = 2000;
-    DVPublished<Value> published;
-    published.publish(newValue(0));
-    std::atomic<bool> stop = false;
-    std::atomic<int> broken = 0;
-    std::atomic<int> readings = 0;
-    const auto readUntilStopped = [&] {
-        int latest = 0;
-        while (!stop.load(std::memory_order_relaxed)) {
-            const DVReading reading;
             const Value *value = published.read();
-            if (!value->isWhole() || value->fields.front() < latest)
-                ++broken;
-            latest = value->fields.front();
-            ++readings;
+            published.publish(newValue(2));
+            QCOMPARE(dv_reclaimRetired(), 1);
+            QVERIFY(value->isWhole());
+            QCOMPARE(alive.load(), 2);
         }
-    };
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 4; ++i)
-        readers.emplace_back(readUntilStopped);
-    for (int number = 1; number <= publications; ++number) {
-        published.publish(newValue(number));
-        if (number % 16 == 0)
-            std::this_thread::yield();
+        QCOMPARE(dv_reclaimRetired(), 0);
+        QCOMPARE(alive.load(), 1);
+        published.publish(newValue(3)); // nobody reads: the old one goes at once
+        QCOMPARE(alive.load(), 1);
     }
-    while (readings.load() < 1000)
-        std::this_thread::yield();
-    stop = true;
-    for (auto &reader : readers)
-        reader.join();
-    QCOMPARE(broken.load(), 0);
-    QCOMPARE(dv_reclaimRetired(), 0);
-    QCOMPARE(alive.load(), 1);
-}
 
-void tst_Published::threadsComeAndGo()
-{
-    DVPublished<Value> published;
-    published.publish(newValue(0));
-    std::atomic<int> broken = 0;
-    for (int round = 1; round <= 200; ++round) {
-        const auto readOnce = [&] {
-            const DVReading reading;
-            if (!published.read()->isWhole())
-                ++broken;
-        };
-        std::thread first(readOnce);
-        std::thread second(readOnce);
-        published.publish(newValue(round));
-        first.join();
-        second.join();
+    void valueOutlivesItsPublication()
+    {
+        auto published = std::make_unique<DVPublished<Value>>();
+        published->publish(newValue(1));
+        const DVReading reading;
+        const Value *value = published->read();
+        published.reset();
+        QVERIFY(value->isWhole());
     }
-    QCOMPARE(broken.load(), 0);
-}
+
+    void laterReadingsDoNotKeepEarlierValues()
+    {
+        DVPublished<Value> published;
+        published.publish(newValue(1));
+        std::atomic<int> step = 0;
+        const auto waitFor = [&](int wanted) {
+            while (step.load() < wanted)
+                std::this_thread::yield();
+        };
+        std::thread reader([&] {
+            {
+                const DVReading reading;
+                step = 1;
+                waitFor(2);
+            }
+            const DVReading reading;
+            step = 3;
+            waitFor(4);
+        });
+        waitFor(1);
+        published.publish(newValue(2));
+        QCOMPARE(alive.load(), 2);
+        step = 2;
+        waitFor(3);
+        const int waiting = dv_reclaimRetired();
+        step = 4;
+        reader.join();
+        QCOMPARE(waiting, 0);
+    }
+
+    void nestedReadingsCountAsOne()
+    {
+        DVPublished<Value> published;
+        published.publish(newValue(1));
+        const auto outer = std::make_unique<DVReading>();
+        const Value *value = published.read();
+        published.publish(newValue(2));
+        {
+            const DVReading inner;
+            QCOMPARE(published.read()->fields.front(), 2);
+        }
+        QCOMPARE(dv_reclaimRetired(), 1);
+        QVERIFY(value->isWhole());
+    }
+
+    void readingWhileAThreadEnds()
+    {
+        DVPublished<Value> published;
+        published.publish(newValue(7));
+        std::atomic<bool> wasWhole = false;
+        std::thread([&] {
+            static thread_local ReadsAtTheEnd last; // made first, so destroyed last
+            last.published = &published;
+            last.wasWhole = &wasWhole;
+            const DVReading reading;
+        }).join();
+        QVERIFY(wasWhole);
+    }
+
+    void manyReadersOneWriter()
+    {
+        constexpr int publications = 2000;
+        DVPublished<Value> published;
+        published.publish(newValue(0));
+        std::atomic<bool> stop = false;
+        std::atomic<int> broken = 0;
+        std::atomic<int> readings = 0;
+        const auto readUntilStopped = [&] {
+            int latest = 0;
+            while (!stop.load(std::memory_order_relaxed)) {
+                const DVReading reading;
+                const Value *value = published.read();
+                if (!value->isWhole() || value->fields.front() < latest)
+                    ++broken;
+                latest = value->fields.front();
+                ++readings;
+            }
+        };
+        std::vector<std::thread> readers;
+        for (int i = 0; i < 4; ++i)
+            readers.emplace_back(readUntilStopped);
+        for (int number = 1; number <= publications; ++number) {
+            published.publish(newValue(number));
+            if (number % 16 == 0)
+                std::this_thread::yield();
+        }
+        while (readings.load() < 1000)
+            std::this_thread::yield();
+        stop = true;
+        for (auto &reader : readers)
+            reader.join();
+        QCOMPARE(broken.load(), 0);
+        QCOMPARE(dv_reclaimRetired(), 0);
+        QCOMPARE(alive.load(), 1);
+    }
+
+    void threadsComeAndGo()
+    {
+        DVPublished<Value> published;
+        published.publish(newValue(0));
+        std::atomic<int> broken = 0;
+        for (int round = 1; round <= 200; ++round) {
+            const auto readOnce = [&] {
+                const DVReading reading;
+                if (!published.read()->isWhole())
+                    ++broken;
+            };
+            std::thread first(readOnce);
+            std::thread second(readOnce);
+            published.publish(newValue(round));
+            first.join();
+            second.join();
+        }
+        QCOMPARE(broken.load(), 0);
+    }
+};
 
 QTEST_APPLESS_MAIN(tst_Published)
 #include "tst_published.moc"

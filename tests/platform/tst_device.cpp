@@ -1,8 +1,8 @@
 #include "DVDevice.h"
+#include "DVRows.h"
 
 #include <QCoreApplication>
 #include <QProcess>
-#include <QTest>
 
 #include <sys/utsname.h>
 
@@ -16,13 +16,7 @@ private Q_SLOTS:
     // The likely regions are those of CLDR's likelySubtags.xml.
     void theFirstLanguageGetsItsRegion_data()
     {
-        QTest::addColumn<QStringList>("languages");
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QStringList>("expected");
-        const auto row = [](const char *title, const QStringList &languages, const QString &locale,
-                            const QStringList &expected) {
-            QTest::newRow(title) << languages << locale << expected;
-        };
+        const DVRows<QStringList, QString, QStringList> row("languages", "locale", "expected");
         row("a region is kept", {u"fr-CA"_qs, u"en"_qs}, u"de_DE"_qs, {u"fr-CA"_qs, u"en"_qs});
         row("from the current locale of the same language", {u"de"_qs}, u"de_AT"_qs, {u"de-AT"_qs});
         row("from the likely subtags for another language", {u"de"_qs}, u"fr_CA"_qs, {u"de-DE"_qs});
@@ -47,37 +41,27 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, languages);
         QFETCH(QString, locale);
-        QFETCH(QStringList, expected);
         DVDevice::setOverride({.languages = languages, .locale = locale, .systemVersion = {}});
-        QCOMPARE(DVDevice::preferredLanguages(), expected);
+        QTEST(DVDevice::preferredLanguages(), "expected");
     }
 
-    void regionsCameWithVersionNine_data()
-    {
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("before") << u"8.4"_qs << u"de"_qs;
-        QTest::newRow("from then on") << u"9.0"_qs << u"de-AT"_qs;
-    }
     void regionsCameWithVersionNine()
     {
-        QFETCH(QString, version);
-        QFETCH(QString, expected);
-        DVDevice::setOverride(
-            {.languages = QStringList{u"de"_qs}, .locale = u"de_AT"_qs, .systemVersion = version});
-        QCOMPARE(DVDevice::preferredLanguages(), QStringList{expected});
+        for (const auto &[version, language] : {std::pair(u"8.4"_qs, u"de"_qs), {u"9.0"_qs, u"de-AT"_qs}}) {
+            DVDevice::setOverride({QStringList{u"de"_qs}, u"de_AT"_qs, version});
+            QCOMPARE(DVDevice::preferredLanguages(), QStringList{language});
+        }
     }
 
     void currentLocaleIsInDeviceForm_data()
     {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("identifier");
-        QTest::newRow("as it is") << u"sr_Latn_ME"_qs << u"sr_Latn_ME"_qs;
-        QTest::newRow("with hyphens") << u"fr-CA"_qs << u"fr_CA"_qs;
-        QTest::newRow("with an encoding") << u"pt_BR.UTF-8"_qs << u"pt_BR"_qs;
-        QTest::newRow("C") << u"C"_qs << QString();
-        QTest::newRow("POSIX") << u"POSIX"_qs << QString();
-        QTest::newRow("nothing") << QString() << QString();
+        const DVRows<const char *, const char *> row("locale", "identifier");
+        row("as it is", "sr_Latn_ME", "sr_Latn_ME");
+        row("with hyphens", "fr-CA", "fr_CA");
+        row("with an encoding", "pt_BR.UTF-8", "pt_BR");
+        row("C", "C", "");
+        row("POSIX", "POSIX", "");
+        row("nothing", "", "");
     }
     void currentLocaleIsInDeviceForm()
     {
@@ -91,17 +75,12 @@ private Q_SLOTS:
     // The system itself, in the environments that a login gives.
     void systemSettings_data()
     {
-        QTest::addColumn<QByteArray>("lcAll");
-        QTest::addColumn<QByteArray>("language");
-        QTest::addColumn<QString>("firstLanguage");
-        QTest::addColumn<QString>("locale");
-        QTest::newRow("nobody chose") << QByteArray("C") << QByteArray() << QString() << QString();
-        QTest::newRow("French of Canada")
-            << QByteArray("fr_CA.UTF-8") << QByteArray() << u"fr-CA"_qs << u"fr_CA"_qs;
-        QTest::newRow("a list of languages, the first without region")
-            << QByteArray("de_AT.UTF-8") << QByteArray("de:en") << u"de-AT"_qs << u"de_AT"_qs;
-        QTest::newRow("a script that the region does not imply")
-            << QByteArray("uz_Cyrl_UZ.UTF-8") << QByteArray() << u"uz-Cyrl-UZ"_qs << u"uz_Cyrl_UZ"_qs;
+        const DVRows<QByteArray, QByteArray, const char *, const char *> row("lcAll", "language",
+                                                                             "firstLanguage", "locale");
+        row("nobody chose", "C", {}, "", "");
+        row("French of Canada", "fr_CA.UTF-8", {}, "fr-CA", "fr_CA");
+        row("a list of languages, the first without region", "de_AT.UTF-8", "de:en", "de-AT", "de_AT");
+        row("a script that the region does not imply", "uz_Cyrl_UZ.UTF-8", {}, "uz-Cyrl-UZ", "uz_Cyrl_UZ");
     }
     void systemSettings()
     {
@@ -110,8 +89,6 @@ private Q_SLOTS:
 #endif
         QFETCH(QByteArray, lcAll);
         QFETCH(QByteArray, language);
-        QFETCH(QString, firstLanguage);
-        QFETCH(QString, locale);
         QProcess login;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"LC_ALL"_qs, QString::fromLatin1(lcAll));
@@ -121,31 +98,27 @@ private Q_SLOTS:
         QVERIFY(login.waitForFinished());
         const auto lines = QString::fromLatin1(login.readAllStandardOutput()).split(u'\n');
         QCOMPARE(lines.size(), 3);
-        const QStringList languages = lines[0].split(u' ');
-        const QString &current = lines[1];
-        QCOMPARE(languages.value(0), firstLanguage);
-        QCOMPARE(current, locale);
+        QTEST(lines[0].split(u' ').first(), "firstLanguage");
+        QTEST(lines[1], "locale");
     }
 
     void versionAsANumber_data()
     {
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<double>("number");
-        QTest::newRow("a whole number") << u"12"_qs << 12.0;
-        QTest::newRow("two parts") << u"8.4"_qs << 8.4;
-        QTest::newRow("three parts") << u"9.3.1"_qs << 9.3;
-        QTest::newRow("a word") << u"unknown"_qs << 0.0;
-        QTest::newRow("nothing") << QString() << 0.0;
-        QTest::newRow("a number before a word") << u"17 beta"_qs << 17.0;
-        QTest::newRow("more digits than a number has") << QString(400, u'9') << 999999999.0;
+        const DVRows<QString, double> row("version", "number");
+        row("a whole number", u"12"_qs, 12.0);
+        row("two parts", u"8.4"_qs, 8.4);
+        row("three parts", u"9.3.1"_qs, 9.3);
+        row("a word", u"unknown"_qs, 0.0);
+        row("nothing", {}, 0.0);
+        row("a number before a word", u"17 beta"_qs, 17.0);
+        row("more digits than a number has", QString(400, u'9'), 999999999.0);
     }
     void versionAsANumber()
     {
         QFETCH(QString, version);
-        QFETCH(double, number);
         DVDevice::setOverride({.languages = {}, .locale = {}, .systemVersion = version});
         QCOMPARE(DVDevice::systemVersion(), version);
-        QCOMPARE(DVDevice::systemVersionNumber(), number);
+        QTEST(DVDevice::systemVersionNumber(), "number");
     }
 
     void theRealDevice()
@@ -159,13 +132,7 @@ private Q_SLOTS:
 
     void partsOfALocale_data()
     {
-        QTest::addColumn<QString>("identifier");
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("country");
-        const auto row = [](const char *identifier, const char *language, const char *country) {
-            QTest::newRow(identifier) << QString::fromLatin1(identifier) << QString::fromLatin1(language)
-                                      << QString::fromLatin1(country);
-        };
+        const DVRows<const char *, const char *> row("language", "country"); // by identifier
         row("fr", "fr", "");
         row("fr_CA", "fr", "CA");
         row("fr-CA", "fr", "CA");
@@ -181,13 +148,11 @@ private Q_SLOTS:
     }
     void partsOfALocale()
     {
-        QFETCH(QString, identifier);
-        QFETCH(QString, language);
-        QFETCH(QString, country);
+        const QString identifier = QString::fromLatin1(QTest::currentDataTag());
         const DVLocale locale(identifier);
         QCOMPARE(locale.identifier(), identifier);
-        QCOMPARE(locale.languageCode(), language);
-        QCOMPARE(locale.countryCode(), country);
+        QTEST(locale.languageCode(), "language");
+        QTEST(locale.countryCode(), "country");
     }
 };
 

@@ -1,8 +1,8 @@
 #include "DVPropertyList.h"
+#include "DVRows.h"
 
 #include <QElapsedTimer>
 #include <QStringEncoder>
-#include <QTest>
 
 #include <plist/plist.h>
 
@@ -36,11 +36,7 @@ private:
 private Q_SLOTS:
     void textForm_data()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<Texts>("texts");
-        const auto row = [](const char *title, const char *text, const Texts &texts) {
-            QTest::newRow(title) << QByteArray(text) << texts;
-        };
+        const DVRows<QByteArray, Texts> row("text", "texts");
         row("nothing", "", {});
         row("only comments", "/* a */ // b", {});
         row("entries", "\"a\" = \"1\";\n\"b\"=\"2\";", {{u"a"_qs, u"1"_qs}, {u"b"_qs, u"2"_qs}});
@@ -87,22 +83,21 @@ private Q_SLOTS:
 
     void whatIsNotOfTheForm_data()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("no semicolon") << QByteArray("\"a\" = \"1\"");
-        QTest::newRow("no value") << QByteArray("\"a\" = ;");
-        QTest::newRow("no key") << QByteArray("= \"1\";");
-        QTest::newRow("a text without an end") << QByteArray("\"a\" = \"1;");
-        QTest::newRow("an escape without an end") << QByteArray("\"a\" = \"1\\");
-        QTest::newRow("a comment without an end") << QByteArray("\"a\" = \"1\"; /* b");
-        QTest::newRow("a comment that ends before it begins") << QByteArray("/*/");
-        QTest::newRow("bytes that are not UTF-8") << QByteArray("\"a\" = \"\xFF\";");
-        QTest::newRow("UTF-8 that is cut off") << QByteArray("\"a\" = \"1\"; \xC3");
-        QTest::newRow("zeroes") << QByteArray(100, '\0');
-        QTest::newRow("a page") << QByteArray("<html><body>Not found</body></html>");
-        QTest::newRow("an XML list that is cut off")
-            << QByteArray("<?xml version=\"1.0\"?><plist><dict><key>a</key><str");
-        QTest::newRow("an XML list whose top is a list") << QByteArray("<plist><array/></plist>");
-        QTest::newRow("a binary list's first bytes") << QByteArray("bplist00");
+        const DVRows<QByteArray> row("text");
+        row("no semicolon", "\"a\" = \"1\"");
+        row("no value", "\"a\" = ;");
+        row("no key", "= \"1\";");
+        row("a text without an end", "\"a\" = \"1;");
+        row("an escape without an end", "\"a\" = \"1\\");
+        row("a comment without an end", "\"a\" = \"1\"; /* b");
+        row("a comment that ends before it begins", "/*/");
+        row("bytes that are not UTF-8", "\"a\" = \"\xFF\";");
+        row("UTF-8 that is cut off", "\"a\" = \"1\"; \xC3");
+        row("zeroes", QByteArray(100, '\0'));
+        row("a page", "<html><body>Not found</body></html>");
+        row("an XML list that is cut off", "<?xml version=\"1.0\"?><plist><dict><key>a</key><str");
+        row("an XML list whose top is a list", "<plist><array/></plist>");
+        row("a binary list's first bytes", "bplist00");
     }
     void whatIsNotOfTheForm()
     {
@@ -170,11 +165,10 @@ private Q_SLOTS:
 
     void nestingHasALimit_data()
     {
-        QTest::addColumn<int>("levels");
-        QTest::addColumn<bool>("read");
-        QTest::newRow("as deep as anybody nests") << 60 << true;
-        QTest::newRow("too deep") << 80 << false;
-        QTest::newRow("deeper than the stack") << 300000 << false;
+        const DVRows<int, bool> row("levels", "read");
+        row("as deep as anybody nests", 60, true);
+        row("too deep", 80, false);
+        row("deeper than the stack", 300000, false);
     }
     void nestingHasALimit()
     {
@@ -216,26 +210,22 @@ private:
 private Q_SLOTS:
     void binaryListsThatReferInAnUnsoundWay_data()
     {
-        QTest::addColumn<QList<QByteArray>>("objects");
-        QTest::addColumn<bool>("read");
+        const DVRows<QList<QByteArray>, bool> row("objects", "read");
         const QByteArray key("\x51k");
         const QByteArray top("\xD1\x01\x02", 3); // {object 1: object 2}
-        QTest::newRow("sound") << QList<QByteArray>{top, key, key} << true;
-        QTest::newRow("a dictionary that holds itself")
-            << QList<QByteArray>{QByteArray("\xD1\x01\x00", 3), key} << false;
-        QTest::newRow("a reference to no object")
-            << QList<QByteArray>{QByteArray("\xD1\x01\x09", 3), key} << false;
-        QTest::newRow("a key that is no text")
-            << QList<QByteArray>{top, QByteArray("\x10\x01"), key} << false;
-        QTest::newRow("a length beyond the end")
-            << QList<QByteArray>{top, key, QByteArray("\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF")} << false;
-        QTest::newRow("a count whose product wraps around")
-            << QList<QByteArray>{top, key, QByteArray("\xDF\x13\x80\0\0\0\0\0\0\0", 10)} << false;
+        row("sound", QList<QByteArray>{top, key, key}, true);
+        row("a dictionary that holds itself", QList<QByteArray>{QByteArray("\xD1\x01\x00", 3), key}, false);
+        row("a reference to no object", QList<QByteArray>{QByteArray("\xD1\x01\x09", 3), key}, false);
+        row("a key that is no text", QList<QByteArray>{top, QByteArray("\x10\x01"), key}, false);
+        row("a length beyond the end",
+            QList<QByteArray>{top, key, QByteArray("\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF")}, false);
+        row("a count whose product wraps around",
+            QList<QByteArray>{top, key, QByteArray("\xDF\x13\x80\0\0\0\0\0\0\0", 10)}, false);
         QList<QByteArray> doubling{top, key}; // 2^50 members, if each were read again
         for (char i = 3; i < 53; ++i)
             doubling.append(QByteArray("\xA2").append(i).append(i));
         doubling.append(key);
-        QTest::newRow("lists that share their members") << doubling << true;
+        row("lists that share their members", doubling, true);
     }
     void binaryListsThatReferInAnUnsoundWay()
     {
@@ -246,12 +236,12 @@ private Q_SLOTS:
 
     void timeGrowsWithTheLengthWhateverTheText_data()
     {
-        QTest::addColumn<QByteArray>("unit");
-        QTest::newRow("quotes") << QByteArray("\"");
-        QTest::newRow("openings of comments") << QByteArray("/*");
-        QTest::newRow("short comments") << QByteArray("/**/");
-        QTest::newRow("backslashes") << QByteArray("\"\\");
-        QTest::newRow("entries") << QByteArray("a;");
+        const DVRows<QByteArray> row("unit");
+        row("quotes", "\"");
+        row("openings of comments", "/*");
+        row("short comments", "/**/");
+        row("backslashes", "\"\\");
+        row("entries", "a;");
     }
     void timeGrowsWithTheLengthWhateverTheText()
     {

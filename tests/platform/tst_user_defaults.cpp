@@ -1,5 +1,6 @@
 #include "DVFolders.h"
 #include "DVPrivateFile.h"
+#include "DVRows.h"
 #include "DVUserDefaults.h"
 
 #include <QCoreApplication>
@@ -11,7 +12,6 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <limits>
 #include <thread>
@@ -54,6 +54,8 @@ private Q_SLOTS:
         m_defaults.setObject(u"looks like data"_qs, {{u"data"_qs, u"AAAA"_qs}});
         m_defaults.setInteger(u"gone"_qs, 1);
         m_defaults.removeKey(u"gone"_qs);
+        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        QVERIFY(!(QFile::permissions(file()) & others));
         m_defaults.reload();
         QCOMPARE(m_defaults.integerForKey(u"low"_qs), std::numeric_limits<qint64>::min());
         QCOMPARE(m_defaults.integerForKey(u"high"_qs), std::numeric_limits<qint64>::max());
@@ -68,20 +70,18 @@ private Q_SLOTS:
 
     void aValueOfAnotherTypeIsAbsent_data()
     {
-        QTest::addColumn<QByteArray>("stored");
-        QTest::addColumn<QString>("readableAs");
-        QTest::newRow("an integer") << QByteArray("7") << u"integer"_qs;
-        QTest::newRow("a fraction is no integer") << QByteArray("7.5") << QString();
-        QTest::newRow("a number beyond 64 bits is no integer") << QByteArray("1e300") << QString();
-        QTest::newRow("a text of digits is a text") << QByteArray("\"7\"") << u"string"_qs;
-        QTest::newRow("a truth value is nothing") << QByteArray("true") << QString();
-        QTest::newRow("null is nothing") << QByteArray("null") << QString();
-        QTest::newRow("a list is nothing") << QByteArray("[1]") << QString();
-        QTest::newRow("data") << QByteArray("{\"data\": \"AAAA\"}") << u"data"_qs;
-        QTest::newRow("data that is not base64 is nothing") << QByteArray("{\"data\": \"A*A\"}") << QString();
-        QTest::newRow("an object") << QByteArray("{\"object\": {}}") << u"object"_qs;
-        QTest::newRow("an object without its wrapper is nothing")
-            << QByteArray("{\"other\": {}}") << QString();
+        const DVRows<QByteArray, const char *> row("stored", "readableAs");
+        row("an integer", "7", "integer");
+        row("a fraction is no integer", "7.5", "");
+        row("a number beyond 64 bits is no integer", "1e300", "");
+        row("a text of digits is a text", "\"7\"", "string");
+        row("a truth value is nothing", "true", "");
+        row("null is nothing", "null", "");
+        row("a list is nothing", "[1]", "");
+        row("data", "{\"data\": \"AAAA\"}", "data");
+        row("data that is not base64 is nothing", "{\"data\": \"A*A\"}", "");
+        row("an object", "{\"object\": {}}", "object");
+        row("an object without its wrapper is nothing", "{\"other\": {}}", "");
     }
     void aValueOfAnotherTypeIsAbsent()
     {
@@ -96,14 +96,14 @@ private Q_SLOTS:
 
     void aDamagedFileReadsAsEmptyAndIsReplaced_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("an empty file") << QByteArray();
-        QTest::newRow("a file that was cut off") << QByteArray("{\"key\": \"va");
-        QTest::newRow("zeroes, as after a power cut") << QByteArray(4096, '\0');
-        QTest::newRow("another top than an object") << QByteArray("[{\"key\": 1}]");
-        QTest::newRow("something after the end") << QByteArray("{\"key\": 1} {");
-        QTest::newRow("bytes that are not UTF-8") << QByteArray("{\"key\": \"\xff\xfe\"}");
-        QTest::newRow("very deep lists") << QByteArray(100000, '[');
+        const DVRows<QByteArray> row("content");
+        row("an empty file", {});
+        row("a file that was cut off", "{\"key\": \"va");
+        row("zeroes, as after a power cut", QByteArray(4096, '\0'));
+        row("another top than an object", "[{\"key\": 1}]");
+        row("something after the end", "{\"key\": 1} {");
+        row("bytes that are not UTF-8", "{\"key\": \"\xff\xfe\"}");
+        row("very deep lists", QByteArray(100000, '['));
     }
     void aDamagedFileReadsAsEmptyAndIsReplaced()
     {
@@ -173,13 +173,6 @@ private Q_SLOTS:
         m_defaults.reload();
         QCOMPARE(m_defaults.integerForKey(u"mine"_qs), 3);
         QVERIFY(!m_defaults.integerForKey(u"theirs"_qs));
-    }
-
-    void theFileIsPrivate()
-    {
-        m_defaults.setInteger(u"key"_qs, 1);
-        const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-        QVERIFY(!(QFile::permissions(file()) & others));
     }
 
     void threadsReadAndWriteTogether()
