@@ -22,6 +22,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace ProcessState {
 
 inline QString hex(quint64 value)
@@ -36,9 +38,9 @@ template<typename Function> QString address(Function *function)
 inline QJsonArray threads()
 {
     QStringList names;
-    const auto tasks = QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    const auto tasks = QDir(u"/proc/self/task"_qs).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &task : tasks) {
-        QFile file(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        QFile file(u"/proc/self/task/%1/comm"_qs.arg(task));
         if (file.open(QIODevice::ReadOnly))
             names += QString::fromUtf8(file.readAll().trimmed());
     }
@@ -49,13 +51,13 @@ inline QJsonArray threads()
 inline QJsonArray openFiles()
 {
     QStringList targets;
-    const auto links = QDir(QStringLiteral("/proc/self/fd"))
+    const auto links = QDir(u"/proc/self/fd"_qs)
                            .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     for (const QFileInfo &link : links) {
         char target[512];
         const auto length = ::readlink(QFile::encodeName(link.filePath()).constData(), target, sizeof target);
         const QString name = length > 0 ? QString::fromLocal8Bit(target, length) : QString();
-        if (!name.isEmpty() && !name.startsWith(QStringLiteral("/proc/")))
+        if (!name.isEmpty() && !name.startsWith(u"/proc/"_qs))
             targets += name.section(QLatin1Char(':'), 0, 0); // "socket:[1234]"
     }
     targets.sort();
@@ -128,19 +130,19 @@ inline QJsonArray handlers()
 
 inline QJsonObject now(const QString &at)
 {
-    QJsonObject state{{QStringLiteral("at"), at},
-                      {QStringLiteral("threads"), threads()},
-                      {QStringLiteral("files"), openFiles()},
-                      {QStringLiteral("inheritedFiles"), inheritedFiles()},
-                      {QStringLiteral("signals"), signalHandlers()},
-                      {QStringLiteral("environment"), environment()},
-                      {QStringLiteral("limits"), limits()},
-                      {QStringLiteral("handlers"), handlers()},
-                      {QStringLiteral("locale"), QString::fromLatin1(std::setlocale(LC_ALL, nullptr))},
-                      {QStringLiteral("qLocale"), QLocale().name()}};
+    QJsonObject state{{u"at"_qs, at},
+                      {u"threads"_qs, threads()},
+                      {u"files"_qs, openFiles()},
+                      {u"inheritedFiles"_qs, inheritedFiles()},
+                      {u"signals"_qs, signalHandlers()},
+                      {u"environment"_qs, environment()},
+                      {u"limits"_qs, limits()},
+                      {u"handlers"_qs, handlers()},
+                      {u"locale"_qs, QString::fromLatin1(std::setlocale(LC_ALL, nullptr))},
+                      {u"qLocale"_qs, QLocale().name()}};
     if (const auto *application = QCoreApplication::instance()) {
-        state.insert(QStringLiteral("children"), application->children().size());
-        state.insert(QStringLiteral("properties"), application->dynamicPropertyNames().size());
+        state.insert(u"children"_qs, application->children().size());
+        state.insert(u"properties"_qs, application->dynamicPropertyNames().size());
     }
     return state;
 }

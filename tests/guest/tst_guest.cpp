@@ -2,6 +2,7 @@
 // the same in words.
 #include "DVStrace.h"
 #include "DVTestHost.h"
+#include <DVRows.h>
 
 #include <QDirIterator>
 #include <QElapsedTimer>
@@ -190,12 +191,11 @@ private Q_SLOTS:
 private:
     static void scenarios()
     {
-        QTest::addColumn<QString>("scenario");
-        QTest::addColumn<bool>("switchedOff");
-        QTest::newRow("serving") << u"serving"_qs << false;
-        QTest::newRow("linked and never started") << u"unstarted"_qs << false;
-        QTest::newRow("the mode DVDisabled") << u"disabled"_qs << false;
-        QTest::newRow("DORVANE_DISABLED") << u"serving"_qs << true;
+        const DVRows<QString, bool> row("scenario", "switchedOff");
+        row("serving", u"serving"_qs, false);
+        row("linked and never started", u"unstarted"_qs, false);
+        row("the mode DVDisabled", u"disabled"_qs, false);
+        row("DORVANE_DISABLED", u"serving"_qs, true);
     }
     // A run of the row's scenario.
     static void run(Guest &guest, const Delivery &server)
@@ -282,15 +282,11 @@ void tst_Guest::whatServingTakes()
 
 void tst_Guest::whatOthersTake_data()
 {
-    QTest::addColumn<QString>("scenario");
-    QTest::addColumn<bool>("switchedOff");
-    QTest::addColumn<QStringList>("messages");
-    QTest::newRow("linked and never started") << u"unstarted"_qs << false << QStringList();
-    QTest::newRow("the mode DVDisabled")
-        << u"disabled"_qs << false << QStringList{u"dorvane: [DV] Dorvane disabled"_qs};
-    QTest::newRow("DORVANE_DISABLED")
-        << u"serving"_qs << true
-        << QStringList{u"dorvane: [DV] Dorvane disabled by DORVANE_DISABLED in the environment"_qs};
+    const DVRows<QString, bool, QStringList> row("scenario", "switchedOff", "messages");
+    row("linked and never started", u"unstarted"_qs, false, {});
+    row("the mode DVDisabled", u"disabled"_qs, false, {u"dorvane: [DV] Dorvane disabled"_qs});
+    row("DORVANE_DISABLED", u"serving"_qs, true,
+        {u"dorvane: [DV] Dorvane disabled by DORVANE_DISABLED in the environment"_qs});
 }
 
 void tst_Guest::whatOthersTake()
@@ -312,15 +308,14 @@ void tst_Guest::whatOthersTake()
 
 void tst_Guest::whatTheLibraryOfReviewTakes_data()
 {
-    QTest::addColumn<QString>("scenario");
-    QTest::addColumn<QStringList>("filters");
-    QTest::newRow("linked and never started: nothing") << u"unstarted"_qs << QStringList();
-    QTest::newRow("the mode DVDisabled: nothing") << u"disabled"_qs << QStringList();
-    QTest::newRow("serving: what serving takes") << u"serving"_qs << QStringList{u"DVTranslatorPlace"_qs};
-    QTest::newRow("review in an application without widgets: a line in the log")
-        << u"review-without-widgets"_qs << QStringList{u"DVTranslatorPlace"_qs};
-    QTest::newRow("review: gestures and clean texts")
-        << u"review"_qs << QStringList{u"DVCleanTexts"_qs, u"DVGestureWatch"_qs, u"DVTranslatorPlace"_qs};
+    const DVRows<QString, QStringList> row("scenario", "filters");
+    row("linked and never started: nothing", u"unstarted"_qs, {});
+    row("the mode DVDisabled: nothing", u"disabled"_qs, {});
+    row("serving: what serving takes", u"serving"_qs, {u"DVTranslatorPlace"_qs});
+    row("review in an application without widgets: a line in the log", u"review-without-widgets"_qs,
+        {u"DVTranslatorPlace"_qs});
+    row("review: gestures and clean texts", u"review"_qs,
+        {u"DVCleanTexts"_qs, u"DVGestureWatch"_qs, u"DVTranslatorPlace"_qs});
 }
 
 // Filters, and children such as timers, of the application object.
@@ -370,7 +365,7 @@ void tst_Guest::connections()
     run(guest, server);
     const bool serves = scenario == u"serving" && !switchedOff;
     const QString itsServer =
-        QStringLiteral("sin_port=htons(%1), sin_addr=inet_addr(\"127.0.0.1\")").arg(server.port());
+        u"sin_port=htons(%1), sin_addr=inet_addr(\"127.0.0.1\")"_qs.arg(server.port());
     int connected = 0;
     int executed = 0;
     for (const QString &call : guest.traced()) {
@@ -416,11 +411,9 @@ void tst_Guest::valuesOfTheSwitch()
 
 void tst_Guest::loggersThatAsk_data()
 {
-    QTest::addColumn<QString>("scenario");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a message handler that looks texts up") << u"asking-logger"_qs << u"jeden|"_qs;
-    QTest::newRow("a message handler that waits for the main thread")
-        << u"blocking-logger"_qs << u"jeden|"_qs;
+    const DVRows<QString, QString> row("scenario", "text");
+    row("a message handler that looks texts up", u"asking-logger"_qs, u"jeden|"_qs);
+    row("a message handler that waits for the main thread", u"blocking-logger"_qs, u"jeden|"_qs);
 }
 
 void tst_Guest::loggersThatAsk()
@@ -501,10 +494,10 @@ void tst_Guest::exitWithAStalledDisk()
 
 void tst_Guest::twoCopies_data()
 {
-    QTest::addColumn<QString>("scenario");
+    const DVRows<QString> row("scenario");
 #if defined(GUEST_LIBRARY)
-    QTest::newRow("names of the first copy come first") << u"two"_qs;
-    QTest::newRow("each copy has its own names") << u"two-bound"_qs;
+    row("names of the first copy come first", u"two"_qs);
+    row("each copy has its own names", u"two-bound"_qs);
 #else
     QSKIP("the library is static, or a sanitizer minds two of one kind");
 #endif

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "TestProject.h"
-#include "ToolProcess.h"
 
 #include <QUrl>
 #include <QUuid>
@@ -13,33 +12,32 @@
 class PlatformProject : public TestProject
 {
 public:
-    PlatformProject()
+    explicit PlatformProject(const QJsonObject &changes = {})
     {
-        setPeople({});
-        write(QStringLiteral("fr-CA.xlf"), frenchDocument());
-        write(QStringLiteral("en.xlf"), document(unit("fresh", "Fresh", "New here", "New here") +
-                                                 unit("hello", "Hello", "Hello", "Hello")));
+        setPeople(changes);
+        write(u"fr-CA.xlf"_qs, frenchDocument());
+        write(u"en.xlf"_qs, document(unit("fresh", "Fresh", "New here", "New here") +
+                                     unit("hello", "Hello", "Hello", "Hello")));
     }
 
-    static QString password() { return QStringLiteral("gar den+&\u00e9"); }
+    static QString password() { return u"gar den+&\u00e9"_qs; }
 
     // With other members of project.json.
     void setPeople(QJsonObject changes) const
     {
-        const QJsonObject ana{{QStringLiteral("user"), QStringLiteral("ana")},
-                              {QStringLiteral("password"), password()},
-                              {QStringLiteral("name"), QStringLiteral("Ana Gardener")},
-                              {QStringLiteral("email"), QStringLiteral("ana@example.com")}};
-        const QJsonObject bea{
-            {QStringLiteral("user"), QStringLiteral("bea")},
-            {QStringLiteral("password"), QStringLiteral("b")},
-            {QStringLiteral("permissions"), QJsonObject{{QStringLiteral("canTranslateStrings"), false},
-                                                        {QStringLiteral("canRejectStrings"), false}}}};
-        const QJsonObject application{{QStringLiteral("userIdentifier"), QStringLiteral("app")},
-                                      {QStringLiteral("userSecret"), QStringLiteral("app secret")}};
-        if (!changes.contains(QStringLiteral("users")))
-            changes.insert(QStringLiteral("users"), QJsonArray{ana, bea});
-        changes.insert(QStringLiteral("apiCredentials"), QJsonArray{application});
+        const QJsonObject ana{{u"user"_qs, u"ana"_qs},
+                              {u"password"_qs, password()},
+                              {u"name"_qs, u"Ana Gardener"_qs},
+                              {u"email"_qs, u"ana@example.com"_qs}};
+        const QJsonObject bea{{u"user"_qs, u"bea"_qs},
+                              {u"password"_qs, u"b"_qs},
+                              {u"permissions"_qs, QJsonObject{{u"canTranslateStrings"_qs, false},
+                                                              {u"canRejectStrings"_qs, false}}}};
+        const QJsonObject application{{u"userIdentifier"_qs, u"app"_qs},
+                                      {u"userSecret"_qs, u"app secret"_qs}};
+        if (!changes.contains(u"users"_qs))
+            changes.insert(u"users"_qs, QJsonArray{ana, bea});
+        changes.insert(u"apiCredentials"_qs, QJsonArray{application});
         setProject(changes);
     }
 
@@ -64,15 +62,10 @@ public:
                         unit("leaves[other]", "Leaves", "%n leaves", "%n feuilles"));
     }
 
-    QByteArray receivedFile(const QString &name) const
-    {
-        QFile file(path() + QStringLiteral("/received/") + name);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
     QList<QJsonObject> receivedLines(const QString &name) const
     {
         QList<QJsonObject> lines;
-        const QList<QByteArray> all = receivedFile(name).split('\n');
+        const QList<QByteArray> all = received(name).split('\n');
         for (const QByteArray &line : all) {
             if (!line.isEmpty())
                 lines.append(QJsonDocument::fromJson(line).object());
@@ -83,7 +76,7 @@ public:
     QStringList statusesTaken() const
     {
         QStringList lines;
-        for (const QJsonObject &line : receivedLines(QStringLiteral("statuses.jsonl")))
+        for (const QJsonObject &line : receivedLines(u"statuses.jsonl"_qs))
             lines.append(
                 QString(line.value(u"event").toString() + u' ' + line.value(u"hashcode").toString()));
         return lines;
@@ -120,7 +113,7 @@ public:
     {
         return m_peer.request("POST", target, "Content-Type: application/x-www-form-urlencoded\r\n", body);
     }
-    HttpAnswer signIn(const QString &user = QStringLiteral("ana"),
+    HttpAnswer signIn(const QString &user = u"ana"_qs,
                       const QString &password = PlatformProject::password()) const
     {
         return postForm(signInPath(), form({{"user", user}, {"password", password}}));
@@ -133,19 +126,17 @@ public:
     }
     HttpAnswer exchange(const QByteArray &code) const
     {
-        return postForm(openIdPath("token"),
-                        form({{"client_id", QStringLiteral("ios-sdk")},
-                              {"redirect_uri", QStringLiteral("dorvane.ios.sdk://login/")},
-                              {"code", QString::fromLatin1(code)},
-                              {"grant_type", QStringLiteral("authorization_code")}}));
+        return postForm(openIdPath("token"), form({{"client_id", u"ios-sdk"_qs},
+                                                   {"redirect_uri", u"dorvane.ios.sdk://login/"_qs},
+                                                   {"code", QString::fromLatin1(code)},
+                                                   {"grant_type", u"authorization_code"_qs}}));
     }
     HttpAnswer refresh(const QString &refreshToken) const
     {
-        return postForm(openIdPath("token"),
-                        form({{"client_id", QStringLiteral("ios-sdk")},
-                              {"redirect_uri", QStringLiteral("dorvane.ios.sdk://login/")},
-                              {"refresh_token", refreshToken},
-                              {"grant_type", QStringLiteral("refresh_token")}}));
+        return postForm(openIdPath("token"), form({{"client_id", u"ios-sdk"_qs},
+                                                   {"redirect_uri", u"dorvane.ios.sdk://login/"_qs},
+                                                   {"refresh_token", refreshToken},
+                                                   {"grant_type", u"refresh_token"_qs}}));
     }
     static QJsonObject json(const HttpAnswer &answer)
     {
@@ -154,37 +145,33 @@ public:
     // Members of the envelope.
     static QJsonObject response(const HttpAnswer &answer)
     {
-        return json(answer).value(QStringLiteral("response")).toObject();
+        return json(answer).value(u"response"_qs).toObject();
     }
     static QJsonObject data(const HttpAnswer &answer)
     {
-        return response(answer).value(QStringLiteral("data")).toObject();
+        return response(answer).value(u"data"_qs).toObject();
     }
-    static QString code(const HttpAnswer &answer)
-    {
-        return response(answer).value(QStringLiteral("code")).toString();
-    }
+    static QString code(const HttpAnswer &answer) { return response(answer).value(u"code"_qs).toString(); }
 
-    QJsonObject tokens(const QString &user = QStringLiteral("ana"),
+    QJsonObject tokens(const QString &user = u"ana"_qs,
                        const QString &password = PlatformProject::password()) const
     {
         return json(exchange(codeOf(signIn(user, password))));
     }
-    QByteArray accessToken(const QString &user = QStringLiteral("ana"),
+    QByteArray accessToken(const QString &user = u"ana"_qs,
                            const QString &password = PlatformProject::password()) const
     {
-        return tokens(user, password).value(QStringLiteral("access_token")).toString().toLatin1();
+        return tokens(user, password).value(u"access_token"_qs).toString().toLatin1();
     }
-    HttpAnswer authenticate(const QString &identifier = QStringLiteral("app"),
-                            const QString &secret = QStringLiteral("app secret")) const
+    HttpAnswer authenticate(const QString &identifier = u"app"_qs,
+                            const QString &secret = u"app secret"_qs) const
     {
         return send("POST", "/auth-api/v2/authenticate", {},
-                    QJsonObject{{QStringLiteral("userIdentifier"), identifier},
-                                {QStringLiteral("userSecret"), secret}});
+                    QJsonObject{{u"userIdentifier"_qs, identifier}, {u"userSecret"_qs, secret}});
     }
     QByteArray applicationToken() const
     {
-        return data(authenticate()).value(QStringLiteral("accessToken")).toString().toLatin1();
+        return data(authenticate()).value(u"accessToken"_qs).toString().toLatin1();
     }
 
     static QByteArray bearer(const QByteArray &token)
@@ -238,13 +225,34 @@ public:
     {
         QJsonArray strings;
         for (const QString &hashcode : hashcodes)
-            strings.append(QJsonObject{{QStringLiteral("hashcode"), hashcode},
-                                       {QStringLiteral("currentWorkflowStepUid"), step}});
-        return send(
-            "PUT", "/workflows-strings-api/v2/projects/garden/" + status, token,
-            {{QStringLiteral("localeId"), QStringLiteral("fr-CA")}, {QStringLiteral("strings"), strings}});
+            strings.append(QJsonObject{{u"hashcode"_qs, hashcode}, {u"currentWorkflowStepUid"_qs, step}});
+        return send("PUT", "/workflows-strings-api/v2/projects/garden/" + status, token,
+                    {{u"localeId"_qs, u"fr-CA"_qs}, {u"strings"_qs, strings}});
     }
 
 private:
     const HttpPeer &m_peer;
+};
+
+// One that is served, and who asks it.
+struct ServedPlatform
+{
+    explicit ServedPlatform(const QJsonObject &changes = {})
+        : folder(changes)
+        , server(folder.path())
+    {}
+    PlatformProject folder;
+    ServeProcess server;
+    PlatformPeer peer{server};
+};
+struct SignedInPlatform
+{
+    explicit SignedInPlatform(const QJsonObject &changes = {})
+        : folder(changes)
+        , server(folder.path())
+    {}
+    PlatformProject folder;
+    ServeProcess server;
+    PlatformPeer peer{server};
+    QByteArray token = peer.accessToken();
 };

@@ -27,7 +27,7 @@ inline Texts targetsOf(const QByteArray &document)
         if (xml.isStartElement() && xml.name() == u"trans-unit")
             id = xml.attributes().value(QLatin1StringView("id")).toString();
         else if (xml.isStartElement() && xml.name() == u"target")
-            text = QStringLiteral("");
+            text = u""_qs;
         isTarget = (isTarget || xml.name() == u"target") && !(xml.isEndElement() && xml.name() == u"target");
         if (xml.isCharacters() && isTarget)
             text += xml.text();
@@ -36,32 +36,25 @@ inline Texts targetsOf(const QByteArray &document)
         else if (xml.isEndElement() && xml.name() == u"target")
             targets.insert(id, text);
     }
-    return xml.hasError() ? Texts{{QStringLiteral("error"), xml.errorString()}} : targets;
+    return xml.hasError() ? Texts{{u"error"_qs, xml.errorString()}} : targets;
 }
 
 // What applications get, opened by programs that are not ours.
 inline Texts delivered(const HttpPeer &server, const QByteArray &locale = "fr-CA")
 {
     const QByteArray file = server.get("/projects/garden/1.0/" + locale + "/strings.gz").body;
-    const ToolRun decrypted =
-        ToolRun::program(QStringLiteral("openssl"),
-                         {QStringLiteral("enc"), QStringLiteral("-d"), QStringLiteral("-aes-128-ecb"),
-                          QStringLiteral("-K"), QString::fromLatin1(TestProject::keyBytes().toHex())},
-                         file);
-    return targetsOf(
-        ToolRun::program(QStringLiteral("gzip"), {QStringLiteral("-dc")}, decrypted.output).output);
+    return targetsOf(Delivered::opened(file));
 }
 
 // Messages by hashcode.
 inline QMap<QString, QStringList> importErrors(const HttpAnswer &answer)
 {
     QMap<QString, QStringList> errors;
-    const QJsonArray list =
-        PlatformPeer::data(answer).value(QStringLiteral("translationImportErrors")).toArray();
+    const QJsonArray list = PlatformPeer::data(answer).value(u"translationImportErrors"_qs).toArray();
     for (const QJsonValue error : list) {
-        const QJsonArray messages = error[QStringLiteral("messages")].toArray();
+        const QJsonArray messages = error[u"messages"_qs].toArray();
         for (const QJsonValue message : messages)
-            errors[error[QStringLiteral("stringHashCode")].toString()].append(message.toString());
+            errors[error[u"stringHashCode"_qs].toString()].append(message.toString());
     }
     return errors;
 }
@@ -70,10 +63,9 @@ inline QMap<QString, QStringList> importErrors(const HttpAnswer &answer)
 inline Texts failures(const HttpAnswer &answer)
 {
     Texts reasons;
-    const QJsonArray list = PlatformPeer::data(answer).value(QStringLiteral("failures")).toArray();
+    const QJsonArray list = PlatformPeer::data(answer).value(u"failures"_qs).toArray();
     for (const QJsonValue failure : list)
-        reasons.insert(failure[QStringLiteral("hashcode")].toString(),
-                       failure[QStringLiteral("reason")].toString());
+        reasons.insert(failure[u"hashcode"_qs].toString(), failure[u"reason"_qs].toString());
     return reasons;
 }
 

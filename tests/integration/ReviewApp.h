@@ -16,57 +16,48 @@ public:
     static QJsonObject serversAt(quint16 port)
     {
         QJsonObject servers;
-        for (const auto &name : {QStringLiteral("api"), QStringLiteral("sso"), QStringLiteral("delivery"),
-                                 QStringLiteral("analytics")})
-            servers.insert(name, QStringLiteral("http://127.0.0.1:%1").arg(port));
+        for (const auto &name : {u"api"_qs, u"sso"_qs, u"delivery"_qs, u"analytics"_qs})
+            servers.insert(name, u"http://127.0.0.1:%1"_qs.arg(port));
         return servers;
     }
     static QString errorOf(const QJsonObject &reply)
     {
-        const QJsonValue error = reply.value(QStringLiteral("error"));
-        return error.isObject() ? error[QStringLiteral("description")].toString() : error.toString();
+        const QJsonValue error = reply.value(u"error"_qs);
+        return error.isObject() ? error[u"description"_qs].toString() : error.toString();
     }
 
     // What was wrong on the way; null when the user is signed in and the project's steps are known.
     QString signIn(quint16 port)
     {
-        const QJsonObject options{{QStringLiteral("mode"), QStringLiteral("DVInAppReviewAndContextCapture")},
-                                  {QStringLiteral("apiUserId"), QStringLiteral("app")},
-                                  {QStringLiteral("apiUserSecret"), QStringLiteral("app secret")},
-                                  {QStringLiteral("servers"), serversAt(port)},
-                                  {QStringLiteral("analytics"), false}};
-        const QJsonObject user{{QStringLiteral("user"), QStringLiteral("ana")},
-                               {QStringLiteral("password"), PlatformProject::password()}};
-        return problemOf(
-            {doing(QStringLiteral("start"), {{QStringLiteral("projectId"), QStringLiteral("garden")},
-                                             {QStringLiteral("options"), options}}),
-             doing(QStringLiteral("signIn"), user), doing(QStringLiteral("workflows"))});
+        const QJsonObject options{{u"mode"_qs, u"DVInAppReviewAndContextCapture"_qs},
+                                  {u"apiUserId"_qs, u"app"_qs},
+                                  {u"apiUserSecret"_qs, u"app secret"_qs},
+                                  {u"servers"_qs, serversAt(port)},
+                                  {u"analytics"_qs, false}};
+        const QJsonObject user{{u"user"_qs, u"ana"_qs}, {u"password"_qs, PlatformProject::password()}};
+        return problemOf({doing(u"start"_qs, {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}}),
+                          doing(u"signIn"_qs, user), doing(u"workflows"_qs)});
     }
     // Kept in the data folder.
     QString chooseFrenchReview()
     {
-        return problemOf(
-            {doing(QStringLiteral("useLocale"), {{QStringLiteral("id"), QStringLiteral("fr-CA")}}),
-             doing(QStringLiteral("useStep"), {{QStringLiteral("uid"), QStringLiteral("review")}})});
+        return problemOf({doing(u"useLocale"_qs, {{u"id"_qs, u"fr-CA"_qs}}),
+                          doing(u"useStep"_qs, {{u"uid"_qs, u"review"_qs}})});
     }
 
     QString edit(const QString &key, const QString &text, const QString &form = {})
     {
-        QJsonObject members{{QStringLiteral("key"), key}, {QStringLiteral("text"), text}};
+        QJsonObject members{{u"key"_qs, key}, {u"text"_qs, text}};
         if (!form.isNull())
-            members.insert(QStringLiteral("form"), form);
-        return problemOf({doing(QStringLiteral("edit"), members)});
+            members.insert(u"form"_qs, form);
+        return problemOf({doing(u"edit"_qs, members)});
     }
-    QString accept(const QString &key)
-    {
-        return problemOf({doing(QStringLiteral("accept"), {{QStringLiteral("key"), key}})});
-    }
+    QString accept(const QString &key) { return problemOf({doing(u"accept"_qs, {{u"key"_qs, key}})}); }
     QString reject(const QString &key, const QString &description)
     {
-        return problemOf(
-            {doing(QStringLiteral("reject"), {{QStringLiteral("key"), key},
-                                              {QStringLiteral("reason"), QStringLiteral("Poor translation")},
-                                              {QStringLiteral("description"), description}})});
+        return problemOf({doing(
+            u"reject"_qs,
+            {{u"key"_qs, key}, {u"reason"_qs, u"Poor translation"_qs}, {u"description"_qs, description}})});
     }
 
     // SIGKILL, and the process is gone.
@@ -82,11 +73,11 @@ public:
         for (const QJsonObject &command : commands) {
             send(command);
             const QJsonObject answer = reply();
-            const QString name = command.value(QStringLiteral("do")).toString();
-            if (answer.value(QStringLiteral("reply")).toString() != name)
-                return QString(name + QStringLiteral(": no reply"));
-            if (answer.contains(QStringLiteral("error")))
-                return QString(name + QStringLiteral(": ") + errorOf(answer));
+            const QString name = command.value(u"do"_qs).toString();
+            if (answer.value(u"reply"_qs).toString() != name)
+                return QString(name + u": no reply"_qs);
+            if (answer.contains(u"error"_qs))
+                return QString(name + u": "_qs + errorOf(answer));
         }
         return {};
     }

@@ -1,11 +1,10 @@
 // StaticSite: a delivery tree behind a web server that is not ours, made with tools that are not ours.
 #pragma once
 
-#include "ToolProcess.h"
+#include "Delivered.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
+#include <DVTestFiles.h>
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -19,8 +18,6 @@ public:
     StaticSite() { start(); }
     ~StaticSite() { stop(); }
     Q_DISABLE_COPY_MOVE(StaticSite)
-
-    static QByteArray keyBytes() { return "0123456789abcdef"; }
 
     static QByteArray document(const QByteArray &edition)
     {
@@ -38,18 +35,10 @@ public:
     // Compresses, encrypts and puts the file in place as of some minutes ago.
     void publishBytes(const QByteArray &bytes, int minutesAgo = 0, qsizetype chopCompressed = 0)
     {
-        ToolRun gzip = ToolRun::program(QStringLiteral("gzip"), {QStringLiteral("-c")}, bytes);
-        QCOMPARE(gzip.status, 0);
-        gzip.output.chop(chopCompressed);
-        const ToolRun openssl =
-            ToolRun::program(QStringLiteral("openssl"),
-                             {QStringLiteral("enc"), QStringLiteral("-aes-128-ecb"), QStringLiteral("-K"),
-                              QString::fromLatin1(keyBytes().toHex())},
-                             gzip.output);
-        QCOMPARE(openssl.status, 0);
-        const QString path = root() + QStringLiteral("/projects/garden/1.0/fr-CA/strings.gz");
-        QDir().mkpath(QFileInfo(path).path());
-        put(path, openssl.output);
+        QByteArray gzip = Delivered::compressed(bytes);
+        gzip.chop(chopCompressed);
+        const QString path = root() + u"/projects/garden/1.0/fr-CA/strings.gz"_qs;
+        DVTestFiles::write(path, Delivered::encrypted(gzip));
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadWrite));
         file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-60 * minutesAgo),
@@ -57,18 +46,16 @@ public:
     }
     void set(const char *name, const QByteArray &value)
     {
-        put(root() + QLatin1Char('/') + QLatin1StringView(name), value);
+        DVTestFiles::write(root() + u'/' + QLatin1StringView(name), value);
     }
     QByteArrayList requests() const
     {
-        QFile file(root() + QStringLiteral("/requests"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().split('\n') : QByteArrayList();
+        return DVTestFiles::read(root() + u"/requests"_qs).trimmed().split('\n');
     }
-    void forgetRequests() { QFile::remove(root() + QStringLiteral("/requests")); }
 
     void start()
     {
-        m_server.start(QStringLiteral("python3"),
+        m_server.start(u"python3"_qs,
                        {QStringLiteral(DORVANE_SOURCE_DIR "/tests/integration/static_server.py"), root()});
         QVERIFY(m_server.waitForReadyRead(20000));
         m_port = m_server.readAllStandardOutput().trimmed();
@@ -87,31 +74,22 @@ public:
     }
     static QByteArray startCommandFor(quint16 port, const QJsonObject &changes = {})
     {
-        const QString base = QStringLiteral("http://127.0.0.1:%1").arg(port);
-        QJsonObject options{
-            {QStringLiteral("mode"), QStringLiteral("DVOTAServing")},
-            {QStringLiteral("otaKey"), QString::fromLatin1(keyBytes().toBase64())},
-            {QStringLiteral("analytics"), false},
-            {QStringLiteral("logging"), QStringLiteral("DVLoggingDebug")},
-            {QStringLiteral("servers"),
-             QJsonObject{{QStringLiteral("deliveryCdn"), QString(base + QStringLiteral("/projects"))},
-                         {QStringLiteral("delivery"), base}}}};
+        const QString base = u"http://127.0.0.1:%1"_qs.arg(port);
+        QJsonObject options{{u"mode"_qs, u"DVOTAServing"_qs},
+                            {u"otaKey"_qs, Delivered::base64()},
+                            {u"analytics"_qs, false},
+                            {u"logging"_qs, u"DVLoggingDebug"_qs},
+                            {u"servers"_qs, QJsonObject{{u"deliveryCdn"_qs, QString(base + u"/projects"_qs)},
+                                                        {u"delivery"_qs, base}}}};
         for (auto change = changes.begin(); change != changes.end(); ++change)
             options.insert(change.key(), change.value());
-        const QJsonObject start{{QStringLiteral("do"), QStringLiteral("start")},
-                                {QStringLiteral("projectId"), QStringLiteral("garden")},
-                                {QStringLiteral("options"), options}};
+        const QJsonObject start{
+            {u"do"_qs, u"start"_qs}, {u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}};
         return QJsonDocument(start).toJson(QJsonDocument::Compact) + '\n';
     }
 
 private:
     QString root() const { return m_folder.path(); }
-    static void put(const QString &path, const QByteArray &bytes)
-    {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
 
     QTemporaryDir m_folder;
     QProcess m_server;
@@ -122,42 +100,36 @@ private:
 class TryDevice
 {
 public:
-    QStringList arguments(const QString &version = QStringLiteral("1.0")) const
+    QStringList arguments(const QString &version = u"1.0"_qs) const
     {
-        QStringList list{
-            QStringLiteral("try"),         QStringLiteral("--data-dir"),    dataPath(),
-            QStringLiteral("--languages"), QStringLiteral("fr-CA"),         QStringLiteral("--locale"),
-            QStringLiteral("fr_CA"),       QStringLiteral("--app-version"), version};
+        QStringList list{u"try"_qs,         u"--data-dir"_qs,    dataPath(),
+                         u"--languages"_qs, u"fr-CA"_qs,         u"--locale"_qs,
+                         u"fr_CA"_qs,       u"--app-version"_qs, version};
         if (QDir(bundlePath()).exists())
-            list += {QStringLiteral("--bundle"), bundlePath()};
+            list += {u"--bundle"_qs, bundlePath()};
         return list;
     }
-    QString dataPath() const { return m_folder.path() + QStringLiteral("/data"); }
-    QString bundlePath() const { return m_folder.path() + QStringLiteral("/bundle"); }
+    QString dataPath() const { return m_folder.path() + u"/data"_qs; }
+    QString bundlePath() const { return m_folder.path() + u"/bundle"_qs; }
     QStringList files() const
     {
-        return QDir(dataPath() + QStringLiteral("/Dorvane"))
-            .entryList({QStringLiteral("*.xlf*")}, QDir::Files);
+        return QDir(dataPath() + u"/Dorvane"_qs).entryList({u"*.xlf*"_qs}, QDir::Files);
     }
     void package(const QString &name, const QByteArray &bytes) const
     {
-        const QString path = bundlePath() + QLatin1Char('/') + name;
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        DVTestFiles::write(bundlePath() + u'/' + name, bytes);
     }
 
     // Runs the commands; the "text" members of the replies, in order.
-    QStringList texts(const QByteArray &commands, const QString &version = QStringLiteral("1.0"))
+    QStringList texts(const QByteArray &commands, const QString &version = u"1.0"_qs)
     {
         m_run = ToolRun::tool(arguments(version), commands);
         QStringList texts;
         const auto lines = m_run.output.split('\n');
         for (const QByteArray &line : lines) {
             const QJsonObject reply = QJsonDocument::fromJson(line).object();
-            if (reply.contains(QStringLiteral("text")))
-                texts += reply.value(QStringLiteral("text")).toString();
+            if (reply.contains(u"text"_qs))
+                texts += reply.value(u"text"_qs).toString();
         }
         return texts;
     }
@@ -168,7 +140,18 @@ private:
     ToolRun m_run;
 };
 
+// Lines for `dorvane try`, and the texts of lookupCommands().
 inline QByteArray lookupCommands()
 {
     return "{\"do\":\"lookup\",\"key\":\"hello\"}\n{\"do\":\"tr\",\"context\":\"c\",\"text\":\"bye\"}\n";
+}
+inline const QByteArray waitForUpdate =
+    "{\"do\":\"wait\",\"event\":\"stringsUpdated\",\"timeoutMs\":20000}\n";
+inline QStringList edition(const QString &name)
+{
+    return {QString(u"bonjour " + name), QString(u"adieu " + name)};
+}
+inline QStringList nothing()
+{
+    return {u"hello"_qs, u"bye"_qs};
 }

@@ -1,8 +1,10 @@
 // TestProject: a project folder for `dorvane serve`, with one French string.
 #pragma once
 
-#include <QDir>
-#include <QFile>
+#include "Delivered.h"
+
+#include <DVTestFiles.h>
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -13,13 +15,11 @@
 class TestProject
 {
 public:
-    TestProject()
+    explicit TestProject(const QJsonObject &changes = {})
     {
-        setProject({});
+        setProject(changes);
         publish("Bonjour", lastWeek());
     }
-
-    static QByteArray keyBytes() { return "0123456789abcdef"; }
 
     // One string, "Hello".
     static QByteArray document(const QByteArray &target)
@@ -35,31 +35,28 @@ public:
         return date;
     }
 
-    QString path() const { return m_folder.path() + QStringLiteral("/project"); }
-    QString frenchFile() const { return path() + QStringLiteral("/fr-CA.xlf"); }
+    QString path() const { return m_folder.path() + u"/project"_qs; }
+    QString frenchFile() const { return path() + u"/fr-CA.xlf"_qs; }
 
     void write(const QString &name, const QByteArray &content) const
     {
-        QDir().mkpath(path());
-        QFile file(QDir(path()).absoluteFilePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        DVTestFiles::write(QDir(path()).absoluteFilePath(name), content);
     }
     // A member of `changes` that is null is left out of the file.
     void setProject(const QJsonObject &changes) const
     {
-        QJsonObject project{
-            {QStringLiteral("projectId"), QStringLiteral("garden")},
-            {QStringLiteral("targetLocales"), QJsonArray{QStringLiteral("fr-CA"), QStringLiteral("pl")}},
-            {QStringLiteral("versions"), QJsonArray{QStringLiteral("1.0"), QStringLiteral("2 0")}},
-            {QStringLiteral("deliveryKey"), QString::fromLatin1(keyBytes().toBase64())}};
+        QJsonObject project{{u"projectId"_qs, u"garden"_qs},
+                            {u"targetLocales"_qs, QJsonArray{u"fr-CA"_qs, u"pl"_qs}},
+                            {u"versions"_qs, QJsonArray{u"1.0"_qs, u"2 0"_qs}},
+                            {u"deliveryKey"_qs, Delivered::base64()}};
         for (auto change = changes.begin(); change != changes.end(); ++change)
             project.insert(change.key(),
                            change->isNull() ? QJsonValue(QJsonValue::Undefined) : change.value());
-        write(QStringLiteral("project.json"), QJsonDocument(project).toJson());
+        write(u"project.json"_qs, QJsonDocument(project).toJson());
     }
     void publish(const QByteArray &target, const QDateTime &modified = {}) const
     {
-        write(QStringLiteral("fr-CA.xlf"), document(target));
+        write(u"fr-CA.xlf"_qs, document(target));
         setModified(modified);
     }
     void setModified(const QDateTime &modified) const
@@ -68,12 +65,22 @@ public:
         QVERIFY(file.open(QIODevice::ReadWrite));
         QVERIFY(!modified.isValid() || file.setFileTime(modified, QFileDevice::FileModificationTime));
     }
-    QByteArray received() const
+    QByteArray received(const QString &name) const
     {
-        QFile file(path() + QStringLiteral("/received/events.jsonl"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return DVTestFiles::read(path() + u"/received/"_qs + name);
     }
 
 private:
     QTemporaryDir m_folder;
+};
+
+// One that `dorvane serve` serves.
+struct ServedProject
+{
+    explicit ServedProject(const QJsonObject &changes = {})
+        : folder(changes)
+        , server(folder.path())
+    {}
+    TestProject folder;
+    ServeProcess server;
 };

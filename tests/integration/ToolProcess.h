@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QTcpSocket>
 
+using namespace Qt::Literals::StringLiterals;
+
 // What a run that ends by itself left behind.
 struct ToolRun
 {
@@ -59,7 +61,7 @@ public:
     HttpAnswer send(const QByteArray &bytes, bool withoutBody = false) const
     {
         QTcpSocket socket;
-        socket.connectToHost(QStringLiteral("127.0.0.1"), m_port);
+        socket.connectToHost(u"127.0.0.1"_qs, m_port);
         if (!socket.waitForConnected(5000))
             return {};
         constexpr int patienceMs = 20000;
@@ -117,7 +119,7 @@ public:
                           const QStringList &under = {})
     {
         const QStringList command =
-            under + QStringList{QStringLiteral(DORVANE_TOOL), QStringLiteral("serve"), folder} + options;
+            under + QStringList{QStringLiteral(DORVANE_TOOL), u"serve"_qs, folder} + options;
         m_process.start(command.first(), command.mid(1));
         while (m_ready.count('\n') < 2 && m_process.waitForReadyRead(10000))
             m_ready += m_process.readAllStandardOutput();

@@ -7,23 +7,23 @@
 #include <QString>
 #include <QStringList>
 
+using namespace Qt::Literals::StringLiterals;
+
 // A running `dorvane try` with a device in French Canada.
 class TryProcess
 {
 public:
     static QJsonObject doing(const QString &name, QJsonObject members = {})
     {
-        members.insert(QStringLiteral("do"), name);
+        members.insert(u"do"_qs, name);
         return members;
     }
 
     explicit TryProcess(const QString &dataDir, const QStringList &options = {})
     {
         m_process.start(QStringLiteral(DORVANE_TOOL),
-                        QStringList{QStringLiteral("try"), QStringLiteral("--data-dir"), dataDir,
-                                    QStringLiteral("--app-version"), QStringLiteral("1.0"),
-                                    QStringLiteral("--languages"), QStringLiteral("fr-CA,en"),
-                                    QStringLiteral("--locale"), QStringLiteral("fr_CA")} +
+                        QStringList{u"try"_qs, u"--data-dir"_qs, dataDir, u"--app-version"_qs, u"1.0"_qs,
+                                    u"--languages"_qs, u"fr-CA,en"_qs, u"--locale"_qs, u"fr_CA"_qs} +
                             options);
     }
     ~TryProcess()
@@ -48,7 +48,7 @@ public:
                 if (!m_process.waitForReadyRead(20000))
                     return {};
             const QJsonObject line = QJsonDocument::fromJson(m_process.readLine()).object();
-            if (!line.contains(QStringLiteral("event")))
+            if (!line.contains(u"event"_qs))
                 return line;
             ++m_events;
         }
@@ -60,12 +60,9 @@ public:
     }
     QString text(const QString &name, const QJsonObject &members)
     {
-        return ask(name, members).value(QStringLiteral("text")).toString();
+        return ask(name, members).value(u"text"_qs).toString();
     }
-    QString lookup(const QString &key)
-    {
-        return text(QStringLiteral("lookup"), {{QStringLiteral("key"), key}});
-    }
+    QString lookup(const QString &key) { return text(u"lookup"_qs, {{u"key"_qs, key}}); }
 
 private:
     QProcess m_process;

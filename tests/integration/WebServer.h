@@ -3,6 +3,8 @@
 
 #include "ToolProcess.h"
 
+#include <DVTestFiles.h>
+
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
@@ -25,14 +27,13 @@ public:
     // Null where the server is not installed: scripts/setup brings it.
     static QString program(const QString &server)
     {
-        const QString name = server == QStringLiteral("apache") ? QStringLiteral("apache2") : server;
+        const QString name = server == u"apache"_qs ? u"apache2"_qs : server;
         const QString brought = QStringLiteral(DORVANE_SOURCE_DIR "/build/servers");
         const QString found = QStandardPaths::findExecutable(name);
-        return !found.isNull()
-                   ? found
-                   : QStandardPaths::findExecutable(
-                         name, {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/local/bin"),
-                                brought + QStringLiteral("/usr/sbin"), brought + QStringLiteral("/usr/bin")});
+        return !found.isNull() ? found
+                               : QStandardPaths::findExecutable(name, {u"/usr/sbin"_qs, u"/usr/local/bin"_qs,
+                                                                       brought + u"/usr/sbin"_qs,
+                                                                       brought + u"/usr/bin"_qs});
     }
 
     // `project` is packed into `tree` once more for the configuration; nothing changes in the tree by that.
@@ -49,26 +50,15 @@ public:
     ~WebServer() { stop(); }
     Q_DISABLE_COPY_MOVE(WebServer)
 
-    QByteArray log() const
-    {
-        QFile file(path("delivery.log"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray log() const { return DVTestFiles::read(path("delivery.log")); }
     // What it says of itself, for a test that fails.
     QByteArray complaints()
     {
-        QFile file(path("error.log"));
-        return m_process.readAllStandardError() +
-               (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+        return m_process.readAllStandardError() + DVTestFiles::read(path("error.log"));
     }
 
 private:
     QString path(const char *name) const { return m_folder.path() + u'/' + QLatin1StringView(name); }
-    void write(const char *name, const QByteArray &content) const
-    {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
     static quint16 freePort()
     {
         QTcpServer server;
@@ -78,27 +68,26 @@ private:
     void markTree()
     {
         m_mark = QUuid::createUuid().toString(QUuid::WithoutBraces);
-        const QString folder = m_tree + QStringLiteral("/projects/mark/") + m_mark + QStringLiteral("/en");
+        const QString folder = m_tree + u"/projects/mark/"_qs + m_mark + u"/en"_qs;
         QVERIFY(QDir().mkpath(folder));
-        QFile file(folder + QStringLiteral("/strings.gz"));
+        QFile file(folder + u"/strings.gz"_qs);
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
 
     void start(const QString &project)
     {
         const quint16 port = freePort();
-        const ToolRun printed = ToolRun::tool(
-            {QStringLiteral("pack"), QStringLiteral("--tree"), project, m_tree, QStringLiteral("--server"),
-             m_server, QStringLiteral("--listen"), QStringLiteral("127.0.0.1:%1").arg(port),
-             QStringLiteral("--log"), path("delivery.log")});
+        const ToolRun printed =
+            ToolRun::tool({u"pack"_qs, u"--tree"_qs, project, m_tree, u"--server"_qs, m_server,
+                           u"--listen"_qs, u"127.0.0.1:%1"_qs.arg(port), u"--log"_qs, path("delivery.log")});
         QVERIFY2(printed.status == 0, printed.errors.constData());
-        write("site", printed.output);
-        write("main", mainConfiguration());
+        DVTestFiles::write(path("site"), printed.output);
+        DVTestFiles::write(path("main"), mainConfiguration());
         m_process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), m_folder.path());
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), m_folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_folder.path());
+        environment.insert(u"HOME"_qs, m_folder.path());
+        environment.insert(u"XDG_DATA_HOME"_qs, m_folder.path());
+        environment.insert(u"XDG_CONFIG_HOME"_qs, m_folder.path());
         m_process.setProcessEnvironment(environment);
         m_process.start(program(m_server), arguments());
         if (m_process.waitForStarted() && answers(port))
@@ -127,18 +116,17 @@ private:
 
     QStringList arguments() const
     {
-        if (m_server == QStringLiteral("nginx"))
-            return {QStringLiteral("-p"), m_folder.path(), QStringLiteral("-c"), path("main")};
-        if (m_server == QStringLiteral("apache"))
-            return {QStringLiteral("-f"), path("main"), QStringLiteral("-DFOREGROUND")};
-        return {QStringLiteral("run"), QStringLiteral("--config"), path("main"), QStringLiteral("--adapter"),
-                QStringLiteral("caddyfile")};
+        if (m_server == u"nginx"_qs)
+            return {u"-p"_qs, m_folder.path(), u"-c"_qs, path("main")};
+        if (m_server == u"apache"_qs)
+            return {u"-f"_qs, path("main"), u"-DFOREGROUND"_qs};
+        return {u"run"_qs, u"--config"_qs, path("main"), u"--adapter"_qs, u"caddyfile"_qs};
     }
     QByteArray mainConfiguration() const
     {
-        const QByteArray own = m_server == QStringLiteral("nginx")    ? nginx()
-                               : m_server == QStringLiteral("apache") ? apache()
-                                                                      : caddy();
+        const QByteArray own = m_server == u"nginx"_qs    ? nginx()
+                               : m_server == u"apache"_qs ? apache()
+                                                          : caddy();
         QByteArray text = own;
         return text.replace("FOLDER", m_folder.path().toUtf8());
     }

@@ -1,6 +1,7 @@
 // The checks of `dorvane check` and `dorvane pack`, on documents that are wrong in one way each.
 #include "TestProject.h"
 #include "ToolProcess.h"
+#include <DVRows.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -65,8 +66,7 @@ Found findingsOf(const QStringList &paths, const QStringList &options = {})
 {
     const ToolRun run = ToolRun::tool(QStringList{u"check"_qs, u"--format"_qs, u"json"_qs} + options + paths);
     Found found{run.status, {}};
-    const QJsonArray files =
-        QJsonDocument::fromJson(run.output).object().value(QStringLiteral("files")).toArray();
+    const QJsonArray files = QJsonDocument::fromJson(run.output).object().value(u"files"_qs).toArray();
     for (const auto &file : files) {
         QStringList findings;
         const QJsonArray list = file[u"findings"_qs].toArray();
@@ -146,7 +146,7 @@ private:
     {
         QStringList paths;
         for (const QByteArray &document : documents)
-            paths += file(QStringLiteral("document-%1.xlf").arg(paths.size()), document);
+            paths += file(u"document-%1.xlf"_qs.arg(paths.size()), document);
         return paths;
     }
     QTemporaryDir m_folder;
@@ -200,8 +200,7 @@ void tst_Check::examplesOfTheGuideAreFound()
 
 void tst_Check::findsWhatIsWrong_data()
 {
-    QTest::addColumn<QStringList>("findings");
-    QTest::addColumn<QStringList>("expected");
+    const DVRows<QStringList, QStringList> row("findings", "expected");
 
     // All of them in one run: a process for each takes its time under a sanitizer.
     QList<const char *> names;
@@ -331,7 +330,7 @@ void tst_Check::findsWhatIsWrong_data()
     const QList<QStringList> found = findingsOf(files(documents)).byFile;
     QCOMPARE(found.size(), names.size());
     for (qsizetype i = 0; i < names.size(); ++i)
-        QTest::newRow(names.at(i)) << found.at(i) << expectations.at(i);
+        row(names.at(i), found.at(i), expectations.at(i));
 }
 
 void tst_Check::findsWhatIsWrong()
@@ -342,53 +341,48 @@ void tst_Check::findsWhatIsWrong()
 
 void tst_Check::pointsAtThePlace_data()
 {
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<QByteArray>("expected");
+    const DVRows<QByteArray, QByteArray> row("document", "expected");
 
-    QTest::newRow("the whole target")
-        << QByteArray("<xliff version='1.2'><file target-language='fr'><body>\n"
-                      "  <trans-unit id='1' resname='Hi %1'><source>Hi <ph>%1</ph></source>\n"
-                      "    <target>Salut</target></trans-unit></body></file></xliff>")
-        << QByteArray(
-               "in.xlf:3:13: error: %1 of the source is missing (key \"Hi %1\") [missing-placeholder]\n"
-               "    3 | <target>Salut</target></trans-unit></body></file></xliff>\n"
-               "      |         ^~~~~\n1 error in 1 file\n");
+    row("the whole target",
+        "<xliff version='1.2'><file target-language='fr'><body>\n"
+        "  <trans-unit id='1' resname='Hi %1'><source>Hi <ph>%1</ph></source>\n"
+        "    <target>Salut</target></trans-unit></body></file></xliff>",
+        QByteArray("in.xlf:3:13: error: %1 of the source is missing (key \"Hi %1\") [missing-placeholder]\n"
+                   "    3 | <target>Salut</target></trans-unit></body></file></xliff>\n"
+                   "      |         ^~~~~\n1 error in 1 file\n"));
     // Five characters before the reference, and an ideograph takes two columns of a terminal.
-    QTest::newRow("a reference behind wide characters, in a line with Windows' end")
-        << QByteArray("<xliff version='1.2'><file target-language='ja'><body>\r\n"
-                      "<trans-unit id='1' resname='k'><source>a</source>\r\n"
-                      "<target>あ&lt;い&#x2062;う</target></trans-unit></body></file></xliff>")
-        << QByteArray("in.xlf:3:15: error: U+2062 is a marker of review builds, copied with a text (key "
-                      "\"k\") [cue-marker]\n"
-                      "    3 | <target>あ&lt;い&#x2062;う</target></trans-unit></body></file></xliff>\n"
-                      "      |                 ^~~~~~~~\n1 error in 1 file\n");
+    row("a reference behind wide characters, in a line with Windows' end",
+        "<xliff version='1.2'><file target-language='ja'><body>\r\n"
+        "<trans-unit id='1' resname='k'><source>a</source>\r\n"
+        "<target>あ&lt;い&#x2062;う</target></trans-unit></body></file></xliff>",
+        "in.xlf:3:15: error: U+2062 is a marker of review builds, copied with a text (key "
+        "\"k\") [cue-marker]\n"
+        "    3 | <target>あ&lt;い&#x2062;う</target></trans-unit></body></file></xliff>\n"
+        "      |                 ^~~~~~~~\n1 error in 1 file\n");
     const QByteArray padding(200, 'x');
-    QTest::newRow("a long line is cut")
-        << "<xliff version='1.2'><file target-language='fr'><body><trans-unit id='1' resname='k'><source>" +
-               padding + "</source><target>" + padding + "&#xFFFD;" + padding +
-               "</target></trans-unit></body></file></xliff>"
-        // 90 bytes in front of the source's text, then 17 tags' bytes between the texts.
-        << "in.xlf:1:" +
-               QByteArray::number(qsizetype(qstrlen("<xliff version='1.2'><file target-language='fr'><body>"
-                                                    "<trans-unit id='1' resname='k'><source>") +
-                                            qstrlen("</source><target>")) +
-                                  401) +
-               ": error: U+FFFD stands where a character was lost in a conversion (key \"k\") "
-               "[control-character]\n    1 | ..." +
-               padding.left(40) + "&#xFFFD;" + padding.left(52) + "...\n      | " + QByteArray(43, ' ') +
-               "^~~~~~~~\n1 error in 1 file\n";
-    QTest::newRow("characters that would change the terminal are not written")
-        << QByteArray("<xliff version='1.2'><file target-language='fr'><body>\n<trans-unit id='1' "
-                      "resname='k'><source>a</source>\n<target>\xE2\x80\xAE\xC2\x9B"
-                      "b</target></trans-unit></body></file></xliff>")
-        << QByteArray("in.xlf:3:9: warning: U+202E has no partner in its paragraph; what is shown behind the "
-                      "text turns with it (key \"k\") [bidi]\n"
-                      "    3 | <target>\uFFFD\uFFFD"
-                      "b</target></trans-unit></body></file></xliff>\n      |         ^\n"
-                      "in.xlf:3:10: error: U+009B is a control character (key \"k\") [control-character]\n"
-                      "    3 | <target>\uFFFD\uFFFD"
-                      "b</target></trans-unit></body></file></xliff>\n      |          ^\n"
-                      "1 error, 1 warning in 1 file\n");
+    const QByteArray start =
+        "<xliff version='1.2'><file target-language='fr'><body><trans-unit id='1' resname='k'><source>";
+    const QByteArray middle = "</source><target>";
+    row("a long line is cut",
+        start + padding + middle + padding + "&#xFFFD;" + padding +
+            "</target></trans-unit></body></file></xliff>",
+        "in.xlf:1:" + QByteArray::number(start.size() + middle.size() + 401) +
+            ": error: U+FFFD stands where a character was lost in a conversion (key \"k\") "
+            "[control-character]\n    1 | ..." +
+            padding.left(40) + "&#xFFFD;" + padding.left(52) + "...\n      | " + QByteArray(43, ' ') +
+            "^~~~~~~~\n1 error in 1 file\n");
+    row("characters that would change the terminal are not written",
+        "<xliff version='1.2'><file target-language='fr'><body>\n<trans-unit id='1' "
+        "resname='k'><source>a</source>\n<target>\xE2\x80\xAE\xC2\x9B"
+        "b</target></trans-unit></body></file></xliff>",
+        "in.xlf:3:9: warning: U+202E has no partner in its paragraph; what is shown behind the "
+        "text turns with it (key \"k\") [bidi]\n"
+        "    3 | <target>\uFFFD\uFFFD"
+        "b</target></trans-unit></body></file></xliff>\n      |         ^\n"
+        "in.xlf:3:10: error: U+009B is a control character (key \"k\") [control-character]\n"
+        "    3 | <target>\uFFFD\uFFFD"
+        "b</target></trans-unit></body></file></xliff>\n      |          ^\n"
+        "1 error, 1 warning in 1 file\n");
 }
 
 void tst_Check::pointsAtThePlace()
@@ -455,34 +449,25 @@ void tst_Check::readsFilesByTheirNames()
 
 void tst_Check::exitStatus_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("says");
+    const DVRows<QStringList, int, QByteArray> row("arguments", "status", "says");
     const QString warning = file(u"warning.xlf"_qs, documentOf(unit("a", "")));
     const QString note = file(u"note.xlf"_qs, documentOf(unit("a.", "b")));
-    QTest::newRow("a warning") << QStringList{warning} << 0 << QByteArray("1 warning in 1 file");
-    QTest::newRow("a warning that counts")
-        << QStringList{warning, u"--werror"_qs} << 1 << QByteArray("1 warning");
-    QTest::newRow("a note does not count") << QStringList{note, u"--werror"_qs} << 0 << QByteArray("1 note");
-    QTest::newRow("a rule that is ignored")
-        << QStringList{warning, u"--ignore"_qs, u"empty-target"_qs} << 0 << QByteArray("nothing wrong");
-    QTest::newRow("several files") << QStringList{warning, note} << 0 << QByteArray("in 2 files");
-    QTest::newRow("a file that is not there, and one that is")
-        << QStringList{u"/nowhere/fr.xlf"_qs, note} << 2 << QByteArray("cannot read /nowhere/fr.xlf");
-    QTest::newRow("only a file that is not there")
-        << QStringList{u"/nowhere/fr.xlf"_qs} << 2 << QByteArray("cannot read /nowhere/fr.xlf");
-    QTest::newRow("a base that is not there")
-        << QStringList{note, u"--base"_qs, u"/nowhere/en.xlf"_qs} << 2 << QByteArray("/nowhere/en.xlf");
+    row("a warning", {warning}, 0, "1 warning in 1 file");
+    row("a warning that counts", {warning, u"--werror"_qs}, 1, "1 warning");
+    row("a note does not count", {note, u"--werror"_qs}, 0, "1 note");
+    row("a rule that is ignored", {warning, u"--ignore"_qs, u"empty-target"_qs}, 0, "nothing wrong");
+    row("several files", {warning, note}, 0, "in 2 files");
+    row("a file that is not there, and one that is", {u"/nowhere/fr.xlf"_qs, note}, 2,
+        "cannot read /nowhere/fr.xlf");
+    row("only a file that is not there", {u"/nowhere/fr.xlf"_qs}, 2, "cannot read /nowhere/fr.xlf");
+    row("a base that is not there", {note, u"--base"_qs, u"/nowhere/en.xlf"_qs}, 2, "/nowhere/en.xlf");
     QDir(m_folder.path()).mkdir(u"empty"_qs);
-    QTest::newRow("a folder without documents")
-        << QStringList{m_folder.filePath(u"empty"_qs)} << 2 << QByteArray("there is no .xlf file");
-    QTest::newRow("an unknown rule to look for") << QStringList{note, u"--only"_qs, u"space,no-such-rule"_qs}
-                                                 << 2 << QByteArray("there is no rule \"no-such-rule\"");
-    QTest::newRow("nothing to check") << QStringList{} << 2 << QByteArray("FOLDER or FILE is missing");
-    QTest::newRow("an unknown rule to explain")
-        << QStringList{u"--explain"_qs, u"x"_qs} << 2 << QByteArray("there is no rule \"x\"");
-    QTest::newRow("an unknown format")
-        << QStringList{note, u"--format"_qs, u"xml"_qs} << 2 << QByteArray("--format is");
+    row("a folder without documents", {m_folder.filePath(u"empty"_qs)}, 2, "there is no .xlf file");
+    row("an unknown rule to look for", {note, u"--only"_qs, u"space,no-such-rule"_qs}, 2,
+        "there is no rule \"no-such-rule\"");
+    row("nothing to check", {}, 2, "FOLDER or FILE is missing");
+    row("an unknown rule to explain", {u"--explain"_qs, u"x"_qs}, 2, "there is no rule \"x\"");
+    row("an unknown format", {note, u"--format"_qs, u"xml"_qs}, 2, "--format is");
 }
 
 void tst_Check::exitStatus()
@@ -518,20 +503,20 @@ void tst_Check::writesSarif()
 
 void tst_Check::takesHostileTextsInItsStride_data()
 {
-    QTest::addColumn<QByteArray>("content");
+    const DVRows<QByteArray> row("content");
     static constexpr qsizetype many = 100000;
     const auto text = [](const QByteArray &piece) {
         const QByteArray whole = piece.repeated(many);
         return unit(whole, whole + "x");
     };
-    QTest::newRow("tags that never end") << text("&lt;");
-    QTest::newRow("tags") << text("&lt;b&gt;");
-    QTest::newRow("ampersands") << text("&amp;a");
-    QTest::newRow("placeholders") << text("%1");
-    QTest::newRow("elements") << text("<ph>%@</ph>");
-    QTest::newRow("isolates") << text("\u2066");
-    QTest::newRow("line feeds") << text("\n");
-    QTest::newRow("a key again and again") << forms("one=<ph>%n</ph>").repeated(many / 4);
+    row("tags that never end", text("&lt;"));
+    row("tags", text("&lt;b&gt;"));
+    row("ampersands", text("&amp;a"));
+    row("placeholders", text("%1"));
+    row("elements", text("<ph>%@</ph>"));
+    row("isolates", text("\u2066"));
+    row("line feeds", text("\n"));
+    row("a key again and again", forms("one=<ph>%n</ph>").repeated(many / 4));
 }
 
 // Nothing here may take the square of the text's length: then these would take minutes.
@@ -557,8 +542,7 @@ void tst_Check::packRefusesMistakes()
     const QString in = file(u"fr.xlf"_qs, documentOf(unit(withElements("Hi |%1|"), "Salut") +
                                                      unit("b", "").replace("\"key\"", "\"other\"")));
     const QString out = m_folder.filePath(u"out.gz"_qs);
-    const QStringList arguments{u"pack"_qs, in, out, u"--key"_qs,
-                                QString::fromLatin1(TestProject::keyBytes().toBase64())};
+    const QStringList arguments{u"pack"_qs, in, out, u"--key"_qs, Delivered::base64()};
     const ToolRun refused = ToolRun::tool(arguments);
     QCOMPARE(refused.status, 1);
     QVERIFY2(refused.errors.contains("fr.xlf:3:") && refused.errors.contains("[missing-placeholder]") &&

@@ -1,48 +1,30 @@
 // `dorvane doctor` in front of deliveries that are wrong in one way each.
 #include "StaticSite.h"
 #include "TestProject.h"
+#include <DVRows.h>
 
 #include <DVFaultServer.h>
 
 #include <QElapsedTimer>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QLocale>
 #include <QRegularExpression>
 #include <QTcpServer>
-#include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace Delivered;
 
 namespace {
 
 using Answer = DVFaultServer::Answer;
 using Request = DVFaultServer::Request;
 
-QByteArray httpDate(qint64 secondsFromNow)
+QByteArray in(qint64 seconds)
 {
-    const QDateTime date = QDateTime::currentDateTimeUtc().addSecs(secondsFromNow);
-    return QLocale::c().toString(date, u"ddd, dd MMM yyyy hh:mm:ss 'GMT'"_qs).toLatin1();
-}
-
-QByteArray gzipped(const QByteArray &content)
-{
-    return ToolRun::program(u"gzip"_qs, {u"-c"_qs}, content).output;
-}
-
-QByteArray encrypted(const QByteArray &content)
-{
-    return ToolRun::program(u"openssl"_qs,
-                            {u"enc"_qs, u"-aes-128-ecb"_qs, u"-K"_qs,
-                             QString::fromLatin1(TestProject::keyBytes().toHex())},
-                            content)
-        .output;
+    return httpDate(QDateTime::currentDateTimeUtc().addSecs(seconds));
 }
 
 const QByteArray &goodFile()
 {
-    static const QByteArray file = encrypted(gzipped(StaticSite::document("1")));
+    static const QByteArray file = packed(StaticSite::document("1"));
     return file;
 }
 
@@ -56,13 +38,13 @@ void setHeader(Answer &answer, const QByteArray &name, const QByteArray &value)
 // What a good server answers to a device.
 Answer goodAnswer(const Request &request)
 {
-    static const QByteArray modified = httpDate(-86400);
+    static const QByteArray modified = in(-86400);
     if (!request.target.startsWith("/projects/garden/1.0/fr-CA/strings.gz"))
         return Answer::of(404);
     const bool isCurrent =
         request.header("If-Modified-Since") == modified && !request.target.endsWith("/force");
     return Answer::of(isCurrent ? 304 : 200, isCurrent ? QByteArray() : goodFile(),
-                      {{"Date", httpDate(0)}, {"Expires", httpDate(3600)}, {"Last-Modified", modified}});
+                      {{"Date", in(0)}, {"Expires", in(3600)}, {"Last-Modified", modified}});
 }
 
 bool isConditional(const Request &request)
@@ -85,11 +67,10 @@ Diagnosis diagnosisOf(const QString &url, const QStringList &options = {})
     if (!options.contains(u"--locale"_qs))
         arguments += {u"--locale"_qs, u"fr-CA"_qs};
     if (!options.contains(u"--key"_qs))
-        arguments += {u"--key"_qs, QString::fromLatin1(TestProject::keyBytes().toBase64())};
+        arguments += {u"--key"_qs, base64()};
     const ToolRun run = ToolRun::tool(arguments + options);
     Diagnosis diagnosis{run.status, {}, {}, {}};
-    const QJsonArray steps =
-        QJsonDocument::fromJson(run.output).object().value(QStringLiteral("steps")).toArray();
+    const QJsonArray steps = QJsonDocument::fromJson(run.output).object().value(u"steps"_qs).toArray();
     for (const auto &step : steps) {
         const QString name = step[u"step"_qs].toString();
         diagnosis.seen.insert(name, step[u"seen"_qs].toString());
@@ -101,10 +82,29 @@ Diagnosis diagnosisOf(const QString &url, const QStringList &options = {})
     return diagnosis;
 }
 
+using Change = std::function<void(Answer &, const Request &)>;
+
+// A header that a faulty server sends, or leaves out when it is null.
+Change header(const QByteArray &name, const QByteArray &value = {})
+{
+    return [=](Answer &answer, const Request &) { setHeader(answer, name, value); };
+}
+Change status(int code)
+{
+    return [code](Answer &answer, const Request &) { answer = Answer::of(code); };
+}
+Change file(const QByteArray &bytes)
+{
+    return [bytes](Answer &answer, const Request &) {
+        if (answer.status == 200)
+            answer.body = bytes;
+    };
+}
+
 struct Fault
 {
     const char *name;
-    std::function<void(Answer &, const Request &)> change;
+    Change change;
     QString expected; // complaints, separated by commas
     QString says;     // in what was seen or advised
 };
@@ -113,21 +113,18 @@ const QList<Fault> &faults()
 {
     static const QList<Fault> list{
         {"nothing wrong", [](Answer &, const Request &) {}, {}, {}},
-        {"no Date", [](Answer &a, const Request &) { setHeader(a, "Date", {}); },
-         u"FAIL date,FAIL expiry,warn conditional"_qs, u"let the server send \"date\""_qs},
-        {"a Date in another form",
-         [](Answer &a, const Request &) { setHeader(a, "Date", "2026-01-01T00:00:00Z"); },
+        {"no Date", header("Date"), u"FAIL date,FAIL expiry,warn conditional"_qs,
+         u"let the server send \"date\""_qs},
+        {"a Date in another form", header("Date", "2026-01-01T00:00:00Z"),
          u"FAIL date,FAIL expiry,warn conditional"_qs, u"is no date"_qs},
         {"a clock that is an hour ahead",
          [](Answer &a, const Request &) {
-             setHeader(a, "Date", httpDate(3600));
-             setHeader(a, "Expires", httpDate(7200));
+             setHeader(a, "Date", in(3600));
+             setHeader(a, "Expires", in(7200));
          },
          u"warn date"_qs, u"ahead of"_qs},
-        {"an Expires of the past", [](Answer &a, const Request &) { setHeader(a, "Expires", httpDate(-60)); },
-         u"warn expiry"_qs, u"stale at once"_qs},
-        {"no expiry at all", [](Answer &a, const Request &) { setHeader(a, "Expires", {}); },
-         u"FAIL expiry,warn conditional"_qs, u"max-age"_qs},
+        {"an Expires of the past", header("Expires", in(-60)), u"warn expiry"_qs, u"stale at once"_qs},
+        {"no expiry at all", header("Expires"), u"FAIL expiry,warn conditional"_qs, u"max-age"_qs},
         {"max-age instead of Expires",
          [](Answer &a, const Request &) {
              setHeader(a, "Expires", {});
@@ -135,9 +132,8 @@ const QList<Fault> &faults()
          },
          {},
          u"fresh for 10 min"_qs},
-        {"an expiry of a year",
-         [](Answer &a, const Request &) { setHeader(a, "Expires", httpDate(31536000)); }, u"warn expiry"_qs,
-         u"365 days"_qs},
+        {"an expiry of a year", [](Answer &a, const Request &) { setHeader(a, "Expires", in(31536000)); },
+         u"warn expiry"_qs, u"365 days"_qs},
         {"a 304 that does not renew the expiry",
          [](Answer &a, const Request &r) {
              if (isConditional(r))
@@ -152,10 +148,9 @@ const QList<Fault> &faults()
              }
          },
          u"warn conditional"_qs, u"answered 200"_qs},
-        {"no Last-Modified", [](Answer &a, const Request &) { setHeader(a, "Last-Modified", {}); },
-         u"warn last-modified"_qs, u"transfers the whole file"_qs},
-        {"a cookie", [](Answer &a, const Request &) { setHeader(a, "Set-Cookie", "a=b"); },
-         u"warn cookies"_qs, u"devices keep none"_qs},
+        {"no Last-Modified", header("Last-Modified"), u"warn last-modified"_qs,
+         u"transfers the whole file"_qs},
+        {"a cookie", header("Set-Cookie", "a=b"), u"warn cookies"_qs, u"devices keep none"_qs},
         {"no address with /force",
          [](Answer &a, const Request &r) {
              if (r.target.endsWith("/force"))
@@ -165,7 +160,7 @@ const QList<Fault> &faults()
         {"an old file under /force",
          [](Answer &a, const Request &r) {
              if (r.target.endsWith("/force"))
-                 a.body = encrypted(gzipped(StaticSite::document("0")));
+                 a.body = encrypted(compressed(StaticSite::document("0")));
          },
          u"warn forced"_qs, u"another file"_qs},
         {"only the address with /force",
@@ -174,14 +169,12 @@ const QList<Fault> &faults()
                  a = Answer::of(404);
          },
          u"FAIL plain"_qs, u"in the background"_qs},
-        {"a project that is switched off", [](Answer &a, const Request &) { a = Answer::of(403); },
-         u"FAIL plain,FAIL forced"_qs, u"switched off"_qs},
-        {"a server that is ill", [](Answer &a, const Request &) { a = Answer::of(503); },
-         u"FAIL plain,FAIL forced"_qs, u"the server is ill"_qs},
+        {"a project that is switched off", status(403), u"FAIL plain,FAIL forced"_qs, u"switched off"_qs},
+        {"a server that is ill", status(503), u"FAIL plain,FAIL forced"_qs, u"the server is ill"_qs},
         {"compressed again on the way",
          [](Answer &a, const Request &) {
              if (!a.body.isEmpty())
-                 a.body = gzipped(a.body);
+                 a.body = compressed(a.body);
              setHeader(a, "Content-Encoding", "gzip");
          },
          u"warn body"_qs, u"compression off"_qs},
@@ -192,49 +185,25 @@ const QList<Fault> &faults()
          },
          u"warn body,FAIL decryption"_qs, u"like a page"_qs},
         {"an empty file", [](Answer &a, const Request &) { a.body.clear(); }, u"FAIL body"_qs, u"empty"_qs},
-        {"cut short, a whole block",
-         [](Answer &a, const Request &) { a.body = a.status == 200 ? a.body.chopped(16) : a.body; },
-         u"FAIL decryption"_qs, u"does not open it"_qs},
-        {"cut short, within a block",
-         [](Answer &a, const Request &) { a.body = a.status == 200 ? a.body.chopped(5) : a.body; },
-         u"FAIL decryption"_qs, u"AES blocks"_qs},
+        {"cut short, a whole block", file(goodFile().chopped(16)), u"FAIL decryption"_qs,
+         u"does not open it"_qs},
+        {"cut short, within a block", file(goodFile().chopped(5)), u"FAIL decryption"_qs, u"AES blocks"_qs},
         {"a connection that ends in the body",
          [](Answer &a, const Request &) {
              if (a.status == 200)
                  a.fault = DVFaultServer::Fault::CutBody;
          },
          u"FAIL plain,FAIL forced"_qs, u"server's log"_qs},
-        {"a gzip stream that was cut",
-         [](Answer &a, const Request &) {
-             static const QByteArray cut = encrypted(gzipped(StaticSite::document("1")).chopped(9));
-             a.body = a.status == 200 ? cut : a.body;
-         },
+        {"a gzip stream that was cut", file(encrypted(compressed(StaticSite::document("1")).chopped(9))),
          u"FAIL inflation"_qs, u"damaged or cut"_qs},
-        {"a document that was never compressed",
-         [](Answer &a, const Request &) {
-             static const QByteArray plain = encrypted(StaticSite::document("1"));
-             a.body = a.status == 200 ? plain : a.body;
-         },
+        {"a document that was never compressed", file(encrypted(StaticSite::document("1"))),
          u"warn inflation"_qs, u"compress it"_qs},
-        {"a document that is not well-formed",
-         [](Answer &a, const Request &) {
-             static const QByteArray broken = encrypted(gzipped("<xliff>\n</file>"));
-             a.body = a.status == 200 ? broken : a.body;
-         },
-         u"FAIL document"_qs, u"(line 2, column"_qs},
-        {"no XLIFF at all",
-         [](Answer &a, const Request &) {
-             static const QByteArray json = encrypted(gzipped("<strings/>"));
-             a.body = a.status == 200 ? json : a.body;
-         },
-         u"FAIL document"_qs, u"no string in it"_qs},
+        {"a document that is not well-formed", file(packed("<xliff>\n</file>")), u"FAIL document"_qs,
+         u"(line 2, column"_qs},
+        {"no XLIFF at all", file(packed("<strings/>")), u"FAIL document"_qs, u"no string in it"_qs},
         {"a mistake in the translations",
-         [](Answer &a, const Request &) {
-             static const QByteArray empty =
-                 encrypted(gzipped(StaticSite::document("1").replace("adieu 1", "")));
-             a.body = a.status == 200 ? empty : a.body;
-         },
-         u"warn check"_qs, u"empty-target"_qs},
+         file(encrypted(compressed(StaticSite::document("1").replace("adieu 1", "")))), u"warn check"_qs,
+         u"empty-target"_qs},
         {"a redirect on this machine",
          [](Answer &a, const Request &r) {
              if (r.target.startsWith("/old"))
@@ -272,9 +241,9 @@ private Q_SLOTS:
 
 void tst_Doctor::findsTheFault_data()
 {
-    QTest::addColumn<qsizetype>("index");
+    const DVRows<qsizetype> row("index");
     for (qsizetype i = 0; i < faults().size(); ++i)
-        QTest::newRow(faults().at(i).name) << i;
+        row(faults().at(i).name, i);
 }
 
 void tst_Doctor::findsTheFault()
@@ -303,38 +272,28 @@ void tst_Doctor::findsTheFault()
 
 void tst_Doctor::findsWhatIsWrongWithTheQuestion_data()
 {
-    QTest::addColumn<QString>("url"); // null: a good server
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QString>("says");
+    // url: null: a good server
+    const DVRows<QString, QStringList, QString, QString> row("url", "options", "expected", "says");
 
     QTcpServer closed;
     closed.listen(QHostAddress::LocalHost);
-    const QString refused = QStringLiteral("http://127.0.0.1:%1/projects").arg(closed.serverPort());
+    const QString refused = u"http://127.0.0.1:%1/projects"_qs.arg(closed.serverPort());
     closed.close();
 
-    QTest::newRow("plain HTTP elsewhere")
-        << u"http://strings.example/projects"_qs << QStringList{} << u"FAIL url"_qs << u"https URL"_qs;
-    QTest::newRow("no URL") << u"strings"_qs << QStringList{} << u"FAIL url"_qs << u"https URL"_qs;
-    QTest::newRow("a name that nobody has")
-        << u"https://no-such-host.invalid/projects"_qs << QStringList{} << u"FAIL name"_qs << u"slip"_qs;
-    QTest::newRow("a port where nobody listens")
-        << refused << QStringList{} << u"FAIL connection"_qs << u"listens"_qs;
-    QTest::newRow("another key") << QString() << QStringList{u"--key"_qs, u"AAAAAAAAAAAAAAAAAAAAAA=="_qs}
-                                 << u"FAIL decryption"_qs << u"does not open it"_qs;
-    QTest::newRow("a key of another length")
-        << QString() << QStringList{u"--key"_qs, u"AAAAAAAA"_qs} << u"FAIL key"_qs << u"6 bytes"_qs;
-    QTest::newRow("a locale that no device chooses")
-        << QString() << QStringList{u"--locale"_qs, u"xx-YY"_qs} << u"warn locale,FAIL plain,FAIL forced"_qs
-        << u"no device"_qs;
-    QTest::newRow("a locale that is none")
-        << QString() << QStringList{u"--locale"_qs, u"../fr"_qs} << u"FAIL locale"_qs << u"like \"fr-CA\""_qs;
-    QTest::newRow("a locale as devices write it")
-        << QString() << QStringList{u"--locale"_qs, u"fr_CA"_qs} << QString() << u"fr-CA, project"_qs;
-    QTest::newRow("a string that is there")
-        << QString() << QStringList{u"--string"_qs, u"bye"_qs} << QString() << u"\"adieu 1\""_qs;
-    QTest::newRow("a string that is not")
-        << QString() << QStringList{u"--string"_qs, u"Bye"_qs} << u"FAIL string"_qs << u"letter by letter"_qs;
+    row("plain HTTP elsewhere", u"http://strings.example/projects"_qs, {}, u"FAIL url"_qs, u"https URL"_qs);
+    row("no URL", u"strings"_qs, {}, u"FAIL url"_qs, u"https URL"_qs);
+    row("a name that nobody has", u"https://no-such-host.invalid/projects"_qs, {}, u"FAIL name"_qs,
+        u"slip"_qs);
+    row("a port where nobody listens", refused, {}, u"FAIL connection"_qs, u"listens"_qs);
+    row("another key", {}, {u"--key"_qs, u"AAAAAAAAAAAAAAAAAAAAAA=="_qs}, u"FAIL decryption"_qs,
+        u"does not open it"_qs);
+    row("a key of another length", {}, {u"--key"_qs, u"AAAAAAAA"_qs}, u"FAIL key"_qs, u"6 bytes"_qs);
+    row("a locale that no device chooses", {}, {u"--locale"_qs, u"xx-YY"_qs},
+        u"warn locale,FAIL plain,FAIL forced"_qs, u"no device"_qs);
+    row("a locale that is none", {}, {u"--locale"_qs, u"../fr"_qs}, u"FAIL locale"_qs, u"like \"fr-CA\""_qs);
+    row("a locale as devices write it", {}, {u"--locale"_qs, u"fr_CA"_qs}, {}, u"fr-CA, project"_qs);
+    row("a string that is there", {}, {u"--string"_qs, u"bye"_qs}, {}, u"\"adieu 1\""_qs);
+    row("a string that is not", {}, {u"--string"_qs, u"Bye"_qs}, u"FAIL string"_qs, u"letter by letter"_qs);
 }
 
 void tst_Doctor::findsWhatIsWrongWithTheQuestion()
@@ -352,14 +311,12 @@ void tst_Doctor::findsWhatIsWrongWithTheQuestion()
 
 void tst_Doctor::silentServersCostAFewTimeouts_data()
 {
-    QTest::addColumn<int>("fault");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("silent from the beginning") << int(DVFaultServer::Fault::Silence) << u"FAIL answer"_qs;
-    QTest::newRow("stops in the body")
-        << int(DVFaultServer::Fault::StallInBody) << u"FAIL plain,FAIL forced"_qs;
-    QTest::newRow("never ends") << int(DVFaultServer::Fault::Endless) << u"FAIL plain,FAIL forced"_qs;
-    QTest::newRow("drips its header") << int(DVFaultServer::Fault::Drip) << u"FAIL answer"_qs;
-    QTest::newRow("speaks something else") << -1 << u"FAIL answer"_qs;
+    const DVRows<int, QString> row("fault", "expected");
+    row("silent from the beginning", int(DVFaultServer::Fault::Silence), u"FAIL answer"_qs);
+    row("stops in the body", int(DVFaultServer::Fault::StallInBody), u"FAIL plain,FAIL forced"_qs);
+    row("never ends", int(DVFaultServer::Fault::Endless), u"FAIL plain,FAIL forced"_qs);
+    row("drips its header", int(DVFaultServer::Fault::Drip), u"FAIL answer"_qs);
+    row("speaks something else", -1, u"FAIL answer"_qs);
 }
 
 void tst_Doctor::silentServersCostAFewTimeouts()
@@ -399,8 +356,7 @@ void tst_Doctor::findsNothingWrongWithServe()
 {
     const TestProject project;
     const ServeProcess serve(project.path());
-    const Diagnosis diagnosis =
-        diagnosisOf(QStringLiteral("http://127.0.0.1:%1/projects/").arg(serve.port()));
+    const Diagnosis diagnosis = diagnosisOf(u"http://127.0.0.1:%1/projects/"_qs.arg(serve.port()));
     QCOMPARE(diagnosis.complaints, QStringList());
     QCOMPARE(diagnosis.seen.value(u"key"_qs), u"AES-128"_qs);
     QVERIFY(diagnosis.seen.value(u"locale"_qs).contains(u"version \"1.0\""_qs));

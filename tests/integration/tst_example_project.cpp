@@ -2,6 +2,7 @@
 // their sources, C++, forms and QML, must be in every language, complete and well-formed.
 #include "DVPluralForm.h"
 #include "DVXliffParser.h"
+#include <DVRows.h>
 
 #include <QDir>
 #include <QFile>
@@ -28,7 +29,7 @@ struct Unit
 
 const QRegularExpression &placeholder()
 {
-    static const QRegularExpression pattern(QStringLiteral("%(?:L?[0-9]{1,2}|L?n)"));
+    static const QRegularExpression pattern(u"%(?:L?[0-9]{1,2}|L?n)"_qs);
     return pattern;
 }
 
@@ -63,10 +64,10 @@ QString readInline(QXmlStreamReader &xml, Unit &unit)
 
 Unit readUnit(QXmlStreamReader &xml)
 {
-    static const QRegularExpression suffix(QStringLiteral("\\[([a-z]+)\\]$"));
+    static const QRegularExpression suffix(u"\\[([a-z]+)\\]$"_qs);
     Unit unit;
-    unit.key = xml.attributes().value(QStringLiteral("resname")).toString();
-    unit.category = suffix.match(xml.attributes().value(QStringLiteral("id"))).captured(1);
+    unit.key = xml.attributes().value(u"resname"_qs).toString();
+    unit.category = suffix.match(xml.attributes().value(u"id"_qs)).captured(1);
     QString source;
     while (xml.readNextStartElement()) {
         if (xml.name() == u"source")
@@ -77,7 +78,7 @@ Unit readUnit(QXmlStreamReader &xml)
             xml.skipCurrentElement();
     }
     if (source != unit.key)
-        xml.raiseError(QStringLiteral("the source of \"%1\" is \"%2\"").arg(unit.key, source));
+        xml.raiseError(u"the source of \"%1\" is \"%2\""_qs.arg(unit.key, source));
     return unit;
 }
 
@@ -121,7 +122,7 @@ private:
 
 void ExampleProjectTest::initTestCase()
 {
-    m_texts = textsOf(QStringLiteral("widgets"));
+    m_texts = textsOf(u"widgets"_qs);
     QVERIFY2(m_texts.size() > 80, qPrintable(QString::number(m_texts.size())));
 }
 
@@ -129,12 +130,12 @@ QMap<QString, bool> ExampleProjectTest::textsOf(const QString &example)
 {
     QMap<QString, bool> texts;
     QTemporaryDir folder;
-    const QString found = folder.filePath(QStringLiteral("found.ts"));
+    const QString found = folder.filePath(u"found.ts"_qs);
     QProcess lupdate;
     lupdate.setProcessChannelMode(QProcess::MergedChannels);
     lupdate.start(QStringLiteral(DORVANE_LUPDATE),
                   {QStringLiteral(DORVANE_SOURCE_DIR "/examples/common"),
-                   QStringLiteral(DORVANE_SOURCE_DIR "/examples/") + example, QStringLiteral("-ts"), found});
+                   QStringLiteral(DORVANE_SOURCE_DIR "/examples/") + example, u"-ts"_qs, found});
     if (lupdate.waitForFinished() && lupdate.exitCode() == 0)
         readTexts(found, &texts);
     else
@@ -145,7 +146,7 @@ QMap<QString, bool> ExampleProjectTest::textsOf(const QString &example)
 // One project serves both, so a text of one that the other does not ask for would be missing or superfluous.
 void ExampleProjectTest::theExamplesSayTheSame()
 {
-    QCOMPARE(textsOf(QStringLiteral("quick")), m_texts);
+    QCOMPARE(textsOf(u"quick"_qs), m_texts);
 }
 
 void ExampleProjectTest::readTexts(const QString &path, QMap<QString, bool> *texts)
@@ -159,7 +160,7 @@ void ExampleProjectTest::readTexts(const QString &path, QMap<QString, bool> *tex
         if (!xml.isStartElement())
             continue;
         if (xml.name() == u"message")
-            numerus = xml.attributes().value(QStringLiteral("numerus")) == u"yes";
+            numerus = xml.attributes().value(u"numerus"_qs) == u"yes";
         else if (xml.name() == u"source")
             texts->insert(xml.readElementText(), numerus);
     }
@@ -180,13 +181,11 @@ void ExampleProjectTest::readFile(const QString &path, QList<Unit> *units)
 
 void ExampleProjectTest::languageFiles_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("language");
+    const DVRows<QString, QString> row("path", "language");
     for (const char *language : {"en", "fr", "pl", "ar", "ja"})
-        QTest::newRow(language) << QStringLiteral("examples/project/%1.xlf").arg(QLatin1StringView(language))
-                                << QString::fromLatin1(language);
-    QTest::newRow("fr, as it is published later")
-        << QStringLiteral("examples/project-update/fr.xlf") << QStringLiteral("fr");
+        row(language, u"examples/project/%1.xlf"_qs.arg(QLatin1StringView(language)),
+            QString::fromLatin1(language));
+    row("fr, as it is published later", u"examples/project-update/fr.xlf"_qs, u"fr"_qs);
 }
 
 void ExampleProjectTest::languageFiles()
@@ -198,15 +197,15 @@ void ExampleProjectTest::languageFiles()
 
     QMap<QString, QStringList> categories;
     for (const Unit &unit : std::as_const(units)) {
-        QVERIFY2(m_texts.contains(unit.key), qPrintable(QStringLiteral("nobody asks for: ") + unit.key));
-        QVERIFY2(!unit.target.isEmpty(), qPrintable(QStringLiteral("no translation: ") + unit.key));
-        QVERIFY2(!unit.percentOutside, qPrintable(QStringLiteral("percent sign outside <ph>: ") + unit.key));
+        QVERIFY2(m_texts.contains(unit.key), qPrintable(u"nobody asks for: "_qs + unit.key));
+        QVERIFY2(!unit.target.isEmpty(), qPrintable(u"no translation: "_qs + unit.key));
+        QVERIFY2(!unit.percentOutside, qPrintable(u"percent sign outside <ph>: "_qs + unit.key));
         categories[unit.key].append(unit.category);
         checkPlaceholders(language, unit);
         checkScript(language, unit);
     }
     for (auto text = m_texts.cbegin(); text != m_texts.cend(); ++text) {
-        QVERIFY2(categories.contains(text.key()), qPrintable(QStringLiteral("missing: ") + text.key()));
+        QVERIFY2(categories.contains(text.key()), qPrintable(u"missing: "_qs + text.key()));
         if (text.value())
             checkForms(language, text.key(), categories[text.key()]);
         else
@@ -239,7 +238,7 @@ void ExampleProjectTest::checkPlaceholders(const QString &language, const Unit &
     const auto rules = pluralRules(language);
     for (int n = 3; n <= 1000; ++n)
         QVERIFY2(fromIcu(rules->select(n)) != unit.category, qPrintable(unit.key + u" -> " + unit.target));
-    expected.removeOne(QStringLiteral("%Ln"));
+    expected.removeOne(u"%Ln"_qs);
     QVERIFY2(unit.placeholders == expected, qPrintable(unit.key + u" -> " + unit.target));
 }
 
@@ -249,8 +248,8 @@ void ExampleProjectTest::checkScript(const QString &language, const Unit &unit)
     if (language != u"ar" && language != u"ja")
         return;
     QString text = unit.target;
-    text.remove(placeholder()).remove(QRegularExpression(QStringLiteral("\\(&[A-Z]\\)|\\bml\\b")));
-    QVERIFY2(!text.contains(QRegularExpression(QStringLiteral("[A-Za-z]"))), qPrintable(unit.target));
+    text.remove(placeholder()).remove(QRegularExpression(u"\\(&[A-Z]\\)|\\bml\\b"_qs));
+    QVERIFY2(!text.contains(QRegularExpression(u"[A-Za-z]"_qs)), qPrintable(unit.target));
 }
 
 void ExampleProjectTest::libraryReadsWhatStandsThere_data()
@@ -294,3 +293,5 @@ void ExampleProjectTest::newPublicationDiffers()
 
 QTEST_GUILESS_MAIN(ExampleProjectTest)
 #include "tst_example_project.moc"
+
+using namespace Qt::Literals::StringLiterals;

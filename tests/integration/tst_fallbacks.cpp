@@ -1,20 +1,12 @@
 // What a device shows in every state of its files and of the network, asked of the command-line tool
 // against a web server that is not ours.
 #include "StaticSite.h"
+#include <DVRows.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QStringList nothing{u"hello"_qs, u"bye"_qs};
-
-QStringList edition(const char *name)
-{
-    return {QString(u"bonjour "_qs + QLatin1StringView(name)),
-            QString(u"adieu "_qs + QLatin1StringView(name))};
-}
-
-const QByteArray waitForUpdate = "{\"do\":\"wait\",\"event\":\"stringsUpdated\",\"timeoutMs\":10000}\n";
 const QByteArray hoursLater = "{\"do\":\"clock\",\"advanceMs\":7200000}\n";
 
 } // namespace
@@ -40,11 +32,11 @@ void tst_Fallbacks::freshThenCurrent()
     StaticSite site;
     TryDevice device;
     site.publish("one", 60);
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     QCOMPARE(site.requests(), QByteArrayList{"GET /projects/garden/1.0/fr-CA/strings.gz/force plain"});
     // Current strings ask nobody.
     site.publish("two");
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     QCOMPARE(site.requests().size(), 1);
     QCOMPARE(device.files(), QStringList{u"1.0_fr_CA_published.xlf"_qs});
 }
@@ -58,7 +50,7 @@ void tst_Fallbacks::staleThenRefreshed()
     site.publish("two", 30);
     QCOMPARE(
         device.texts(hoursLater + site.startCommand() + lookupCommands() + waitForUpdate + lookupCommands()),
-        edition("one") + edition("two"));
+        edition(u"one"_qs) + edition(u"two"_qs));
     QCOMPARE(site.requests().last(),
              QByteArray("GET /projects/garden/1.0/fr-CA/strings.gz/force conditional"));
     QCOMPARE(device.files(), QStringList{u"1.0_fr_CA_published.xlf"_qs});
@@ -71,26 +63,23 @@ void tst_Fallbacks::notModified()
     site.publish("one", 60);
     device.texts(site.startCommand());
     const QByteArray returns = "{\"do\":\"foreground\"}\n" + waitForUpdate;
-    QCOMPARE(device.texts(site.startCommand() + hoursLater + returns + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + hoursLater + returns + lookupCommands()), edition(u"one"_qs));
     QCOMPARE(site.requests().last(), QByteArray("GET /projects/garden/1.0/fr-CA/strings.gz conditional"));
     QVERIFY2(device.run().errors.contains("Response [304]"), device.run().errors.constData());
 }
 
 void tst_Fallbacks::nothingOnTheDevice_data()
 {
-    QTest::addColumn<QByteArray>("status");
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<bool>("network");
-    const QString key = QString::fromLatin1(StaticSite::keyBytes().toBase64());
-    const QString other = QString::fromLatin1(QByteArray("ABCDEFGHIJKLMNOP").toBase64());
-    QTest::newRow("404") << QByteArray("404") << u"1.0"_qs << key << true;
-    QTest::newRow("403") << QByteArray("403") << u"1.0"_qs << key << true;
-    QTest::newRow("500") << QByteArray("500") << u"1.0"_qs << key << true;
-    QTest::newRow("a version that was not published") << QByteArray() << u"2.0"_qs << key << true;
-    QTest::newRow("another key") << QByteArray() << u"1.0"_qs << other << true;
-    QTest::newRow("a key of a wrong length") << QByteArray() << u"1.0"_qs << u"c2hvcnQ="_qs << true;
-    QTest::newRow("no network") << QByteArray() << u"1.0"_qs << key << false;
+    const DVRows<QByteArray, QString, QString, bool> row("status", "version", "key", "network");
+    const QString key = Delivered::base64();
+    const QString other = Delivered::base64("ABCDEFGHIJKLMNOP");
+    row("404", "404", u"1.0"_qs, key, true);
+    row("403", "403", u"1.0"_qs, key, true);
+    row("500", "500", u"1.0"_qs, key, true);
+    row("a version that was not published", {}, u"2.0"_qs, key, true);
+    row("another key", {}, u"1.0"_qs, other, true);
+    row("a key of a wrong length", {}, u"1.0"_qs, u"c2hvcnQ="_qs, true);
+    row("no network", {}, u"1.0"_qs, key, false);
 }
 
 void tst_Fallbacks::nothingOnTheDevice()
@@ -106,7 +95,7 @@ void tst_Fallbacks::nothingOnTheDevice()
     const QByteArray start = site.startCommand({{u"otaKey"_qs, key}});
     if (!network)
         site.stop();
-    QCOMPARE(device.texts(start + lookupCommands(), version), nothing);
+    QCOMPARE(device.texts(start + lookupCommands(), version), nothing());
     QCOMPARE(device.run().status, 0);
     QCOMPARE(device.files(), QStringList());
     // With packaged base strings those are what remains.
@@ -116,14 +105,12 @@ void tst_Fallbacks::nothingOnTheDevice()
 
 void tst_Fallbacks::somethingOnTheDevice_data()
 {
-    QTest::addColumn<QByteArray>("status");
-    QTest::addColumn<int>("chopped");
-    QTest::addColumn<bool>("network");
-    QTest::newRow("404") << QByteArray("404") << 0 << true;
-    QTest::newRow("403") << QByteArray("403") << 0 << true;
-    QTest::newRow("500") << QByteArray("500") << 0 << true;
-    QTest::newRow("a damaged publication") << QByteArray() << 30 << true;
-    QTest::newRow("no network") << QByteArray() << 0 << false;
+    const DVRows<QByteArray, int, bool> row("status", "chopped", "network");
+    row("404", "404", 0, true);
+    row("403", "403", 0, true);
+    row("500", "500", 0, true);
+    row("a damaged publication", {}, 30, true);
+    row("no network", {}, 0, false);
 }
 
 void tst_Fallbacks::somethingOnTheDevice()
@@ -134,7 +121,7 @@ void tst_Fallbacks::somethingOnTheDevice()
     StaticSite site;
     TryDevice device;
     site.publish("one", 60);
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     site.publishBytes(StaticSite::document("two"), 30, chopped);
     site.set("status", status);
     const QByteArray start = site.startCommand();
@@ -142,9 +129,9 @@ void tst_Fallbacks::somethingOnTheDevice()
         site.stop();
     const QByteArray settle = "{\"do\":\"wait\",\"ms\":700}\n";
     QCOMPARE(device.texts(hoursLater + start + lookupCommands() + settle + lookupCommands()),
-             edition("one") + edition("one"));
+             edition(u"one"_qs) + edition(u"one"_qs));
     // And at the next start, whatever the last one left.
-    QCOMPARE(device.texts(start + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(start + lookupCommands()), edition(u"one"_qs));
     QCOMPARE(device.files(), QStringList{u"1.0_fr_CA_published.xlf"_qs});
 }
 
@@ -155,11 +142,11 @@ void tst_Fallbacks::packagedOnly()
     device.package(u"fr_CA.xlf"_qs, StaticSite::document("packaged"));
     const QByteArray start = site.startCommand();
     site.stop();
-    QCOMPARE(device.texts(start + lookupCommands()), edition("packaged"));
+    QCOMPARE(device.texts(start + lookupCommands()), edition(u"packaged"_qs));
     site.publish("one");
     site.start();
     QCOMPARE(device.texts(site.startCommand() + lookupCommands() + waitForUpdate + lookupCommands()),
-             edition("packaged") + edition("one"));
+             edition(u"packaged"_qs) + edition(u"one"_qs));
 }
 
 void tst_Fallbacks::corruptFileOnTheDevice()
@@ -171,10 +158,10 @@ void tst_Fallbacks::corruptFileOnTheDevice()
     const QString path = device.dataPath() + u"/Dorvane/1.0_fr_CA_published.xlf"_qs;
     QFile file(path);
     QVERIFY(file.resize(file.size() / 2));
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), nothing);
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), nothing());
     QVERIFY(device.run().errors.contains("Deleting file"));
     QVERIFY(!QFile::exists(path));
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     QVERIFY2(site.requests().last().endsWith("plain"), "a store whose file is gone downloads in full");
 }
 

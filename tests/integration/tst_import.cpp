@@ -1,5 +1,6 @@
 // dorvane import and export between Qt's own tools: what goes around comes back the same.
 #include "ToolProcess.h"
+#include <DVRows.h>
 
 #include <DVStrace.h>
 
@@ -208,9 +209,9 @@ private:
 
 void tst_Import::roundTrip_data()
 {
-    QTest::addColumn<QString>("language");
+    const DVRows<QString> row("language");
     for (const char *language : {"fr", "pl", "ar", "ja", "lv", "cy", "he", "ru", "ga", "pt_BR", "mk"})
-        QTest::newRow(language) << QString::fromLatin1(language);
+        row(language, QString::fromLatin1(language));
 }
 
 void tst_Import::roundTrip()
@@ -532,26 +533,20 @@ void tst_Import::refuses()
 
 void tst_Import::readsTheLocaleFrom_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("file");
+    const DVRows<QString, QByteArray, QStringList, QString> row("name", "document", "options", "file");
     const QByteArray silent =
         "<TS><context><name>A</name><message><source>a</source></message></context></TS>";
-    QTest::newRow("what the file says")
-        << u"app_de.ts"_qs << ts(message("a", ""), "fr_CA") << QStringList() << u"fr-CA.xlf"_qs;
-    QTest::newRow("the option before all") << u"app_de.ts"_qs << ts(message("a", ""))
-                                           << QStringList{u"--locale"_qs, u"pt_BR"_qs} << u"pt-BR.xlf"_qs;
-    QTest::newRow("the name") << u"my.app_zh_TW.ts"_qs << silent << QStringList() << u"zh-TW.xlf"_qs;
-    QTest::newRow("a name that is the language") << u"pl.ts"_qs << silent << QStringList() << u"pl.xlf"_qs;
-    QTest::newRow("the folder of a strings file")
-        << u"pt_PT.lproj/Localizable.strings"_qs << QByteArray("\"a\" = \"b\";") << QStringList()
-        << u"pt-PT.xlf"_qs;
-    QTest::newRow("an XLIFF document")
-        << u"x.xliff"_qs
-        << QByteArray("<xliff><file target-language=\"nl\"><body><trans-unit id=\"1\">"
-                      "<source>a</source></trans-unit></body></file></xliff>")
-        << QStringList() << u"nl.xlf"_qs;
+    row("what the file says", u"app_de.ts"_qs, ts(message("a", ""), "fr_CA"), {}, u"fr-CA.xlf"_qs);
+    row("the option before all", u"app_de.ts"_qs, ts(message("a", "")), {u"--locale"_qs, u"pt_BR"_qs},
+        u"pt-BR.xlf"_qs);
+    row("the name", u"my.app_zh_TW.ts"_qs, silent, {}, u"zh-TW.xlf"_qs);
+    row("a name that is the language", u"pl.ts"_qs, silent, {}, u"pl.xlf"_qs);
+    row("the folder of a strings file", u"pt_PT.lproj/Localizable.strings"_qs, "\"a\" = \"b\";", {},
+        u"pt-PT.xlf"_qs);
+    row("an XLIFF document", u"x.xliff"_qs,
+        "<xliff><file target-language=\"nl\"><body><trans-unit id=\"1\">"
+        "<source>a</source></trans-unit></body></file></xliff>",
+        {}, u"nl.xlf"_qs);
 }
 
 void tst_Import::readsTheLocaleFrom()

@@ -1,6 +1,7 @@
 // Killed at any moment of a download or a save: the next start serves the old strings or the new ones,
 // never none, never a mixture. strace kills the process at its Nth system call of a kind.
 #include "StaticSite.h"
+#include <DVRows.h>
 
 #include <DVStrace.h>
 
@@ -12,12 +13,6 @@ namespace {
 const char *const changes[] = {
     "openat",          "write",         "link,linkat", "rename,renameat,renameat2", "unlink,unlinkat",
     "fsync,fdatasync", "mkdir,mkdirat", "ftruncate",   "chmod,fchmod,fchmodat"};
-
-QStringList edition(const char *name)
-{
-    return {QString(u"bonjour "_qs + QLatin1StringView(name)),
-            QString(u"adieu "_qs + QLatin1StringView(name))};
-}
 
 } // namespace
 
@@ -60,9 +55,9 @@ void tst_Kill::restore(const TryDevice &device, const QString &saved)
 
 void tst_Kill::whileStringsAreReplaced_data()
 {
-    QTest::addColumn<bool>("damaged");
-    QTest::newRow("by a good publication") << false;
-    QTest::newRow("by a damaged publication, which is taken back") << true;
+    const DVRows<bool> row("damaged");
+    row("by a good publication", false);
+    row("by a damaged publication, which is taken back", true);
 }
 
 void tst_Kill::whileStringsAreReplaced()
@@ -71,7 +66,7 @@ void tst_Kill::whileStringsAreReplaced()
     StaticSite site;
     TryDevice device;
     site.publish("one", 60);
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     QTemporaryDir folder;
     const QString saved = folder.filePath(u"saved"_qs);
     QCOMPARE(ToolRun::program(u"cp"_qs, {u"-a"_qs, device.dataPath(), saved}).status, 0);
@@ -92,11 +87,9 @@ void tst_Kill::whileStringsAreReplaced()
             }
             ++kills;
             const QStringList texts = device.texts(site.startCommand() + lookupCommands());
-            QVERIFY2(texts == edition("one") || (!damaged && texts == edition("two")),
-                     qPrintable(QStringLiteral("%1 %2: %3")
-                                    .arg(QString::fromLatin1(calls))
-                                    .arg(nth)
-                                    .arg(texts.join(u", "_qs))));
+            QVERIFY2(texts == edition(u"one"_qs) || (!damaged && texts == edition(u"two"_qs)),
+                     qPrintable(
+                         u"%1 %2: %3"_qs.arg(QString::fromLatin1(calls)).arg(nth).arg(texts.join(u", "_qs))));
         }
     }
     QVERIFY2(kills > 20, qPrintable(QString::number(kills)));
@@ -117,7 +110,7 @@ void tst_Kill::whileStringsArriveFirst()
             if (!killedAt(device, start, calls, nth))
                 break;
             ++kills;
-            QCOMPARE(device.texts(start + lookupCommands()), edition("one"));
+            QCOMPARE(device.texts(start + lookupCommands()), edition(u"one"_qs));
         }
     }
     QVERIFY(kills > 3);
@@ -129,7 +122,7 @@ void tst_Kill::whileOtherVersionsGo()
     StaticSite site;
     TryDevice device;
     site.publish("one", 60);
-    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.startCommand() + lookupCommands()), edition(u"one"_qs));
     const QDir files(QString(device.dataPath() + u"/Dorvane"));
     const QString current = files.filePath(u"1.0_fr_CA_published.xlf"_qs);
     const QStringList stay{u"0.9_fr_CA_edited.xlf"_qs, u"1.0_fr_CA_published.xlf"_qs};
@@ -149,7 +142,7 @@ void tst_Kill::whileOtherVersionsGo()
             if (!killedAt(device, settled, calls, nth))
                 break;
             ++kills;
-            QCOMPARE(device.texts(settled), edition("one"));
+            QCOMPARE(device.texts(settled), edition(u"one"_qs));
             QCOMPARE(device.files(), stay);
         }
     }

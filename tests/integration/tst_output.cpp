@@ -1,6 +1,7 @@
 // Where the tool's results go: pipes that stay pipes, and a standard output that takes nothing.
 #include "TestProject.h"
 #include "ToolProcess.h"
+#include <DVRows.h>
 
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -38,9 +39,9 @@ private:
 
 void tst_Output::writesIntoAPipe_data()
 {
-    QTest::addColumn<QString>("target");
-    QTest::newRow("its own name") << u"pipe"_qs;
-    QTest::newRow("a symbolic link to it") << u"link"_qs;
+    const DVRows<QString> row("target");
+    row("its own name", u"pipe"_qs);
+    row("a symbolic link to it", u"link"_qs);
 }
 
 void tst_Output::writesIntoAPipe()

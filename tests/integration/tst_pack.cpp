@@ -1,12 +1,14 @@
 // Delivered files made and opened by the tool, held against openssl and gzip.
-#include "ToolProcess.h"
+#include "Delivered.h"
+#include <DVRows.h>
+#include <DVTestFiles.h>
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace Delivered;
 
 namespace {
 
@@ -20,27 +22,6 @@ QByteArray keyOf(int bytes)
     return QByteArray("0123456789abcdefghijklmnopqrstuv").left(bytes);
 }
 
-QString base64(const QByteArray &key)
-{
-    return QString::fromLatin1(key.toBase64());
-}
-
-QStringList cipher(const QByteArray &key)
-{
-    return {u"enc"_qs, QStringLiteral("-aes-%1-ecb").arg(key.size() * 8), u"-K"_qs,
-            QString::fromLatin1(key.toHex())};
-}
-
-QByteArray encrypted(const QByteArray &content, const QByteArray &key)
-{
-    return ToolRun::program(u"openssl"_qs, cipher(key), content).output;
-}
-
-QByteArray compressed(const QByteArray &content)
-{
-    return ToolRun::program(u"gzip"_qs, {u"-c"_qs}, content).output;
-}
-
 } // namespace
 
 class tst_Pack : public QObject
@@ -50,13 +31,9 @@ class tst_Pack : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_qs)); }
 
-    void packsWhatOpensslAndGzipOpen_data() { keyLengths(); }
-    void packsWhatOpensslAndGzipOpen();
-    void unpacksWhatOpensslAndGzipMade_data() { keyLengths(); }
-    void unpacksWhatOpensslAndGzipMade();
-    void unpacksADocumentThatIsNotCompressed();
-    void unpacksTheFirstMemberOnly();
-    void takesTheKeyFromAFile();
+    void packsAndUnpacksAsOthersDo_data();
+    void packsAndUnpacksAsOthersDo();
+    void unpacksOtherContents();
     void putsPlaceholdersIntoElements_data();
     void putsPlaceholdersIntoElements();
     void packRefuses_data();
@@ -69,76 +46,50 @@ private Q_SLOTS:
     void commandsExplainThemselves();
 
 private:
-    static void keyLengths()
-    {
-        QTest::addColumn<int>("bytes");
-        for (const int bytes : {16, 24, 32})
-            QTest::addRow("AES-%d", bytes * 8) << bytes;
-    }
     QString path(const char *name) const { return m_folder.filePath(QString::fromLatin1(name)); }
     QString file(const char *name, const QByteArray &content) const
     {
-        QFile written(path(name));
-        if (!written.open(QIODevice::WriteOnly) || written.write(content) != content.size())
-            qFatal("cannot write the test's own file");
-        return written.fileName();
+        DVTestFiles::write(path(name), content);
+        return path(name);
     }
-    static QByteArray content(const QString &path)
-    {
-        QFile read(path);
-        return read.open(QIODevice::ReadOnly) ? read.readAll() : QByteArray();
-    }
+    static QByteArray content(const QString &path) { return DVTestFiles::read(path); }
 
     QTemporaryDir m_folder;
 };
 
-void tst_Pack::packsWhatOpensslAndGzipOpen()
+void tst_Pack::packsAndUnpacksAsOthersDo_data()
 {
-    QFETCH(int, bytes);
-    const QByteArray key = keyOf(bytes);
-    const ToolRun run =
-        ToolRun::tool({u"pack"_qs, file("in.xlf", xliff), path("out.gz"), u"--key"_qs, base64(key)});
-    QVERIFY2(run.status == 0 && run.errors.isEmpty(), run.errors.constData());
-    const ToolRun opened = ToolRun::program(u"openssl"_qs, cipher(key) << u"-d"_qs, content(path("out.gz")));
-    QCOMPARE(opened.status, 0);
-    QVERIFY(opened.output.startsWith("\x1F\x8B"));
-    QCOMPARE(ToolRun::program(u"gzip"_qs, {u"-dc"_qs}, opened.output).output, xliff);
+    const DVRows<QByteArray, QStringList> row("key", "option");
+    for (const int bytes : {16, 24})
+        row(bytes == 16 ? "AES-128" : "AES-192", keyOf(bytes), {u"--key"_qs, base64(keyOf(bytes))});
+    row("AES-256, the key in a file", keyOf(32),
+        {u"--key-file"_qs, file("key", base64(keyOf(32)).toLatin1() + "\n")});
 }
 
-void tst_Pack::unpacksWhatOpensslAndGzipMade()
+void tst_Pack::packsAndUnpacksAsOthersDo()
 {
-    QFETCH(int, bytes);
-    const QByteArray key = keyOf(bytes);
-    const QString packed = file("in.gz", encrypted(compressed(xliff), key));
-    const ToolRun run = ToolRun::tool({u"unpack"_qs, packed, path("out.xlf"), u"--key"_qs, base64(key)});
+    QFETCH(QByteArray, key);
+    QFETCH(QStringList, option);
+    const ToolRun run =
+        ToolRun::tool(QStringList{u"pack"_qs, file("in.xlf", xliff), path("out.gz")} + option);
     QVERIFY2(run.status == 0 && run.errors.isEmpty(), run.errors.constData());
+    QVERIFY(decrypted(content(path("out.gz")), key).startsWith("\x1F\x8B"));
+    QCOMPARE(opened(content(path("out.gz")), key), xliff);
+
+    const QString theirs = file("in.gz", encrypted(compressed(xliff), key));
+    const ToolRun back = ToolRun::tool(QStringList{u"unpack"_qs, theirs, path("out.xlf")} + option);
+    QVERIFY2(back.status == 0 && back.errors.isEmpty(), back.errors.constData());
     QCOMPARE(content(path("out.xlf")), xliff);
 }
 
-void tst_Pack::unpacksADocumentThatIsNotCompressed()
+// A document that is not compressed, and of several gzip members the first.
+void tst_Pack::unpacksOtherContents()
 {
-    const QString packed = file("in.gz", encrypted(xliff, keyOf(16)));
-    QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("plain.xlf"), u"--key"_qs, base64(keyOf(16))}).status,
-             0);
-    QCOMPARE(content(path("plain.xlf")), xliff);
-}
-
-void tst_Pack::unpacksTheFirstMemberOnly()
-{
-    const QString packed = file("two.gz", encrypted(compressed(xliff) + compressed("more"), keyOf(16)));
-    QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("one.xlf"), u"--key"_qs, base64(keyOf(16))}).status,
-             0);
-    QCOMPARE(content(path("one.xlf")), xliff);
-}
-
-void tst_Pack::takesTheKeyFromAFile()
-{
-    const QString key = file("key", base64(keyOf(32)).toLatin1() + "\n");
-    QCOMPARE(ToolRun::tool({u"pack"_qs, file("in.xlf", xliff), path("k.gz"), u"--key-file"_qs, key}).status,
-             0);
-    QCOMPARE(
-        ToolRun::tool({u"unpack"_qs, path("k.gz"), path("k.xlf"), u"--key"_qs, base64(keyOf(32))}).status, 0);
-    QCOMPARE(content(path("k.xlf")), xliff);
+    for (const QByteArray &inside : {xliff, QByteArray(compressed(xliff) + compressed("more"))}) {
+        const QString packed = file("in.gz", encrypted(inside));
+        QCOMPARE(ToolRun::tool({u"unpack"_qs, packed, path("out.xlf"), u"--key"_qs, base64()}).status, 0);
+        QCOMPARE(content(path("out.xlf")), xliff);
+    }
 }
 
 void tst_Pack::putsPlaceholdersIntoElements_data()
@@ -177,7 +128,7 @@ void tst_Pack::putsPlaceholdersIntoElements()
         return QByteArray("<xliff version=\"1.2\"><file><body>\n<trans-unit id=\"1\" resname=\"%1\">" +
                           content + "</trans-unit>\n</body></file></xliff>");
     };
-    const QString key = base64(keyOf(16));
+    const QString key = base64();
     const auto packedAndUnpacked = [&](const QStringList &options) {
         const QString in = file("in.xlf", whole(unit));
         ToolRun::tool(QStringList{u"pack"_qs, in, path("p.gz"), u"--key"_qs, key} + options);
@@ -195,7 +146,7 @@ void tst_Pack::packRefuses_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("says"); // a regular expression
 
-    const QStringList good{u"--key"_qs, base64(keyOf(16))};
+    const QStringList good{u"--key"_qs, base64()};
     const auto keyRow = [](const char *name, const QStringList &key, const QString &says) {
         QTest::newRow(name) << xliff << key << 2 << says;
     };
@@ -233,23 +184,18 @@ void tst_Pack::packRefuses()
 
 void tst_Pack::unpackRefuses_data()
 {
-    QTest::addColumn<QByteArray>("packed");
-    QTest::addColumn<QByteArray>("says");
+    const DVRows<QByteArray, QByteArray> row("packed", "says");
 
     const QByteArray gzip = compressed(xliff);
     QByteArray flipped = gzip;
     flipped[gzip.size() / 2] = char(flipped.at(gzip.size() / 2) ^ 0x10);
-    QTest::newRow("made with another key")
-        << encrypted(gzip, keyOf(24)) << QByteArray("the key does not open it");
-    QTest::newRow("cut short") << encrypted(gzip, keyOf(16)).chopped(5)
-                               << QByteArray("the key does not open it");
-    QTest::newRow("never packed") << xliff << QByteArray("the key does not open it");
-    QTest::newRow("empty") << QByteArray("") << QByteArray("the key does not open it");
-    QTest::newRow("neither gzip nor XLIFF inside")
-        << encrypted("hello", keyOf(16)) << QByteArray("the key does not open it");
-    QTest::newRow("a gzip stream with a wrong bit") << encrypted(flipped, keyOf(16)) << QByteArray("damaged");
-    QTest::newRow("a gzip stream that stops")
-        << encrypted(gzip.chopped(9), keyOf(16)) << QByteArray("damaged");
+    row("made with another key", encrypted(gzip, keyOf(24)), "the key does not open it");
+    row("cut short", encrypted(gzip).chopped(5), "the key does not open it");
+    row("never packed", xliff, "the key does not open it");
+    row("empty", "", "the key does not open it");
+    row("neither gzip nor XLIFF inside", encrypted("hello"), "the key does not open it");
+    row("a gzip stream with a wrong bit", encrypted(flipped), "damaged");
+    row("a gzip stream that stops", encrypted(gzip.chopped(9)), "damaged");
 }
 
 void tst_Pack::unpackRefuses()
@@ -257,8 +203,7 @@ void tst_Pack::unpackRefuses()
     QFETCH(QByteArray, packed);
     QFETCH(QByteArray, says);
     const QString out = file("kept.xlf", "what was there before");
-    const ToolRun run =
-        ToolRun::tool({u"unpack"_qs, file("in.gz", packed), out, u"--key"_qs, base64(keyOf(16))});
+    const ToolRun run = ToolRun::tool({u"unpack"_qs, file("in.gz", packed), out, u"--key"_qs, base64()});
     QCOMPARE(run.status, 1);
     QVERIFY2(run.errors.contains(says), run.errors.constData());
     QCOMPARE(content(out), QByteArray("what was there before"));
@@ -266,11 +211,10 @@ void tst_Pack::unpackRefuses()
 
 void tst_Pack::keygenPrintsFreshKeys_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<int>("bytes");
-    QTest::newRow("as it is") << QStringList{} << 32;
-    QTest::newRow("128 bits") << QStringList{u"--bits"_qs, u"128"_qs} << 16;
-    QTest::newRow("192 bits") << QStringList{u"--bits"_qs, u"192"_qs} << 24;
+    const DVRows<QStringList, int> row("options", "bytes");
+    row("as it is", {}, 32);
+    row("128 bits", {u"--bits"_qs, u"128"_qs}, 16);
+    row("192 bits", {u"--bits"_qs, u"192"_qs}, 24);
 }
 
 void tst_Pack::keygenPrintsFreshKeys()
@@ -284,27 +228,19 @@ void tst_Pack::keygenPrintsFreshKeys()
 
 void tst_Pack::commandsExplainThemselves_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("says");
+    const DVRows<QStringList, int, QByteArray> row("arguments", "status", "says");
 
-    QTest::newRow("no command") << QStringList{} << 2 << QByteArray("Commands:");
-    QTest::newRow("an unknown command")
-        << QStringList{u"pak"_qs} << 2 << QByteArray("there is no command \"pak\"");
-    QTest::newRow("help") << QStringList{u"--help"_qs} << 0 << QByteArray("Commands:");
-    QTest::newRow("help for a command") << QStringList{u"help"_qs, u"pack"_qs} << 0
-                                        << QByteArray("Usage: dorvane pack [options] IN.xlf OUT.gz\n");
-    QTest::newRow("a command's help") << QStringList{u"unpack"_qs, u"-h"_qs} << 0
-                                      << QByteArray("Usage: dorvane unpack [options] IN.gz OUT.xlf\n");
-    QTest::newRow("help of import") << QStringList{u"import"_qs, u"--help"_qs} << 0
-                                    << QByteArray("Usage: dorvane import [options] FILE [FILE...]\n");
-    QTest::newRow("a missing argument")
-        << QStringList{u"pack"_qs, u"in"_qs} << 2 << QByteArray("OUT.gz is missing");
-    QTest::newRow("a strange key length")
-        << QStringList{u"keygen"_qs, u"--bits"_qs, u"64"_qs} << 2 << QByteArray("--bits is 128");
-    QTest::newRow("a file that is not there")
-        << QStringList{u"pack"_qs, u"/nowhere/a"_qs, u"b"_qs, u"--key"_qs, base64(keyOf(16))} << 1
-        << QByteArray("cannot read /nowhere/a");
+    row("no command", {}, 2, "Commands:");
+    row("an unknown command", {u"pak"_qs}, 2, "there is no command \"pak\"");
+    row("help", {u"--help"_qs}, 0, "Commands:");
+    row("help for a command", {u"help"_qs, u"pack"_qs}, 0, "Usage: dorvane pack [options] IN.xlf OUT.gz\n");
+    row("a command's help", {u"unpack"_qs, u"-h"_qs}, 0, "Usage: dorvane unpack [options] IN.gz OUT.xlf\n");
+    row("help of import", {u"import"_qs, u"--help"_qs}, 0,
+        "Usage: dorvane import [options] FILE [FILE...]\n");
+    row("a missing argument", {u"pack"_qs, u"in"_qs}, 2, "OUT.gz is missing");
+    row("a strange key length", {u"keygen"_qs, u"--bits"_qs, u"64"_qs}, 2, "--bits is 128");
+    row("a file that is not there", {u"pack"_qs, u"/nowhere/a"_qs, u"b"_qs, u"--key"_qs, base64()}, 1,
+        "cannot read /nowhere/a");
 }
 
 void tst_Pack::commandsExplainThemselves()

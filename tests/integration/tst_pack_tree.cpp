@@ -1,6 +1,6 @@
 // `dorvane pack --tree`: what it writes for a static web server, and what it leaves alone.
 #include "TestProject.h"
-#include "ToolProcess.h"
+#include <DVRows.h>
 
 #include <DVStrace.h>
 
@@ -11,18 +11,9 @@
 #include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace Delivered;
 
 namespace {
-
-// Independent of the tool: openssl undoes the encryption, gzip the compression.
-QByteArray opened(const QByteArray &delivered, const QByteArray &key = TestProject::keyBytes())
-{
-    const ToolRun decrypted = ToolRun::program(
-        u"openssl"_qs, {u"enc"_qs, u"-d"_qs, u"-aes-128-ecb"_qs, u"-K"_qs, QString::fromLatin1(key.toHex())},
-        delivered);
-    return decrypted.status == 0 ? ToolRun::program(u"gzip"_qs, {u"-dc"_qs}, decrypted.output).output
-                                 : QByteArray();
-}
 
 class Tree
 {
@@ -34,8 +25,7 @@ public:
     }
     QByteArray bytes(const QString &versionAndLocale) const
     {
-        QFile file(this->file(versionAndLocale));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return DVTestFiles::read(file(versionAndLocale));
     }
     struct stat status(const QString &versionAndLocale) const
     {
@@ -79,8 +69,6 @@ private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_qs)); }
 
     void everyVersionHasEveryLocale();
-    void theCommandLineNamesVersions();
-    void withoutVersionsOneFolderServesAll();
     void unchangedStringsKeepTheirFileAndDate();
     void aPublicationIsDatedLater_data();
     void aPublicationIsDatedLater();
@@ -117,23 +105,17 @@ void tst_PackTree::everyVersionHasEveryLocale()
     QVERIFY2(run.errors.contains("pl.xlf: not delivered"), run.errors.constData());
     const QByteArray size = QByteArray::number(tree.bytes(u"1.0/fr-CA"_qs).size());
     QVERIFY2(run.errors.contains(size), "the summary has the sizes");
-}
 
-void tst_PackTree::theCommandLineNamesVersions()
-{
-    const TestProject project;
-    const Tree tree;
-    QCOMPARE(tree.pack(project, {u"--app-version"_qs, u"3.0"_qs, u"--app-version"_qs, u"3.1"_qs}).status, 0);
-    QCOMPARE(tree.all(), (QStringList{u"garden/3.0/fr-CA/strings.gz"_qs, u"garden/3.1/fr-CA/strings.gz"_qs}));
-}
-
-void tst_PackTree::withoutVersionsOneFolderServesAll()
-{
-    const TestProject project;
-    const Tree tree;
-    project.setProject({{u"versions"_qs, QJsonValue()}});
-    QCOMPARE(tree.pack(project).status, 0);
-    QCOMPARE(tree.all(), QStringList(u"garden/any/fr-CA/strings.gz"_qs));
+    // The command line names other versions.
+    const TestProject another;
+    const Tree its;
+    QCOMPARE(its.pack(another, {u"--app-version"_qs, u"3.0"_qs, u"--app-version"_qs, u"3.1"_qs}).status, 0);
+    QCOMPARE(its.all(), (QStringList{u"garden/3.0/fr-CA/strings.gz"_qs, u"garden/3.1/fr-CA/strings.gz"_qs}));
+    // A project without a list of them has one folder for all.
+    const TestProject unversioned({{u"versions"_qs, QJsonValue()}});
+    const Tree any;
+    QCOMPARE(any.pack(unversioned).status, 0);
+    QCOMPARE(any.all(), QStringList(u"garden/any/fr-CA/strings.gz"_qs));
 }
 
 void tst_PackTree::unchangedStringsKeepTheirFileAndDate()
@@ -157,10 +139,10 @@ void tst_PackTree::unchangedStringsKeepTheirFileAndDate()
 
 void tst_PackTree::aPublicationIsDatedLater_data()
 {
-    QTest::addColumn<int>("ageOfTheFirst");
-    QTest::newRow("one of last week") << 7 * 86400;
-    QTest::newRow("one of this second") << 0;
-    QTest::newRow("one from the future, made while the clock was wrong") << -86400;
+    const DVRows<int> row("ageOfTheFirst");
+    row("one of last week", 7 * 86400);
+    row("one of this second", 0);
+    row("one from the future, made while the clock was wrong", -86400);
 }
 
 // Devices compare whole seconds.
@@ -191,17 +173,10 @@ void tst_PackTree::anotherCompressionIsNoPublication()
     const TestProject project;
     const Tree tree;
     QCOMPARE(tree.pack(project, {u"--app-version"_qs, u"1.0"_qs}).status, 0);
-    const ToolRun gzip = ToolRun::program(u"gzip"_qs, {u"-c"_qs, u"-1"_qs}, TestProject::document("Bonjour"));
-    const ToolRun openssl = ToolRun::program(
-        u"openssl"_qs,
-        {u"enc"_qs, u"-aes-128-ecb"_qs, u"-K"_qs, QString::fromLatin1(TestProject::keyBytes().toHex())},
-        gzip.output);
-    QFile file(tree.file(u"1.0/fr-CA"_qs));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(openssl.output);
-    file.close();
+    const QByteArray other = encrypted(compressed(TestProject::document("Bonjour"), u"-1"_qs));
+    DVTestFiles::write(tree.file(u"1.0/fr-CA"_qs), other);
     QCOMPARE(tree.pack(project, {u"--app-version"_qs, u"1.0"_qs}).status, 0);
-    QCOMPARE(tree.bytes(u"1.0/fr-CA"_qs), openssl.output);
+    QCOMPARE(tree.bytes(u"1.0/fr-CA"_qs), other);
 }
 
 void tst_PackTree::aNewVersionLeavesTheOthersAlone()
@@ -225,8 +200,7 @@ void tst_PackTree::versionsKeepTheirKeys()
     const Tree tree;
     const QByteArray key = "another key,16 b";
     old.setProject({{u"versions"_qs, QJsonArray{u"1.0"_qs, u"1.1"_qs}}});
-    fresh.setProject(
-        {{u"versions"_qs, QJsonArray{u"2.0"_qs}}, {u"deliveryKey"_qs, QString::fromLatin1(key.toBase64())}});
+    fresh.setProject({{u"versions"_qs, QJsonArray{u"2.0"_qs}}, {u"deliveryKey"_qs, base64(key)}});
     QCOMPARE(tree.pack(old).status, 0);
     const ToolRun run = tree.pack(fresh);
     QVERIFY2(run.errors.contains("left as it is: version 1.0"), run.errors.constData());
@@ -409,20 +383,15 @@ void tst_PackTree::survivesAKill()
 
 void tst_PackTree::configurationsNameThePaths_data()
 {
-    QTest::addColumn<QString>("server");
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArrayList>("lines");
+    const DVRows<QString, QStringList, QByteArrayList> row("server", "options", "lines");
     const QStringList local{u"--listen"_qs, u"127.0.0.1:81"_qs};
     const QStringList six{u"--listen"_qs, u"[::1]:81"_qs};
-    QTest::newRow("nginx on a port") << u"nginx"_qs << QStringList() << QByteArrayList{"    listen 8080;"};
-    QTest::newRow("nginx on loopback") << u"nginx"_qs << local << QByteArrayList{"    listen 127.0.0.1:81;"};
-    QTest::newRow("nginx on IPv6") << u"nginx"_qs << six << QByteArrayList{"    listen [::1]:81;"};
-    QTest::newRow("apache on loopback")
-        << u"apache"_qs << local << QByteArrayList{"Listen 127.0.0.1:81", "<VirtualHost 127.0.0.1:81>"};
-    QTest::newRow("apache on a port") << u"apache"_qs << QStringList{u"--listen"_qs, u"81"_qs}
-                                      << QByteArrayList{"Listen 81", "<VirtualHost *:81>"};
-    QTest::newRow("caddy on loopback")
-        << u"caddy"_qs << local << QByteArrayList{"http://:81 {", "\tbind 127.0.0.1"};
+    row("nginx on a port", u"nginx"_qs, {}, {"    listen 8080;"});
+    row("nginx on loopback", u"nginx"_qs, local, {"    listen 127.0.0.1:81;"});
+    row("nginx on IPv6", u"nginx"_qs, six, {"    listen [::1]:81;"});
+    row("apache on loopback", u"apache"_qs, local, {"Listen 127.0.0.1:81", "<VirtualHost 127.0.0.1:81>"});
+    row("apache on a port", u"apache"_qs, {u"--listen"_qs, u"81"_qs}, {"Listen 81", "<VirtualHost *:81>"});
+    row("caddy on loopback", u"caddy"_qs, local, {"http://:81 {", "\tbind 127.0.0.1"});
 }
 
 void tst_PackTree::configurationsNameThePaths()

@@ -2,6 +2,7 @@
 #include "DVFaultServer.h"
 #include "PlatformProject.h"
 #include "TryProcess.h"
+#include <DVRows.h>
 
 #include <QUrlQuery>
 
@@ -196,13 +197,12 @@ void tst_Review::fromSignInToLogOut()
 
 void tst_Review::textsComeBackAsTheyWere_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("markup and references") << u"<a href=\"x\">&amp; & &#38; ]]></a>"_qs;
-    QTest::newRow("a mnemonic") << u"&Sauver"_qs;
-    QTest::newRow("spaces and line feeds") << u"  deux  \n\n\tlignes "_qs;
-    QTest::newRow("beyond the basic plane, and right to left")
-        << u"\U0001F331\u202B\u0645\u0631\u062D\u0628\u0627"_qs;
-    QTest::newRow("what looks like an element of ours") << u"<ph id=\"1\">x</ph>"_qs;
+    const DVRows<QString> row("text");
+    row("markup and references", u"<a href=\"x\">&amp; & &#38; ]]></a>"_qs);
+    row("a mnemonic", u"&Sauver"_qs);
+    row("spaces and line feeds", u"  deux  \n\n\tlignes "_qs);
+    row("beyond the basic plane, and right to left", u"\U0001F331\u202B\u0645\u0631\u062D\u0628\u0627"_qs);
+    row("what looks like an element of ours", u"<ph id=\"1\">x</ph>"_qs);
 }
 
 void tst_Review::textsComeBackAsTheyWere()
@@ -220,13 +220,12 @@ void tst_Review::textsComeBackAsTheyWere()
 
 void tst_Review::killedBetweenTwoCommands_data()
 {
-    QTest::addColumn<int>("commands");
-    QTest::addColumn<QString>("unsavedThen");
-    QTest::newRow("behind the edits and decisions") << 0 << u"Greet|Leaves Greet Hello -"_qs;
-    QTest::newRow("behind the save") << 1 << u"- Greet Hello -"_qs;
-    QTest::newRow("behind the submit") << 2 << u"- - Hello -"_qs;
-    QTest::newRow("behind the rejection") << 3 << u"- - - Hello"_qs;
-    QTest::newRow("behind the issue") << 4 << u"- - - -"_qs;
+    const DVRows<int, QString> row("commands", "unsavedThen");
+    row("behind the edits and decisions", 0, u"Greet|Leaves Greet Hello -"_qs);
+    row("behind the save", 1, u"- Greet Hello -"_qs);
+    row("behind the submit", 2, u"- - Hello -"_qs);
+    row("behind the rejection", 3, u"- - - Hello"_qs);
+    row("behind the issue", 4, u"- - - -"_qs);
 }
 
 void tst_Review::killedBetweenTwoCommands()
@@ -308,17 +307,15 @@ void tst_Review::stepsLimitWhatCanBeDone()
 
 void tst_Review::whatIsMissingIsSaid_data()
 {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QJsonObject>("members");
-    QTest::newRow("workflows of nobody") << u"workflows"_qs << QJsonObject();
-    QTest::newRow("a pull without a locale") << u"pull"_qs << QJsonObject();
-    QTest::newRow("an edit without a locale")
-        << u"edit"_qs << QJsonObject{{u"key"_qs, u"Hello"_qs}, {u"text"_qs, u"x"_qs}};
-    QTest::newRow("accepting without a locale") << u"accept"_qs << QJsonObject{{u"key"_qs, u"Hello"_qs}};
-    QTest::newRow("saving without a locale") << u"save"_qs << QJsonObject();
-    QTest::newRow("submitting without a locale") << u"submit"_qs << QJsonObject();
-    QTest::newRow("issues without a locale") << u"issue"_qs << QJsonObject();
-    QTest::newRow("a picture without strings") << u"upload"_qs << QJsonObject{{u"image"_qs, u"/no"_qs}};
+    const DVRows<QString, QJsonObject> row("command", "members");
+    row("workflows of nobody", u"workflows"_qs, {});
+    row("a pull without a locale", u"pull"_qs, {});
+    row("an edit without a locale", u"edit"_qs, {{u"key"_qs, u"Hello"_qs}, {u"text"_qs, u"x"_qs}});
+    row("accepting without a locale", u"accept"_qs, {{u"key"_qs, u"Hello"_qs}});
+    row("saving without a locale", u"save"_qs, {});
+    row("submitting without a locale", u"submit"_qs, {});
+    row("issues without a locale", u"issue"_qs, {});
+    row("a picture without strings", u"upload"_qs, {{u"image"_qs, u"/no"_qs}});
 }
 
 void tst_Review::whatIsMissingIsSaid()
@@ -347,9 +344,8 @@ void tst_Review::cancelledAndShown()
 
 void tst_Review::signInPages_data()
 {
-    QTest::addColumn<QList<Answer>>("pages");
-    QTest::addColumn<QString>("problem"); // null: it succeeds
-    QTest::addColumn<QByteArray>("lastForm");
+    // problem: null: it succeeds
+    const DVRows<QList<Answer>, QString, QByteArray> row("pages", "problem", "lastForm");
     const auto page = [](const QByteArray &body) {
         return Answer::of(200, "<!DOCTYPE html><html><body>" + body + "</body></html>");
     };
@@ -366,29 +362,20 @@ void tst_Review::signInPages_data()
              "<button type=submit>Continue</button></form>");
     const Answer end = to("dorvane.ios.sdk://login/?session_state=x&code=the%2Fcode");
     const QByteArray filled = "csrf=%3C1%3E&username=ana&pw=p%26%20%C3%A9&how=in";
-    QTest::newRow("a form among others, with what it hides")
-        << QList<Answer>{loginPage, end} << QString() << filled;
-    QTest::newRow("redirects before and behind")
-        << QList<Answer>{to("/start"), to("login", 303), loginPage, to("/back"), end} << QString()
-        << QByteArray();
-    QTest::newRow("a redirect that keeps the form")
-        << QList<Answer>{loginPage, to("/again", 307), end} << QString() << filled;
-    QTest::newRow("a second page for consent")
-        << QList<Answer>{loginPage, consent, end} << QString() << QByteArray("prompt=consent");
-    QTest::newRow("somebody who is signed in already") << QList<Answer>{end} << QString() << QByteArray();
-    QTest::newRow("the form again: refused")
-        << QList<Answer>{loginPage, loginPage} << u"not accepted"_qs << filled;
-    QTest::newRow("no form") << QList<Answer>{page("hello")} << u"no form"_qs << QByteArray();
-    QTest::newRow("an error") << QList<Answer>{Answer::of(500, "down")} << u"500"_qs << QByteArray();
-    QTest::newRow("a refusal in the redirect")
-        << QList<Answer>{to("dorvane.ios.sdk://login/?error=access_denied")} << u"access_denied"_qs
-        << QByteArray();
-    QTest::newRow("a redirect to another program")
-        << QList<Answer>{to("mailto:x@y.z")} << u"another program"_qs << QByteArray();
-    QTest::newRow("pages without an end")
-        << QList<Answer>(50, to("/round")) << u"without an end"_qs << QByteArray();
-    QTest::newRow("a connection that breaks")
-        << QList<Answer>{Answer::failing(DVFaultServer::Fault::Close)} << u""_qs << QByteArray();
+    row("a form among others, with what it hides", QList<Answer>{loginPage, end}, {}, filled);
+    row("redirects before and behind",
+        QList<Answer>{to("/start"), to("login", 303), loginPage, to("/back"), end}, {}, {});
+    row("a redirect that keeps the form", QList<Answer>{loginPage, to("/again", 307), end}, {}, filled);
+    row("a second page for consent", QList<Answer>{loginPage, consent, end}, {}, "prompt=consent");
+    row("somebody who is signed in already", QList<Answer>{end}, {}, {});
+    row("the form again: refused", QList<Answer>{loginPage, loginPage}, u"not accepted"_qs, filled);
+    row("no form", QList<Answer>{page("hello")}, u"no form"_qs, {});
+    row("an error", QList<Answer>{Answer::of(500, "down")}, u"500"_qs, {});
+    row("a refusal in the redirect", QList<Answer>{to("dorvane.ios.sdk://login/?error=access_denied")},
+        u"access_denied"_qs, {});
+    row("a redirect to another program", QList<Answer>{to("mailto:x@y.z")}, u"another program"_qs, {});
+    row("pages without an end", QList<Answer>(50, to("/round")), u"without an end"_qs, {});
+    row("a connection that breaks", QList<Answer>{Answer::failing(DVFaultServer::Fault::Close)}, u""_qs, {});
 }
 
 void tst_Review::signInPages()

@@ -2,6 +2,7 @@
 // written is lost, and nothing whose answer had arrived is sent again.
 #include "DVFaultProxy.h"
 #include "ReviewApp.h"
+#include <DVRows.h>
 
 #include <QSet>
 
@@ -129,31 +130,25 @@ void tst_ReviewKill::cleanup()
 
 void tst_ReviewKill::killedWhileSending_data()
 {
-    QTest::addColumn<QString>("change");    // the request under way
-    QTest::addColumn<qint64>("bytes");      // of it that the platform got; -1: all, and it answered
-    QTest::addColumn<bool>("serverDies");   // else the application
-    QTest::addColumn<QStringList>("again"); // what the platform takes a second time, since nobody knew
+    // change: the request under way; bytes: of it that the platform got; -1: all, and it answered;
+    // serverDies: else the application; again: what the platform takes a second time, since nobody knew
+    const DVRows<QString, qint64, bool, QStringList> row("change", "bytes", "serverDies", "again");
     const QStringList imported{u"imported greet"_qs, u"imported hello"_qs, u"imported leaves"_qs};
     const QStringList none;
-    QTest::newRow("the application, before the texts are sent") << u"import"_qs << qint64(0) << false << none;
-    QTest::newRow("the application, in the upload of the texts")
-        << u"import"_qs << qint64(900) << false << none;
-    QTest::newRow("the application, when the texts are saved but it does not know")
-        << u"import"_qs << qint64(-1) << false << imported;
-    QTest::newRow("the application, between save and submit")
-        << u"submittedStrings"_qs << qint64(0) << false << none;
-    QTest::newRow("the application, when it does not know that the string was submitted")
-        << u"submittedStrings"_qs << qint64(-1) << false << QStringList{u"submitted greet"_qs};
-    QTest::newRow("the application, between submit and reject")
-        << u"rejectedStrings"_qs << qint64(0) << false << none;
-    QTest::newRow("the application, between reject and issue") << u"issues"_qs << qint64(0) << false << none;
-    QTest::newRow("the application, when it does not know that the issue was filed")
-        << u"issues"_qs << qint64(-1) << false
-        << QStringList{QString(u"issue hello POOR_TRANSLATION " + reason)};
-    QTest::newRow("the platform, in the upload of the texts") << u"import"_qs << qint64(900) << true << none;
-    QTest::newRow("the platform, before its answer to the save arrives")
-        << u"import"_qs << qint64(-1) << true << imported;
-    QTest::newRow("the platform, between reject and issue") << u"issues"_qs << qint64(0) << true << none;
+    row("the application, before the texts are sent", u"import"_qs, qint64(0), false, none);
+    row("the application, in the upload of the texts", u"import"_qs, qint64(900), false, none);
+    row("the application, when the texts are saved but it does not know", u"import"_qs, qint64(-1), false,
+        imported);
+    row("the application, between save and submit", u"submittedStrings"_qs, qint64(0), false, none);
+    row("the application, when it does not know that the string was submitted", u"submittedStrings"_qs,
+        qint64(-1), false, {u"submitted greet"_qs});
+    row("the application, between submit and reject", u"rejectedStrings"_qs, qint64(0), false, none);
+    row("the application, between reject and issue", u"issues"_qs, qint64(0), false, none);
+    row("the application, when it does not know that the issue was filed", u"issues"_qs, qint64(-1), false,
+        {QString(u"issue hello POOR_TRANSLATION " + reason)});
+    row("the platform, in the upload of the texts", u"import"_qs, qint64(900), true, none);
+    row("the platform, before its answer to the save arrives", u"import"_qs, qint64(-1), true, imported);
+    row("the platform, between reject and issue", u"issues"_qs, qint64(0), true, none);
 }
 
 void tst_ReviewKill::killedWhileSending()

@@ -39,7 +39,7 @@ void tst_ReviewSecrets::aWholeReview()
                         {u"logging"_qs, u"DVLoggingDebug"_qs},
                         {u"apiUserId"_qs, u"app"_qs},
                         {u"apiUserSecret"_qs, apiSecret},
-                        {u"otaKey"_qs, QString::fromLatin1(PlatformProject::keyBytes().toBase64())},
+                        {u"otaKey"_qs, Delivered::base64()},
                         {u"servers"_qs, ReviewApp::serversAt(proxy.port())}};
     app.ask(u"start"_qs, {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}});
     QVERIFY(!ReviewApp::errorOf(app.ask(u"signIn"_qs, {{u"user"_qs, u"ana"_qs}, {u"password"_qs, mistyped}}))

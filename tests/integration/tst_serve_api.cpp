@@ -1,6 +1,7 @@
 // The REST API of the stand-in for the platform: whom it lets in, what it answers, what it refuses.
 #include "PlatformProject.h"
 #include "PlatformTexts.h"
+#include <DVRows.h>
 
 #include <QDir>
 #include <QtEndian>
@@ -85,12 +86,8 @@ private Q_SLOTS:
 
 void tst_ServeApi::callersThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("target");
-    QTest::addColumn<bool>("isForUsers");
+    const DVRows<QByteArray, QByteArray, bool> row("method", "target", "isForUsers");
 
-    const auto row = [](const char *name, const QByteArray &method, const QByteArray &target,
-                        bool isForUsers) { QTest::newRow(name) << method << target << isForUsers; };
     row("the ping", "GET", "/auth-api/v2/ping", false);
     row("project information", "GET", "/projects-api/v2/projects/garden", false);
     row("workflows", "GET", "/workflows-strings-api/v2/projects/garden/workflows", true);
@@ -108,9 +105,7 @@ void tst_ServeApi::callersThatAreRefused()
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, target);
     QFETCH(bool, isForUsers);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray body = method == "GET" ? QByteArray() : QByteArray("{}");
     for (const QByteArray &header :
          {QByteArray(), QByteArray("Authorization: Bearer\r\n"), QByteArray("Authorization: Bearer abc\r\n"),
@@ -141,10 +136,7 @@ void tst_ServeApi::callersThatAreRefused()
 
 void tst_ServeApi::projectInfo()
 {
-    const PlatformProject folder;
-    folder.setPeople({{u"name"_qs, u"Garden diary"_qs}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform({{u"name"_qs, u"Garden diary"_qs}});
     for (const QByteArray &token : {peer.accessToken(), peer.applicationToken()}) {
         const HttpAnswer answer = peer.get("/projects-api/v2/projects/garden", token);
         QCOMPARE(answer.status, 200);
@@ -164,9 +156,7 @@ void tst_ServeApi::projectInfo()
 
 void tst_ServeApi::workflowsOfEachUser()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const auto rights = [&peer](const QByteArray &token) {
         QStringList all;
         const QJsonArray items =
@@ -215,10 +205,7 @@ void tst_ServeApi::workflowsOfTheProject()
 
 void tst_ServeApi::issuesAreKept()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     QStringList uids;
     for (const QString &said : {u"Trop long.\n\"{}\" 👩‍🌾"_qs, QString()}) {
         const HttpAnswer answer = peer.send(
@@ -242,49 +229,44 @@ void tst_ServeApi::issuesAreKept()
 
 void tst_ServeApi::issuesThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("body");
+    const DVRows<QByteArray> row("body");
     const QByteArray good = R"({"string": {"hashcode": "hello", "localeId": "fr-CA"}, "issueText": "x",
                                "issueSubTypeCode": "GENERAL_ISSUE", "issueTypeCode": "TRANSLATION"})";
     const auto with = [&good](const char *what, const QByteArray &instead) {
         return QByteArray(good).replace(what, instead);
     };
-    QTest::newRow("an unknown string") << with("hello", "nothing");
-    QTest::newRow("an unknown locale") << with("fr-CA", "de");
-    QTest::newRow("no string") << with("\"string\"", "\"text\"");
-    QTest::newRow("a string of another type")
-        << with(R"({"hashcode": "hello", "localeId": "fr-CA"})", "\"hello\"");
-    QTest::newRow("a hashcode of another type") << with("\"hello\"", "7");
-    QTest::newRow("no text") << with("\"x\"", "null");
-    QTest::newRow("a text without end") << with("\"x\"", '"' + QByteArray(10001, 'x') + '"');
-    QTest::newRow("no subtype") << with("GENERAL_ISSUE", "");
-    QTest::newRow("another type") << with("TRANSLATION", "COMPLAINT");
-    QTest::newRow("a list") << QByteArray("[]");
+    row("an unknown string", with("hello", "nothing"));
+    row("an unknown locale", with("fr-CA", "de"));
+    row("no string", with("\"string\"", "\"text\""));
+    row("a string of another type", with(R"({"hashcode": "hello", "localeId": "fr-CA"})", "\"hello\""));
+    row("a hashcode of another type", with("\"hello\"", "7"));
+    row("no text", with("\"x\"", "null"));
+    row("a text without end", with("\"x\"", '"' + QByteArray(10001, 'x') + '"'));
+    row("no subtype", with("GENERAL_ISSUE", ""));
+    row("another type", with("TRANSLATION", "COMPLAINT"));
+    row("a list", "[]");
 }
 
 void tst_ServeApi::issuesThatAreRefused()
 {
     QFETCH(QByteArray, body);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const HttpAnswer answer =
         server.request("POST", issuesPath,
                        PlatformPeer::bearer(peer.accessToken()) + "Content-Type: application/json\r\n", body);
     QCOMPARE(answer.status, 400);
     QCOMPARE(PlatformPeer::code(answer), u"VALIDATION_ERROR"_qs);
-    QVERIFY(folder.receivedFile(u"issues.jsonl"_qs).isEmpty());
+    QVERIFY(folder.received(u"issues.jsonl"_qs).isEmpty());
 }
 
 void tst_ServeApi::contextsAndBindings()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray token = peer.applicationToken();
     const HttpAnswer answer = peer.upload(contextsPath, token, "content", picture());
     QCOMPARE(answer.status, 200);
     const QString uid = PlatformPeer::data(answer).value(u"contextUid"_qs).toString();
-    QCOMPARE(folder.receivedFile(u"contexts/%1.png"_qs.arg(uid)), picture());
+    QCOMPARE(folder.received(u"contexts/%1.png"_qs.arg(uid)), picture());
 
     const QByteArray context = uid.toLatin1();
     const HttpAnswer bound = peer.send(
@@ -309,40 +291,35 @@ void tst_ServeApi::contextsAndBindings()
 
 void tst_ServeApi::picturesThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("content");
+    const DVRows<QByteArray> row("content");
     const QByteArray good = picture();
     QByteArray damaged = good;
     damaged[40] = char(damaged[40] + 1);
-    QTest::newRow("nothing") << QByteArray("");
-    QTest::newRow("text") << QByteArray("not a picture");
-    QTest::newRow("another format") << QByteArray("GIF89a") + good;
-    QTest::newRow("the signature only") << good.first(8);
-    QTest::newRow("half of it") << good.first(good.size() / 2);
-    QTest::newRow("all but its end") << good.chopped(12);
-    QTest::newRow("something behind its end") << good + "<script>";
-    QTest::newRow("a bit that changed") << damaged;
-    QTest::newRow("no pixels") << png(0, 2, "", greyFormat);
-    QTest::newRow("too few pixels") << png(3, 2, QByteArray(7, '\0'), greyFormat);
-    QTest::newRow("too many pixels") << png(3, 2, QByteArray(9, '\0'), greyFormat);
-    QTest::newRow("a bomb: few pixels, 512 MB of them") << png(3, 2, QByteArray(512 << 20, '\0'), greyFormat);
-    QTest::newRow("a bomb: more pixels than memory") << png(0x7FFFFFFF, 0x7FFFFFFF, "", greyFormat);
-    QTest::newRow("sizes beyond the format") << png(0xFFFFFFFF, 1, "", greyFormat);
-    QTest::newRow("a depth that there is not")
-        << png(3, 2, QByteArray("\0abc\0def", 8), QByteArray("\x07\0\0\0\0", 5));
-    QTest::newRow("a colour type that there is not") << png(3, 2, "", QByteArray("\x08\x05\0\0\0", 5));
-    QTest::newRow("a chunk longer than the file") << QByteArray("\x89PNG\r\n\x1A\n") +
-                                                         QByteArray("\xFF\xFF\xFF\xFF", 4) + "IHDR" +
-                                                         QByteArray(30, '\0');
-    QTest::newRow("another first chunk")
-        << QByteArray("\x89PNG\r\n\x1A\n") + chunk("IDAT", "x") + chunk("IEND", {});
+    row("nothing", "");
+    row("text", "not a picture");
+    row("another format", QByteArray("GIF89a") + good);
+    row("the signature only", good.first(8));
+    row("half of it", good.first(good.size() / 2));
+    row("all but its end", good.chopped(12));
+    row("something behind its end", good + "<script>");
+    row("a bit that changed", damaged);
+    row("no pixels", png(0, 2, "", greyFormat));
+    row("too few pixels", png(3, 2, QByteArray(7, '\0'), greyFormat));
+    row("too many pixels", png(3, 2, QByteArray(9, '\0'), greyFormat));
+    row("a bomb: few pixels, 512 MB of them", png(3, 2, QByteArray(512 << 20, '\0'), greyFormat));
+    row("a bomb: more pixels than memory", png(0x7FFFFFFF, 0x7FFFFFFF, "", greyFormat));
+    row("sizes beyond the format", png(0xFFFFFFFF, 1, "", greyFormat));
+    row("a depth that there is not", png(3, 2, QByteArray("\0abc\0def", 8), QByteArray("\x07\0\0\0\0", 5)));
+    row("a colour type that there is not", png(3, 2, "", QByteArray("\x08\x05\0\0\0", 5)));
+    row("a chunk longer than the file",
+        QByteArray("\x89PNG\r\n\x1A\n") + QByteArray("\xFF\xFF\xFF\xFF", 4) + "IHDR" + QByteArray(30, '\0'));
+    row("another first chunk", QByteArray("\x89PNG\r\n\x1A\n") + chunk("IDAT", "x") + chunk("IEND", {}));
 }
 
 void tst_ServeApi::picturesThatAreRefused()
 {
     QFETCH(QByteArray, content);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray token = peer.applicationToken();
     const HttpAnswer answer = peer.upload(contextsPath, token, "content", content);
     QCOMPARE(answer.status, 400);
@@ -381,9 +358,7 @@ void tst_ServeApi::bindingsThatAreRefused_data()
 void tst_ServeApi::bindingsThatAreRefused()
 {
     QFETCH(QByteArray, body);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray token = peer.applicationToken();
     const QString uid = PlatformPeer::data(peer.upload(contextsPath, token, "content", picture()))
                             .value(u"contextUid"_qs)
@@ -393,13 +368,12 @@ void tst_ServeApi::bindingsThatAreRefused()
         body.replace("UID", uid.toLatin1()));
     QCOMPARE(answer.status, 400);
     QCOMPARE(PlatformPeer::code(answer), u"VALIDATION_ERROR"_qs);
-    QVERIFY(folder.receivedFile(u"contexts/bindings.jsonl"_qs).isEmpty());
+    QVERIFY(folder.received(u"contexts/bindings.jsonl"_qs).isEmpty());
 }
 
 void tst_ServeApi::hostileJson_data()
 {
-    QTest::addColumn<QByteArray>("contentType");
-    QTest::addColumn<QByteArray>("body");
+    const DVRows<QByteArray, QByteArray> add("contentType", "body");
     const QByteArray json = "application/json";
     const auto row = [&json](const char *name, const QByteArray &body) {
         QTest::newRow(name) << json << body;
@@ -423,19 +397,15 @@ void tst_ServeApi::hostileJson_data()
         R"({"localeId": "fr-CA", "strings": [{"hashcode": "hello", "currentWorkflowStepUid": null}]})");
     row("a million strings",
         "{\"localeId\": \"fr-CA\", \"strings\": [" + QByteArray("{},").repeated(1000000) + "{}]}");
-    QTest::newRow("a form") << QByteArray("application/x-www-form-urlencoded")
-                            << QByteArray("localeId=fr-CA");
-    QTest::newRow("no type") << QByteArray() << QByteArray(R"({"localeId": "fr-CA", "strings": []})");
+    add("a form", "application/x-www-form-urlencoded", "localeId=fr-CA");
+    add("no type", {}, R"({"localeId": "fr-CA", "strings": []})");
 }
 
 void tst_ServeApi::hostileJson()
 {
     QFETCH(QByteArray, contentType);
     QFETCH(QByteArray, body);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     const QByteArray type = contentType.isEmpty() ? QByteArray() : "Content-Type: " + contentType + "\r\n";
     for (const QByteArray &target :
          {submittedPath, QByteArray("/workflows-strings-api/v2/projects/garden/rejectedStrings")}) {
@@ -446,7 +416,7 @@ void tst_ServeApi::hostileJson()
     }
     for (const QByteArray &target : {issuesPath, bindingsPath, QByteArray("/auth-api/v2/authenticate")})
         QCOMPARE(server.request("POST", target, PlatformPeer::bearer(token) + type, body).status, 400);
-    QVERIFY(folder.receivedFile(u"statuses.jsonl"_qs).isEmpty());
+    QVERIFY(folder.received(u"statuses.jsonl"_qs).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_ServeApi)

@@ -51,10 +51,7 @@ void tst_ServeKept::aRestartForgetsNothing()
 
 void tst_ServeKept::aDamagedFileIsNotOverwritten()
 {
-    const PlatformProject folder;
-    ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     peer.import(token, unit("hello", "Coucou", "review"));
     for (const QByteArray &damaged :
          {QByteArray("{\"strings\": [{\"hashcode\": \"hello\","), QByteArray("{\"strings\": [{}]}"),
@@ -62,7 +59,7 @@ void tst_ServeKept::aDamagedFileIsNotOverwritten()
           QByteArray("{\"strings\": [{\"hashcode\": \"hello\", \"published\": {\"none\": 7}}]}")}) {
         folder.write(u"received/translations/fr-CA.json"_qs, damaged);
         QCOMPARE(peer.import(token, unit("hello", "Hé", "review")).status, 500);
-        QCOMPARE(folder.receivedFile(u"translations/fr-CA.json"_qs), damaged);
+        QCOMPARE(folder.received(u"translations/fr-CA.json"_qs), damaged);
         QCOMPARE(server.get("/projects/garden/1.0/fr-CA/strings.gz").status, 200);
     }
     QVERIFY(server.logWith("mend it or take it away").contains("fr-CA.json"));
@@ -72,10 +69,7 @@ void tst_ServeKept::aDamagedFileIsNotOverwritten()
 
 void tst_ServeKept::aTornLineSwallowsNothing()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     folder.write(u"received/statuses.jsonl"_qs, "{\"event\":\"impor");
     peer.import(token, unit("hello", "Coucou", "review"));
     const QList<QJsonObject> lines = folder.receivedLines(u"statuses.jsonl"_qs);

@@ -1,5 +1,6 @@
 // Signing in to the stand-in for the platform: page, codes, tokens, log out, API credentials.
 #include "PlatformProject.h"
+#include <DVRows.h>
 
 #include <QDirIterator>
 
@@ -103,34 +104,27 @@ void tst_ServeSignIn::thePageIsForPeople()
 
 void tst_ServeSignIn::requestsThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("query");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("location");
+    const DVRows<QByteArray, QByteArray, int, QByteArray> row("method", "query", "status", "location");
 
     const QByteArray good = "response_type=code&client_id=ios-sdk&redirect_uri=dorvane.ios.sdk://login/";
     const auto without = [&good](const char *what, const char *instead) {
         return QByteArray(good).replace(what, instead);
     };
     const QByteArray none;
-    QTest::newRow("no query") << QByteArray("GET") << none << 400 << none;
-    QTest::newRow("another client") << QByteArray("GET") << without("ios-sdk&", "web&") << 400 << none;
-    QTest::newRow("another client's redirection")
-        << QByteArray("GET") << without("dorvane.ios.sdk://login/", "https://example.com/") << 400 << none;
-    QTest::newRow("a redirection that begins like the right one")
-        << QByteArray("GET") << good + "x" << 400 << none;
-    QTest::newRow("a second redirection")
-        << QByteArray("GET") << good + "&redirect_uri=https://example.com/" << 400 << none;
-    QTest::newRow("a password for another client's redirection")
-        << QByteArray("POST") << without("dorvane.ios.sdk://login/", "https://example.com/") << 400 << none;
-    QTest::newRow("another type of response")
-        << QByteArray("GET") << without("=code", "=token") + "&state=a%26b" << 302
-        << QByteArray("dorvane.ios.sdk://login/?error=unsupported_response_type&state=a%26b");
-    QTest::newRow("no type of response")
-        << QByteArray("GET") << without("response_type=code&", "") << 302
-        << QByteArray("dorvane.ios.sdk://login/?error=unsupported_response_type");
-    QTest::newRow("PUT") << QByteArray("PUT") << good << 405 << none;
-    QTest::newRow("DELETE") << QByteArray("DELETE") << good << 405 << none;
+    row("no query", "GET", none, 400, none);
+    row("another client", "GET", without("ios-sdk&", "web&"), 400, none);
+    row("another client's redirection", "GET", without("dorvane.ios.sdk://login/", "https://example.com/"),
+        400, none);
+    row("a redirection that begins like the right one", "GET", good + "x", 400, none);
+    row("a second redirection", "GET", good + "&redirect_uri=https://example.com/", 400, none);
+    row("a password for another client's redirection", "POST",
+        without("dorvane.ios.sdk://login/", "https://example.com/"), 400, none);
+    row("another type of response", "GET", without("=code", "=token") + "&state=a%26b", 302,
+        "dorvane.ios.sdk://login/?error=unsupported_response_type&state=a%26b");
+    row("no type of response", "GET", without("response_type=code&", ""), 302,
+        "dorvane.ios.sdk://login/?error=unsupported_response_type");
+    row("PUT", "PUT", good, 405, none);
+    row("DELETE", "DELETE", good, 405, none);
 }
 
 void tst_ServeSignIn::requestsThatAreRefused()
@@ -152,18 +146,17 @@ void tst_ServeSignIn::requestsThatAreRefused()
 
 void tst_ServeSignIn::wrongPasswords_data()
 {
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QString>("password");
-    QTest::newRow("another password") << u"ana"_qs << u"giardino"_qs;
-    QTest::newRow("no password") << u"ana"_qs << QString();
-    QTest::newRow("the beginning of it") << u"ana"_qs << PlatformProject::password().chopped(1);
-    QTest::newRow("something behind it") << u"ana"_qs << PlatformProject::password() + u' ';
-    QTest::newRow("another user's") << u"ana"_qs << u"b"_qs;
-    QTest::newRow("an unknown user") << u"eve"_qs << PlatformProject::password();
-    QTest::newRow("another letter case") << u"Ana"_qs << PlatformProject::password();
-    QTest::newRow("no user") << QString() << PlatformProject::password();
-    QTest::newRow("API credentials") << u"app"_qs << u"app secret"_qs;
-    QTest::newRow("markup") << u"<script>\"'&{{error}}"_qs << u"x"_qs;
+    const DVRows<QString, QString> row("user", "password");
+    row("another password", u"ana"_qs, u"giardino"_qs);
+    row("no password", u"ana"_qs, {});
+    row("the beginning of it", u"ana"_qs, PlatformProject::password().chopped(1));
+    row("something behind it", u"ana"_qs, PlatformProject::password() + u' ');
+    row("another user's", u"ana"_qs, u"b"_qs);
+    row("an unknown user", u"eve"_qs, PlatformProject::password());
+    row("another letter case", u"Ana"_qs, PlatformProject::password());
+    row("no user", {}, PlatformProject::password());
+    row("API credentials", u"app"_qs, u"app secret"_qs);
+    row("markup", u"<script>\"'&{{error}}"_qs, u"x"_qs);
 }
 
 void tst_ServeSignIn::wrongPasswords()
@@ -179,7 +172,7 @@ void tst_ServeSignIn::wrongPasswords()
     QVERIFY(answer.body.contains(QByteArray("value=\"" + user.toHtmlEscaped().toUtf8() + "\"")));
     QVERIFY(!answer.body.contains("<script"));
     QVERIFY(password.size() < 3 || !answer.body.contains(password.toUtf8()));
-    QVERIFY(folder.receivedFile(u"tokens.json"_qs).isEmpty());
+    QVERIFY(folder.received(u"tokens.json"_qs).isEmpty());
 }
 
 void tst_ServeSignIn::aSignInGivesTokens()
@@ -224,9 +217,7 @@ void tst_ServeSignIn::aSignInGivesTokens()
 
 void tst_ServeSignIn::theStateComesBack()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray body =
         PlatformPeer::form({{"user", u"ana"_qs}, {"password", PlatformProject::password()}});
     const HttpAnswer answer = peer.postForm(PlatformPeer::signInPath() + "&state=%26code=x%0D%0Ay%20z", body);
@@ -238,9 +229,7 @@ void tst_ServeSignIn::theStateComesBack()
 // RFC 6749, 4.1.2: whoever uses it again may have stolen it.
 void tst_ServeSignIn::aCodeIsGoodOnce()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray code = PlatformPeer::codeOf(peer.signIn());
     const QJsonObject first = PlatformPeer::json(peer.exchange(code));
     const QByteArray access = text(first, u"access_token"_qs).toLatin1();
@@ -257,10 +246,7 @@ void tst_ServeSignIn::aCodeIsGoodOnce()
 
 void tst_ServeSignIn::aCodeThatHasExpired()
 {
-    const PlatformProject folder;
-    folder.setPeople({{u"tokens"_qs, QJsonObject{{u"codeSeconds"_qs, 0}}}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"codeSeconds"_qs, 0}}}});
     const HttpAnswer answer = peer.exchange(PlatformPeer::codeOf(peer.signIn()));
     QCOMPARE(answer.status, 400);
     QCOMPARE(text(PlatformPeer::json(answer), u"error"_qs), u"invalid_grant"_qs);
@@ -268,9 +254,8 @@ void tst_ServeSignIn::aCodeThatHasExpired()
 
 void tst_ServeSignIn::tokenRequestsThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("body"); // CODE and REFRESH stand for good ones
-    QTest::addColumn<QByteArray>("contentType");
-    QTest::addColumn<QString>("error");
+    // body: CODE and REFRESH stand for good ones
+    const DVRows<QByteArray, QByteArray, QString> row("body", "contentType", "error");
 
     const QByteArray form = "application/x-www-form-urlencoded";
     const QByteArray code = "client_id=ios-sdk&redirect_uri=dorvane.ios.sdk%3A%2F%2Flogin%2F&code=CODE"
@@ -279,25 +264,21 @@ void tst_ServeSignIn::tokenRequestsThatAreRefused_data()
     const auto with = [](QByteArray body, const char *what, const char *instead) {
         return body.replace(what, instead);
     };
-    QTest::newRow("nothing is wrong with a code") << code << form << QString();
-    QTest::newRow("nothing is wrong with a refresh token") << refresh << form + ";charset=utf-8" << QString();
-    QTest::newRow("another client") << with(code, "ios-sdk&", "other&") << form << u"invalid_client"_qs;
-    QTest::newRow("no client") << with(refresh, "client_id", "client") << form << u"invalid_client"_qs;
-    QTest::newRow("another redirection") << with(code, "login%2F", "") << form << u"invalid_grant"_qs;
-    QTest::newRow("an unknown code") << with(code, "CODE", "abc") << form << u"invalid_grant"_qs;
-    QTest::newRow("no code") << with(code, "CODE", "") << form << u"invalid_request"_qs;
-    QTest::newRow("an unknown refresh token")
-        << with(refresh, "REFRESH", "abc") << form << u"invalid_grant"_qs;
-    QTest::newRow("no refresh token")
-        << with(refresh, "&refresh_token=REFRESH", "") << form << u"invalid_request"_qs;
-    QTest::newRow("no grant") << with(code, "grant_type", "grant") << form << u"invalid_request"_qs;
-    QTest::newRow("another grant") << with(code, "authorization_code", "password") << form
-                                   << u"unsupported_grant_type"_qs;
-    QTest::newRow("a field twice") << code + "&code=CODE" << form << u"invalid_request"_qs;
-    QTest::newRow("JSON") << QByteArray("{\"grant_type\":\"refresh_token\"}")
-                          << QByteArray("application/json") << u"invalid_request"_qs;
-    QTest::newRow("no type") << code << QByteArray() << u"invalid_request"_qs;
-    QTest::newRow("nothing") << QByteArray("") << form << u"invalid_client"_qs;
+    row("nothing is wrong with a code", code, form, {});
+    row("nothing is wrong with a refresh token", refresh, form + ";charset=utf-8", {});
+    row("another client", with(code, "ios-sdk&", "other&"), form, u"invalid_client"_qs);
+    row("no client", with(refresh, "client_id", "client"), form, u"invalid_client"_qs);
+    row("another redirection", with(code, "login%2F", ""), form, u"invalid_grant"_qs);
+    row("an unknown code", with(code, "CODE", "abc"), form, u"invalid_grant"_qs);
+    row("no code", with(code, "CODE", ""), form, u"invalid_request"_qs);
+    row("an unknown refresh token", with(refresh, "REFRESH", "abc"), form, u"invalid_grant"_qs);
+    row("no refresh token", with(refresh, "&refresh_token=REFRESH", ""), form, u"invalid_request"_qs);
+    row("no grant", with(code, "grant_type", "grant"), form, u"invalid_request"_qs);
+    row("another grant", with(code, "authorization_code", "password"), form, u"unsupported_grant_type"_qs);
+    row("a field twice", code + "&code=CODE", form, u"invalid_request"_qs);
+    row("JSON", "{\"grant_type\":\"refresh_token\"}", "application/json", u"invalid_request"_qs);
+    row("no type", code, {}, u"invalid_request"_qs);
+    row("nothing", "", form, u"invalid_client"_qs);
 }
 
 void tst_ServeSignIn::tokenRequestsThatAreRefused()
@@ -305,9 +286,7 @@ void tst_ServeSignIn::tokenRequestsThatAreRefused()
     QFETCH(QByteArray, body);
     QFETCH(QByteArray, contentType);
     QFETCH(QString, error);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     body.replace("REFRESH", text(peer.tokens(), u"refresh_token"_qs).toLatin1());
     body.replace("CODE", PlatformPeer::codeOf(peer.signIn()));
     const QByteArray type = contentType.isEmpty() ? QByteArray() : "Content-Type: " + contentType + "\r\n";
@@ -319,19 +298,16 @@ void tst_ServeSignIn::tokenRequestsThatAreRefused()
 
 void tst_ServeSignIn::refreshing_data()
 {
-    QTest::addColumn<bool>("rotates");
-    QTest::newRow("a refresh token that stays") << false;
-    QTest::newRow("one for each use") << true;
+    const DVRows<bool> row("rotates");
+    row("a refresh token that stays", false);
+    row("one for each use", true);
 }
 
 void tst_ServeSignIn::refreshing()
 {
     QFETCH(bool, rotates);
-    const PlatformProject folder;
-    folder.setPeople(
+    auto [folder, server, peer] = ServedPlatform(
         {{u"tokens"_qs, QJsonObject{{u"rotateRefresh"_qs, rotates}, {u"refreshSeconds"_qs, 5000}}}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
     const QJsonObject first = peer.tokens();
     const QString firstRefresh = text(first, u"refresh_token"_qs);
     const HttpAnswer answer = peer.refresh(firstRefresh);
@@ -349,10 +325,7 @@ void tst_ServeSignIn::refreshing()
 
 void tst_ServeSignIn::accessTokensExpire()
 {
-    const PlatformProject folder;
-    folder.setPeople({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 2}}}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 2}}}});
     const QJsonObject tokens = peer.tokens();
     QCOMPARE(tokens.value(u"expires_in"_qs).toInteger(), 2);
     const QByteArray access = text(tokens, u"access_token"_qs).toLatin1();
@@ -368,10 +341,7 @@ void tst_ServeSignIn::accessTokensExpire()
 
 void tst_ServeSignIn::refreshTokensExpire()
 {
-    const PlatformProject folder;
-    folder.setPeople({{u"tokens"_qs, QJsonObject{{u"refreshSeconds"_qs, 0}}}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"refreshSeconds"_qs, 0}}}});
     const QJsonObject tokens = peer.tokens();
     QCOMPARE(peer.refresh(text(tokens, u"refresh_token"_qs)).status, 400);
     QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 200);
@@ -379,26 +349,21 @@ void tst_ServeSignIn::refreshTokensExpire()
 
 void tst_ServeSignIn::loggingOut_data()
 {
-    QTest::addColumn<QByteArray>("query"); // REFRESH stands for the token
-    QTest::addColumn<int>("status");
-    QTest::addColumn<bool>("ends");
-    QTest::newRow("the project as the client")
-        << QByteArray("refresh_token=REFRESH&client_id=garden") << 204 << true;
-    QTest::newRow("the client of the other endpoints")
-        << QByteArray("client_id=ios-sdk&refresh_token=REFRESH") << 204 << true;
-    QTest::newRow("an unknown token") << QByteArray("refresh_token=abc&client_id=garden") << 204 << false;
-    QTest::newRow("another client") << QByteArray("refresh_token=REFRESH&client_id=other") << 400 << false;
-    QTest::newRow("no token") << QByteArray("client_id=garden") << 400 << false;
-    QTest::newRow("nothing") << QByteArray("") << 400 << false;
+    // query: REFRESH stands for the token
+    const DVRows<QByteArray, int, bool> row("query", "status", "ends");
+    row("the project as the client", "refresh_token=REFRESH&client_id=garden", 204, true);
+    row("the client of the other endpoints", "client_id=ios-sdk&refresh_token=REFRESH", 204, true);
+    row("an unknown token", "refresh_token=abc&client_id=garden", 204, false);
+    row("another client", "refresh_token=REFRESH&client_id=other", 400, false);
+    row("no token", "client_id=garden", 400, false);
+    row("nothing", "", 400, false);
 }
 
 void tst_ServeSignIn::loggingOut()
 {
     QFETCH(QByteArray, query);
     QFETCH(bool, ends);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QJsonObject tokens = peer.tokens();
     const QByteArray refresh = text(tokens, u"refresh_token"_qs).toLatin1();
     const QByteArray access = text(tokens, u"access_token"_qs).toLatin1();
@@ -412,10 +377,7 @@ void tst_ServeSignIn::loggingOut()
 
 void tst_ServeSignIn::apiCredentials()
 {
-    const PlatformProject folder;
-    folder.setPeople({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 90}}}});
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 90}}}});
     const HttpAnswer answer = peer.authenticate();
     QCOMPARE(answer.status, 200);
     QCOMPARE(PlatformPeer::code(answer), u"SUCCESS"_qs);
@@ -445,9 +407,7 @@ void tst_ServeSignIn::apiCredentials()
 
 void tst_ServeSignIn::tokensOfOneKindAreNotThoseOfAnother()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QJsonObject user = peer.tokens();
     const QJsonObject application = PlatformPeer::data(peer.authenticate());
     const QByteArray path = "/auth-api/v2/authenticate/refresh";
@@ -492,9 +452,7 @@ void tst_ServeSignIn::tokensOutliveTheServer()
 
 void tst_ServeSignIn::whoLeavesTheProjectIsSignedOut()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QJsonObject tokens = peer.tokens();
     folder.setPeople({{u"users"_qs, QJsonArray()}});
     QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 401);
@@ -504,9 +462,7 @@ void tst_ServeSignIn::whoLeavesTheProjectIsSignedOut()
 
 void tst_ServeSignIn::damagedTokensSignEverybodyOut()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray access = peer.accessToken();
     folder.write(u"received/tokens.json"_qs, "{\"tokens\": [7, {}, {\"sha256\": 1}, \"x");
     QCOMPARE(peer.get(pingPath, access).status, 401);
@@ -518,9 +474,7 @@ void tst_ServeSignIn::damagedTokensSignEverybodyOut()
 
 void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
 {
-    const PlatformProject folder;
-    ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     peer.signIn(u"ana"_qs, u"a wrong one 4711"_qs);
     const QByteArray code = PlatformPeer::codeOf(peer.signIn());
     const QJsonObject tokens = PlatformPeer::json(peer.exchange(code));
@@ -541,7 +495,7 @@ void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
                                  refresh,
                                  text(application, u"accessToken"_qs).toLatin1(),
                                  text(application, u"refreshToken"_qs).toLatin1(),
-                                 TestProject::keyBytes().toBase64()};
+                                 Delivered::key().toBase64()};
     for (const QByteArray &secret : secrets) {
         QVERIFY(secret.size() > 8);
         // A first piece of it is enough to find it where it was cut.
@@ -561,25 +515,23 @@ void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
 
 void tst_ServeSignIn::hostileForms_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::newRow("nothing") << QByteArray("");
-    QTest::newRow("a huge field") << "user=ana&password=" + QByteArray(8 << 20, 'x');
-    QTest::newRow("a hundred thousand fields") << QByteArray("user=ana&").repeated(100000);
-    QTest::newRow("only separators") << QByteArray(60000, '&');
-    QTest::newRow("only equals signs") << QByteArray(60000, '=');
-    QTest::newRow("escapes that are none") << QByteArray("user=%zz%&password=%u0041%");
-    QTest::newRow("no UTF-8") << QByteArray("user=%ff%c0%ae&password=\xff\xfe");
-    QTest::newRow("zero bytes") << QByteArray("user=ana%00&password=gar\0den", 26);
-    QTest::newRow("two passwords") << QByteArray("user=ana&password=x&password=y");
-    QTest::newRow("JSON") << QByteArray("{\"user\":\"ana\"}");
+    const DVRows<QByteArray> row("body");
+    row("nothing", "");
+    row("a huge field", "user=ana&password=" + QByteArray(8 << 20, 'x'));
+    row("a hundred thousand fields", QByteArray("user=ana&").repeated(100000));
+    row("only separators", QByteArray(60000, '&'));
+    row("only equals signs", QByteArray(60000, '='));
+    row("escapes that are none", "user=%zz%&password=%u0041%");
+    row("no UTF-8", "user=%ff%c0%ae&password=\xff\xfe");
+    row("zero bytes", QByteArray("user=ana%00&password=gar\0den", 26));
+    row("two passwords", "user=ana&password=x&password=y");
+    row("JSON", "{\"user\":\"ana\"}");
 }
 
 void tst_ServeSignIn::hostileForms()
 {
     QFETCH(QByteArray, body);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     for (const QByteArray &target : {PlatformPeer::signInPath(), PlatformPeer::openIdPath("token"),
                                      PlatformPeer::openIdPath("logout")}) {
         const HttpAnswer answer = peer.postForm(target, body);
@@ -602,36 +554,31 @@ void tst_ServeSignIn::saysWhoCanSignIn()
 
 void tst_ServeSignIn::refusesToStart_data()
 {
-    QTest::addColumn<QJsonObject>("changes");
-    QTest::addColumn<QByteArray>("says");
+    const DVRows<QJsonObject, QByteArray> row("changes", "says");
     const auto parsed = [](const char *json) { return QJsonDocument::fromJson(json).object(); };
-    QTest::newRow("users that are no list")
-        << parsed(R"({"users": {"ana": "x"}})") << QByteArray("\"users\" must be a list of objects");
-    QTest::newRow("a user without a password") << parsed(R"({"users": [{"user": "ana"}]})")
-                                               << QByteArray("\"users\" entry 1: \"password\" is missing");
-    QTest::newRow("a password of another type")
-        << parsed(R"({"users": [{"user": "ana", "password": 7}]})")
-        << QByteArray("\"users\" entry 1: \"password\" must be a text");
-    QTest::newRow("a user twice")
-        << parsed(R"({"users": [{"user": "a", "password": "x"}, {"user": "a", "password": "y"}]})")
-        << QByteArray("\"users\" entry 2: \"user\" is there twice");
-    QTest::newRow("a permission of another type")
-        << parsed(R"({"users": [{"user": "a", "password": "x", "permissions": {"canSubmitStrings": 1}}]})")
-        << QByteArray("\"canSubmitStrings\" must be true or false");
-    QTest::newRow("credentials without a secret")
-        << parsed(R"({"apiCredentials": [{"userIdentifier": "a"}]})")
-        << QByteArray("\"apiCredentials\" entry 1: \"userSecret\" is missing");
-    QTest::newRow("half a second") << parsed(R"({"tokens": {"accessSeconds": 0.5}})")
-                                   << QByteArray("\"accessSeconds\" must be a whole number");
-    QTest::newRow("a step without a uid")
-        << parsed(R"({"workflows": [{"workflowName": "w", "workflowUid": "w",
-                       "workflowSteps": [{"workflowStepName": "s"}]}]})")
-        << QByteArray("\"workflows\" entry 1: \"workflowSteps\" entry 1: \"workflowStepUid\" is missing");
-    QTest::newRow("a step twice")
-        << parsed(R"({"workflows": [{"workflowName": "w", "workflowUid": "w", "workflowSteps": [
+    row("users that are no list", parsed(R"({"users": {"ana": "x"}})"),
+        "\"users\" must be a list of objects");
+    row("a user without a password", parsed(R"({"users": [{"user": "ana"}]})"),
+        "\"users\" entry 1: \"password\" is missing");
+    row("a password of another type", parsed(R"({"users": [{"user": "ana", "password": 7}]})"),
+        "\"users\" entry 1: \"password\" must be a text");
+    row("a user twice",
+        parsed(R"({"users": [{"user": "a", "password": "x"}, {"user": "a", "password": "y"}]})"),
+        "\"users\" entry 2: \"user\" is there twice");
+    row("a permission of another type",
+        parsed(R"({"users": [{"user": "a", "password": "x", "permissions": {"canSubmitStrings": 1}}]})"),
+        "\"canSubmitStrings\" must be true or false");
+    row("credentials without a secret", parsed(R"({"apiCredentials": [{"userIdentifier": "a"}]})"),
+        "\"apiCredentials\" entry 1: \"userSecret\" is missing");
+    row("half a second", parsed(R"({"tokens": {"accessSeconds": 0.5}})"),
+        "\"accessSeconds\" must be a whole number");
+    row("a step without a uid", parsed(R"({"workflows": [{"workflowName": "w", "workflowUid": "w",
+                       "workflowSteps": [{"workflowStepName": "s"}]}]})"),
+        "\"workflows\" entry 1: \"workflowSteps\" entry 1: \"workflowStepUid\" is missing");
+    row("a step twice", parsed(R"({"workflows": [{"workflowName": "w", "workflowUid": "w", "workflowSteps": [
                        {"workflowStepName": "s", "workflowStepUid": "u"},
-                       {"workflowStepName": "t", "workflowStepUid": "u"}]}]})")
-        << QByteArray("\"workflowStepUid\" is there twice");
+                       {"workflowStepName": "t", "workflowStepUid": "u"}]}]})"),
+        "\"workflowStepUid\" is there twice");
 }
 
 void tst_ServeSignIn::refusesToStart()

@@ -1,6 +1,7 @@
 // Translations on the stand-in for the platform: exports, imports, and their way through the workflow.
 #include "PlatformProject.h"
 #include "PlatformTexts.h"
+#include <DVRows.h>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace PlatformTexts;
@@ -44,10 +45,7 @@ private Q_SLOTS:
 
 void tst_ServeTranslations::exportsSayWhatIsPublishedAndWhatWaits()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     const Texts before{{u"hello"_qs, u"Bonjour"_qs},
                        {u"greet"_qs, u"Salut {%1}"_qs},
                        {u"leaves[one]"_qs, u"{%n} feuille"_qs},
@@ -79,21 +77,18 @@ void tst_ServeTranslations::exportsSayWhatIsPublishedAndWhatWaits()
 
 void tst_ServeTranslations::exportsThatAreRefused_data()
 {
-    QTest::addColumn<QByteArray>("query");
-    QTest::newRow("no type") << QByteArray("");
-    QTest::newRow("another type") << QByteArray("retrievalType=CONTEXT_MATCHING");
-    QTest::newRow("an unknown step") << pending + "&workflowStepUids[0]=nowhere";
-    QTest::newRow("no step") << pending + "&workflowStepUids[0]=";
-    QTest::newRow("an unknown second step")
-        << pending + "&workflowStepUids[0]=review&workflowStepUids[1]=../../x";
+    const DVRows<QByteArray> row("query");
+    row("no type", "");
+    row("another type", "retrievalType=CONTEXT_MATCHING");
+    row("an unknown step", pending + "&workflowStepUids[0]=nowhere");
+    row("no step", pending + "&workflowStepUids[0]=");
+    row("an unknown second step", pending + "&workflowStepUids[0]=review&workflowStepUids[1]=../../x");
 }
 
 void tst_ServeTranslations::exportsThatAreRefused()
 {
     QFETCH(QByteArray, query);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const HttpAnswer answer =
         peer.get("/files-api/v2/projects/garden/locales/fr-CA/content/export?" + query, peer.accessToken());
     QCOMPARE(answer.status, 400);
@@ -103,30 +98,24 @@ void tst_ServeTranslations::exportsThatAreRefused()
 
 void tst_ServeTranslations::textsComeBackAsTheyWere_data()
 {
-    QTest::addColumn<QByteArray>("written");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("markup that is text") << QByteArray("&lt;b&gt;Tom &amp; Léa&lt;/b&gt; \"x\" 'y' ]]&gt;")
-                                         << u"<b>Tom & Léa</b> \"x\" 'y' ]]>"_qs;
-    QTest::newRow("lines and blanks") << QByteArray("  eins\nzwei\tdrei  ") << u"  eins\nzwei\tdrei  "_qs;
-    QTest::newRow("a carriage return") << QByteArray("a&#13;&#10;b") << u"a\r\nb"_qs;
-    QTest::newRow("emoji and scripts") << QByteArray("👩‍🌾 مرحبا 日本 e\xCC\x81")
-                                       << u"👩‍🌾 مرحبا 日本 e\u0301"_qs;
-    QTest::newRow("a zero width space of the language")
-        << QByteArray("\xE2\x80\x8Bက\xE2\x80\x8B") << u"\u200Bက\u200B"_qs;
-    QTest::newRow("a CDATA section") << QByteArray("<![CDATA[a<b&c]]>") << u"a<b&c"_qs;
-    QTest::newRow("a literal percent sign, shown fullwidth") << QByteArray("50% net") << u"50\uFF05 net"_qs;
-    QTest::newRow("what looks like a member of our own file")
-        << QByteArray("[{\"ph\": \"x\"}]") << u"[{\"ph\": \"x\"}]"_qs;
+    const DVRows<QByteArray, QString> row("written", "text");
+    row("markup that is text", "&lt;b&gt;Tom &amp; Léa&lt;/b&gt; \"x\" 'y' ]]&gt;",
+        u"<b>Tom & Léa</b> \"x\" 'y' ]]>"_qs);
+    row("lines and blanks", "  eins\nzwei\tdrei  ", u"  eins\nzwei\tdrei  "_qs);
+    row("a carriage return", "a&#13;&#10;b", u"a\r\nb"_qs);
+    row("emoji and scripts", "👩‍🌾 مرحبا 日本 e\xCC\x81",
+        u"👩‍🌾 مرحبا 日本 e\u0301"_qs);
+    row("a zero width space of the language", "\xE2\x80\x8Bက\xE2\x80\x8B", u"\u200Bက\u200B"_qs);
+    row("a CDATA section", "<![CDATA[a<b&c]]>", u"a<b&c"_qs);
+    row("a literal percent sign, shown fullwidth", "50% net", u"50\uFF05 net"_qs);
+    row("what looks like a member of our own file", "[{\"ph\": \"x\"}]", u"[{\"ph\": \"x\"}]"_qs);
 }
 
 void tst_ServeTranslations::textsComeBackAsTheyWere()
 {
     QFETCH(QByteArray, written);
     QFETCH(QString, text);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     QCOMPARE(importErrors(peer.import(token, unit("hello", written, "review"))),
              (QMap<QString, QStringList>()));
     QCOMPARE(targetsOf(peer.exported(token, pending)).value(u"hello"_qs), text);
@@ -137,12 +126,9 @@ void tst_ServeTranslations::textsComeBackAsTheyWere()
 
 void tst_ServeTranslations::stringsThatAreNotTaken_data()
 {
-    QTest::addColumn<QByteArray>("units");
-    QTest::addColumn<QString>("hashcode");
-    QTest::addColumn<QString>("message"); // part of it
+    // message: part of it
+    const DVRows<QByteArray, QString, QString> row("units", "hashcode", "message");
 
-    const auto row = [](const char *name, const QByteArray &units, const QString &hashcode,
-                        const QString &message) { QTest::newRow(name) << units << hashcode << message; };
     row("an unknown hashcode", unit("nothing", "x", "review"), u"nothing"_qs,
         u"no string with this hashcode"_qs);
     row("a path as hashcode", unit("../../secret", "x", "review"), u"../../secret"_qs, u"no string"_qs);
@@ -196,10 +182,7 @@ void tst_ServeTranslations::stringsThatAreNotTaken()
 
 void tst_ServeTranslations::oneBadFormKeepsTheStringOut()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     const HttpAnswer answer =
         peer.import(token, unit("leaves[one]", "<ph id=\"1\">%n</ph> une", "review") +
                                unit("leaves[other]", "des <ph id=\"1\">%2</ph>", "review"));
@@ -223,10 +206,7 @@ void tst_ServeTranslations::oneBadFormKeepsTheStringOut()
 
 void tst_ServeTranslations::fromAnEditToTheUsers()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     const QByteArray frenchPath = "/projects/garden/1.0/fr-CA/strings.gz";
     const QByteArray before = "If-Modified-Since: " + server.get(frenchPath).header("Last-Modified") + "\r\n";
     peer.import(token, unit("hello", "Coucou", "translation") + unit("fresh", "Nouveau", "translation") +
@@ -268,10 +248,7 @@ void tst_ServeTranslations::fromAnEditToTheUsers()
 
 void tst_ServeTranslations::theFoldersOwnNewerTextWins()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     peer.import(token,
                 unit("hello", "Coucou", "review") + unit("greet", "Yo <ph id=\"1\">%1</ph>", "review"));
     peer.setStatus(token, "submittedStrings", {u"hello"_qs, u"greet"_qs}, u"review"_qs);
@@ -328,10 +305,7 @@ void tst_ServeTranslations::unitsThatNobodyTellsApartStay()
 
 void tst_ServeTranslations::aLocaleWithoutAFile()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     QCOMPARE(server.get("/projects/garden/1.0/pl/strings.gz").status, 404);
     QCOMPARE(targetsOf(peer.exported(token, pending, "pl")),
              (Texts{{u"fresh"_qs, u""_qs}, {u"hello"_qs, u""_qs}}));
@@ -348,10 +322,7 @@ void tst_ServeTranslations::aLocaleWithoutAFile()
 
 void tst_ServeTranslations::rejectingGoesBack()
 {
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     peer.import(token, unit("hello", "Coucou", "translation"));
     peer.setStatus(token, "submittedStrings", {u"hello"_qs}, u"translation"_qs);
     QVERIFY(failures(peer.setStatus(token, "rejectedStrings", {u"hello"_qs, u"greet"_qs}, u"review"_qs))
@@ -366,16 +337,10 @@ void tst_ServeTranslations::rejectingGoesBack()
 
 void tst_ServeTranslations::movesThatFail_data()
 {
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QByteArray>("status");
-    QTest::addColumn<QString>("hashcode");
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<QString>("reason"); // part of it
+    // reason: part of it
+    const DVRows<QString, QByteArray, QString, QString, QString> row("user", "status", "hashcode", "step",
+                                                                     "reason");
 
-    const auto row = [](const char *name, const QString &user, const QByteArray &status,
-                        const QString &hashcode, const QString &step, const QString &reason) {
-        QTest::newRow(name) << user << status << hashcode << step << reason;
-    };
     row("an unknown string", u"ana"_qs, "submittedStrings", u"nothing"_qs, u"review"_qs, u"no string"_qs);
     row("an unknown step", u"ana"_qs, "submittedStrings", u"hello"_qs, u"nowhere"_qs, u"no workflow step"_qs);
     row("another step", u"ana"_qs, "submittedStrings", u"hello"_qs, u"review"_qs,
@@ -395,9 +360,7 @@ void tst_ServeTranslations::movesThatFail()
     QFETCH(QString, hashcode);
     QFETCH(QString, step);
     QFETCH(QString, reason);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
+    auto [folder, server, peer] = ServedPlatform();
     const QByteArray ana = peer.accessToken();
     peer.import(ana, unit("hello", "Coucou", "translation"));
     const qsizetype lines = folder.receivedLines(u"statuses.jsonl"_qs).size();
@@ -413,8 +376,7 @@ void tst_ServeTranslations::movesThatFail()
 
 void tst_ServeTranslations::hostileUploads_data()
 {
-    QTest::addColumn<QByteArray>("contentType");
-    QTest::addColumn<QByteArray>("body");
+    const DVRows<QByteArray, QByteArray> add("contentType", "body");
     const QByteArray type = "multipart/form-data; boundary=b";
     const QByteArray document = PlatformProject::document(unit("hello", "Hé", "review"));
     const QByteArray good = PlatformPeer::fileBody("b", "file", document);
@@ -445,28 +407,24 @@ void tst_ServeTranslations::hostileUploads_data()
                                "<!DOCTYPE x [<!ENTITY e SYSTEM \"file:///etc/passwd\">]>\n" + document));
     row("a deep document", PlatformPeer::fileBody("b", "file", QByteArray("<xliff>").repeated(100000)));
     row("a file of nothing", PlatformPeer::fileBody("b", "file", ""));
-    QTest::newRow("no boundary") << QByteArray("multipart/form-data") << good;
-    QTest::newRow("an empty boundary") << QByteArray("multipart/form-data; boundary=\"\"") << good;
-    QTest::newRow("a boundary without end")
-        << "multipart/form-data; boundary=" + QByteArray(5000, 'b') << good;
-    QTest::newRow("a boundary without its quote") << QByteArray("multipart/form-data; boundary=\"c") << good;
-    QTest::newRow("JSON") << QByteArray("application/json") << QByteArray("{}");
+    add("no boundary", "multipart/form-data", good);
+    add("an empty boundary", "multipart/form-data; boundary=\"\"", good);
+    add("a boundary without end", "multipart/form-data; boundary=" + QByteArray(5000, 'b'), good);
+    add("a boundary without its quote", "multipart/form-data; boundary=\"c", good);
+    add("JSON", "application/json", "{}");
 }
 
 void tst_ServeTranslations::hostileUploads()
 {
     QFETCH(QByteArray, contentType);
     QFETCH(QByteArray, body);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const PlatformPeer peer(server);
-    const QByteArray token = peer.accessToken();
+    auto [folder, server, peer, token] = SignedInPlatform();
     const HttpAnswer answer = server.request(
         "POST", importPath, PlatformPeer::bearer(token) + "Content-Type: " + contentType + "\r\n", body);
     QCOMPARE(answer.status, 400);
     QCOMPARE(PlatformPeer::code(answer), u"VALIDATION_ERROR"_qs);
     QVERIFY(!answer.body.contains("root:"));
-    QVERIFY(folder.receivedFile(u"translations/fr-CA.json"_qs).isEmpty());
+    QVERIFY(folder.received(u"translations/fr-CA.json"_qs).isEmpty());
 
     // What is unusual but right is taken.
     const QByteArray document = PlatformProject::document(unit("hello", "Hé", "review"));

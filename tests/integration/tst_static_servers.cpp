@@ -2,52 +2,25 @@
 #include "StaticSite.h"
 #include "TestProject.h"
 #include "WebServer.h"
+#include <DVRows.h>
 
-#include <QLocale>
 #include <QRandomGenerator>
 #include <QSet>
 
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace Delivered;
 
 namespace {
 
 const QByteArray frenchPath = "/projects/garden/1.0/fr-CA/strings.gz";
 constexpr int expirySeconds = 7200;
 
-QByteArray httpDate(const QDateTime &date)
-{
-    return QLocale::c().toString(date.toUTC(), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_qs).toLatin1();
-}
-
-QDateTime fromHttpDate(const QByteArray &text)
-{
-    QDateTime date =
-        QLocale::c().toDateTime(QString::fromLatin1(text), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_qs);
-    date.setTimeSpec(Qt::UTC);
-    return date;
-}
-
-QStringList edition(const char *name)
-{
-    return {QString(u"bonjour "_qs + QLatin1StringView(name)),
-            QString(u"adieu "_qs + QLatin1StringView(name))};
-}
-const QStringList nothing{u"hello"_qs, u"bye"_qs};
-
-const QByteArray waitForUpdate = "{\"do\":\"wait\",\"event\":\"stringsUpdated\",\"timeoutMs\":20000}\n";
-
 // A device's clock stands right again at each run, and what it was told stays fresh for two hours.
 QByteArray hoursLater(int hours)
 {
     return "{\"do\":\"clock\",\"advanceMs\":" + QByteArray::number(hours * 3600000) + "}\n";
-}
-
-QByteArray fileContent(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // That many bytes of text that does not compress.
@@ -62,18 +35,9 @@ QByteArray noise(QRandomGenerator &random, int size)
 QByteArray packedAlone(const TestProject &project)
 {
     const QString path = project.path() + u"/alone"_qs;
-    const ToolRun run = ToolRun::tool({u"pack"_qs, u"--no-check"_qs, project.frenchFile(), path, u"--key"_qs,
-                                       QString::fromLatin1(TestProject::keyBytes().toBase64())});
-    return run.status == 0 ? fileContent(path) : QByteArray();
-}
-
-bool opensToADocument(const QByteArray &delivered)
-{
-    const ToolRun decrypted = ToolRun::program(u"openssl"_qs,
-                                               {u"enc"_qs, u"-d"_qs, u"-aes-128-ecb"_qs, u"-K"_qs,
-                                                QString::fromLatin1(TestProject::keyBytes().toHex())},
-                                               delivered);
-    return decrypted.status == 0 && ToolRun::program(u"gzip"_qs, {u"-t"_qs}, decrypted.output).status == 0;
+    const ToolRun run = ToolRun::tool(
+        {u"pack"_qs, u"--no-check"_qs, project.frenchFile(), path, u"--key"_qs, Delivered::base64()});
+    return run.status == 0 ? DVTestFiles::read(path) : QByteArray();
 }
 
 // A project, and a server that delivers it: `dorvane serve` over its folder, or one of the others over
@@ -125,7 +89,7 @@ public:
         }
     }
     // The delivered bytes, which are the same whoever delivers them.
-    QByteArray file() const { return fileContent(delivered()); }
+    QByteArray file() const { return DVTestFiles::read(delivered()); }
     QDateTime modified() const
     {
         return QFileInfo(m_isTree ? delivered() : m_project.frenchFile()).lastModified().toUTC();
@@ -178,6 +142,8 @@ QByteArray inWords(const HttpAnswer &answer, const Question &question, const Sit
         words += answer.header("Content-Length").toLongLong() == site.file().size() ? "" : "wrong length";
         words += answer.header("Last-Modified") == httpDate(site.modified()) ? "" : "wrong Last-Modified";
     }
+    if (answer.status == 304 && !answer.header("Content-Length").isEmpty())
+        words += "with a length";
     if (answer.status < 400 && !answer.header("Content-Encoding").isEmpty())
         words += "encoded as " + answer.header("Content-Encoding");
     const QDateTime date = fromHttpDate(answer.header("Date"));
@@ -220,9 +186,9 @@ private Q_SLOTS:
 private:
     static void servers()
     {
-        QTest::addColumn<QString>("server");
+        const DVRows<QString> row("server");
         for (const char *name : {"serve", "nginx", "apache", "caddy"})
-            QTest::newRow(name) << QString::fromLatin1(name);
+            row(name, QString::fromLatin1(name));
     }
 };
 
@@ -250,6 +216,7 @@ void tst_StaticServers::replies()
         {"asked with a later date", "GET", frenchPath, httpDate(published.addSecs(60)), current},
         {"asked with an earlier date", "GET", frenchPath, httpDate(published.addSecs(-1)), file},
         {"asked with something that is no date", "GET", frenchPath, "yesterday", file},
+        {"asked with an empty date", "GET", frenchPath, "", file},
         {"forced with the date of the publication", "GET", frenchPath + "/force", httpDate(published), file},
         {"the head alone", "HEAD", frenchPath, {}, "200, application/octet-stream, no body, 7200 s"},
         {"the head alone, forced",
@@ -305,13 +272,13 @@ void tst_StaticServers::devices()
     SITE();
     site.age(3600);
     TryDevice device;
-    QCOMPARE(device.texts(site.start() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.start() + lookupCommands()), edition(u"one"_qs));
 
     // Current for the time that the server said, then asked for and told that nothing changed.
     const QByteArray returns = "{\"do\":\"foreground\"}\n" + waitForUpdate;
-    QCOMPARE(device.texts(site.start() + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.start() + lookupCommands()), edition(u"one"_qs));
     QVERIFY2(!device.run().errors.contains("Response ["), device.run().errors.constData());
-    QCOMPARE(device.texts(site.start() + hoursLater(5) + returns + lookupCommands()), edition("one"));
+    QCOMPARE(device.texts(site.start() + hoursLater(5) + returns + lookupCommands()), edition(u"one"_qs));
     QVERIFY2(device.run().errors.contains("Response [304]"), device.run().errors.constData());
 
     // A publication reaches an application that was stale at its start, and one that comes back.
@@ -319,22 +286,22 @@ void tst_StaticServers::devices()
     site.age(2400);
     QCOMPARE(
         device.texts(hoursLater(10) + site.start() + lookupCommands() + waitForUpdate + lookupCommands()),
-        edition("one") + edition("two"));
+        edition(u"one"_qs) + edition(u"two"_qs));
     site.publish("three");
     site.age(1200);
-    QCOMPARE(device.texts(site.start() + hoursLater(15) + returns + lookupCommands()), edition("three"));
+    QCOMPARE(device.texts(site.start() + hoursLater(15) + returns + lookupCommands()), edition(u"three"_qs));
 
     // The publication before it, published once more, is newer than what it replaces.
     site.publish("two");
-    QCOMPARE(device.texts(site.start() + hoursLater(20) + returns + lookupCommands()), edition("two"));
+    QCOMPARE(device.texts(site.start() + hoursLater(20) + returns + lookupCommands()), edition(u"two"_qs));
 
     // Where nothing is published nothing is shown, and nothing is stored.
     TryDevice other;
-    QCOMPARE(other.texts(site.start() + lookupCommands(), u"9.9"_qs), nothing);
+    QCOMPARE(other.texts(site.start() + lookupCommands(), u"9.9"_qs), nothing());
     QVERIFY(other.run().errors.contains("Response [404]"));
     const QByteArray polish =
         StaticSite::startCommandFor(site.peer().port(), {{u"forceLocale"_qs, u"pl"_qs}});
-    QCOMPARE(other.texts(polish + lookupCommands()), nothing);
+    QCOMPARE(other.texts(polish + lookupCommands()), nothing());
     QVERIFY(other.run().errors.contains("Response [404]"));
     QCOMPARE(other.files(), QStringList());
 }
@@ -355,7 +322,7 @@ void tst_StaticServers::anyVersion()
         }
     QCOMPARE(site.peer().get("/projects/garden/7.3.1-beta/pl/strings.gz").status, 404);
     TryDevice device;
-    QCOMPARE(device.texts(site.start() + lookupCommands(), u"11.0"_qs), edition("one"));
+    QCOMPARE(device.texts(site.start() + lookupCommands(), u"11.0"_qs), edition(u"one"_qs));
 }
 
 void tst_StaticServers::bigFile()
@@ -441,7 +408,7 @@ void tst_StaticServers::publishingNeverShowsHalfAFile()
     qInfo("%d downloads, %d ended early, %d cut", downloads, ended, int(cut.size()));
     for (const QByteArray &body : cut) {
         QVERIFY2(server == u"apache", "a body is none of the files that were published");
-        QVERIFY2(!opensToADocument(body), "a device would take it for a publication");
+        QVERIFY2(opened(body).isEmpty(), "a device would take it for a publication");
     }
 }
 

@@ -3,6 +3,7 @@
 #include "TestProject.h"
 #include "ToolProcess.h"
 #include "TryProcess.h"
+#include <DVRows.h>
 
 #include <QRegularExpression>
 #include <QSaveFile>
@@ -40,7 +41,7 @@ QList<QJsonObject> objects(const QByteArray &output)
 QJsonObject startMembers(const QJsonObject &servers, QJsonObject options = {})
 {
     options.insert(u"mode"_qs, u"DVOTAServing"_qs);
-    options.insert(u"otaKey"_qs, QString::fromLatin1(TestProject::keyBytes().toBase64()));
+    options.insert(u"otaKey"_qs, Delivered::base64());
     options.insert(u"servers"_qs, servers);
     options.insert(u"analytics"_qs, false);
     return {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}};
@@ -304,9 +305,9 @@ void tst_Try::whatWasDownloadedIsKept()
 
 void tst_Try::repliesKeepTheirOrder_data()
 {
-    QTest::addColumn<bool>("fromFile");
-    QTest::newRow("a pipe that closes at once") << false;
-    QTest::newRow("a file") << true;
+    const DVRows<bool> row("fromFile");
+    row("a pipe that closes at once", false);
+    row("a file", true);
 }
 
 void tst_Try::repliesKeepTheirOrder()
@@ -334,7 +335,7 @@ void tst_Try::repliesKeepTheirOrder()
     QCOMPARE(replies.at(0), (QJsonObject{{u"reply"_qs, u"wait"_qs}, {u"waited"_qs, true}}));
     QVERIFY(replies.at(1).contains(u"error"_qs));
     for (int i = 0; i < 2000; ++i)
-        QCOMPARE(replies.at(i + 3).value(u"text"_qs).toString(), QStringLiteral("k%1").arg(i));
+        QCOMPARE(replies.at(i + 3).value(u"text"_qs).toString(), u"k%1"_qs.arg(i));
     QCOMPARE(replies.constLast().value(u"text"_qs), QJsonValue(u"no line end"_qs));
 }
 
@@ -449,23 +450,19 @@ void tst_Try::standardOutputHoldsRepliesOnly()
     QVERIFY2(run.errors.contains("[DV] Starting up Dorvane v1.4.1\n"), run.errors.constData());
     QVERIFY2(run.errors.contains("[DV] Hello: \"Bonjour\" (from current locale strings)\n"),
              run.errors.constData());
-    QVERIFY(!run.errors.contains(TestProject::keyBytes().toBase64()));
+    QVERIFY(!run.errors.contains(Delivered::key().toBase64()));
     for (const QJsonObject &line : objects(run.output))
         QVERIFY2(line.contains(u"reply"_qs) || line.contains(u"event"_qs), run.output.constData());
 }
 
 void tst_Try::refusesWrongOptions_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArray>("says");
-    QTest::newRow("a bundle that is not there")
-        << QStringList{u"--bundle"_qs, u"/nowhere"_qs} << QByteArray("--bundle is no folder: /nowhere");
-    QTest::newRow("a data folder that is a file")
-        << QStringList{u"--data-dir"_qs, QStringLiteral(DORVANE_TOOL)}
-        << QByteArray("--data-dir is no folder");
-    QTest::newRow("an argument") << QStringList{u"script"_qs}
-                                 << QByteArray("\"script\" is one argument too many");
-    QTest::newRow("an option without its value") << QStringList{u"--locale"_qs} << QByteArray("--locale");
+    const DVRows<QStringList, QByteArray> row("options", "says");
+    row("a bundle that is not there", {u"--bundle"_qs, u"/nowhere"_qs}, "--bundle is no folder: /nowhere");
+    row("a data folder that is a file", {u"--data-dir"_qs, QStringLiteral(DORVANE_TOOL)},
+        "--data-dir is no folder");
+    row("an argument", {u"script"_qs}, "\"script\" is one argument too many");
+    row("an option without its value", {u"--locale"_qs}, "--locale");
 }
 
 void tst_Try::refusesWrongOptions()

@@ -6,6 +6,7 @@
 #include "TsReader.h"
 #include "TsWriter.h"
 #include "XmlCharacters.h"
+#include <DVRows.h>
 
 #include <DVPluralForm.h>
 #include <DVXliffReader.h>
@@ -359,15 +360,13 @@ void tst_Formats::damagedLocaleFiles()
 // A file of another language becomes one of this; nothing else of it is mistaken for that attribute.
 void tst_Formats::languageOfAnotherFile_data()
 {
-    QTest::addColumn<QByteArray>("tag");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("beside the version") << QByteArray("<TS version=\"2.1\" language=\"pl\">")
-                                        << QByteArray("<TS version=\"2.1\" language=\"fr_CA\">");
-    QTest::newRow("on a line of its own") << QByteArray("<TS version='2.1'\n    language='pl'>")
-                                          << QByteArray("<TS version='2.1'\n    language='fr_CA'>");
-    QTest::newRow("after a comment that names the tag")
-        << QByteArray("<!-- <TS language=\"de\"> --><TS language = \"pl\">")
-        << QByteArray("<!-- <TS language=\"de\"> --><TS language = \"fr_CA\">");
+    const DVRows<QByteArray, QByteArray> row("tag", "expected");
+    row("beside the version", "<TS version=\"2.1\" language=\"pl\">",
+        "<TS version=\"2.1\" language=\"fr_CA\">");
+    row("on a line of its own", "<TS version='2.1'\n    language='pl'>",
+        "<TS version='2.1'\n    language='fr_CA'>");
+    row("after a comment that names the tag", "<!-- <TS language=\"de\"> --><TS language = \"pl\">",
+        "<!-- <TS language=\"de\"> --><TS language = \"fr_CA\">");
 }
 
 void tst_Formats::languageOfAnotherFile()
@@ -383,7 +382,7 @@ void tst_Formats::languageOfAnotherFile()
 
 void tst_Formats::hostileFiles_data()
 {
-    QTest::addColumn<QByteArray>("document");
+    const DVRows<QByteArray> row("document");
     const auto ts = [](const QByteArray &content) {
         return QByteArray("<!DOCTYPE TS>\n<TS language=\"fr\"><context><name>A</name>" + content +
                           "</context></TS>");
@@ -391,16 +390,16 @@ void tst_Formats::hostileFiles_data()
     QByteArray attributes;
     for (int i = 0; i < 200'000; ++i)
         attributes += " a" + QByteArray::number(i) + "=\"\"";
-    QTest::newRow("200,000 attributes") << ts("<message" + attributes + "/>");
-    QTest::newRow("a million levels") << ts(QByteArray("<x>").repeated(1'000'000));
-    QTest::newRow("a name of 10 MB") << ts("<" + QByteArray(10'000'000, 'x') + "/>");
-    QTest::newRow("entities of entities") << QByteArray(
-        "<!DOCTYPE TS [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;\">]><TS>&b;</TS>");
-    QTest::newRow("a second document type declaration")
-        << QByteArray("<!DOCTYPE TS><!DOCTYPE TS [<!ENTITY a \"b\">]><TS/>");
-    QTest::newRow("an unclosed comment of 20 MB") << ts("<!--" + QByteArray(20'000'000, '-'));
-    QTest::newRow("a text that is no UTF-8") << ts("<message><source>\xC3\x28</source></message>");
-    QTest::newRow("a null character") << ts(QByteArray("<message><source>a\0b</source></message>", 39));
+    row("200,000 attributes", ts("<message" + attributes + "/>"));
+    row("a million levels", ts(QByteArray("<x>").repeated(1'000'000)));
+    row("a name of 10 MB", ts("<" + QByteArray(10'000'000, 'x') + "/>"));
+    row("entities of entities",
+        QByteArray(
+            "<!DOCTYPE TS [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;\">]><TS>&b;</TS>"));
+    row("a second document type declaration", "<!DOCTYPE TS><!DOCTYPE TS [<!ENTITY a \"b\">]><TS/>");
+    row("an unclosed comment of 20 MB", ts("<!--" + QByteArray(20'000'000, '-')));
+    row("a text that is no UTF-8", ts("<message><source>\xC3\x28</source></message>"));
+    row("a null character", ts(QByteArray("<message><source>a\0b</source></message>", 39)));
 }
 
 void tst_Formats::hostileFiles()
@@ -502,11 +501,8 @@ void tst_Formats::xliffOfOthers()
 
 void tst_Formats::placeholders_data()
 {
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("served"); // as an application reads it, with markers around arguments
-    const auto row = [](const char *name, const QString &source, const QString &target,
-                        const QString &served) { QTest::newRow(name) << source << target << served; };
+    // served: as an application reads it, with markers around arguments
+    const DVRows<QString, QString, QString> row("source", "target", "served");
     row("Qt's", u"%1 of %L2, %n, %Ln"_qs, u"%2 de %L1, %n, %Ln"_qs, u"{%2} de {%L1}, {%n}, {%Ln}"_qs);
     row("a percent sign to show", u"50% of it"_qs, u"50% de"_qs, u"50％ de"_qs);
     row("printf's", u"%s: %.2f %5d"_qs, u"%.2f %s"_qs, u"{%.2f} {%s}"_qs);
