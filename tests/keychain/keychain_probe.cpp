@@ -1,14 +1,14 @@
-// keychain_probe ORGANIZATION COMMAND...: a process with the system's keychain, for tests that end it, end
-// the keychain under it, or start it again. It writes what happens to standard output.
+// keychain_probe COMMAND...: a process with the system's keychain, for tests that end it, end the keychain
+// under it, or start it again. All is about one key. It writes what happens to standard output.
 //
-//   load KEY         "loaded VALUE" or "nothing", and with it how long the call took
-//   await            until a value arrives late, "later VALUE", or ten seconds
-//   save KEY VALUE   and until the service has answered: "saved" or "failed", or ten seconds: "silence"
-//   hasten KEY VALUE the same without waiting
-//   delete KEY       as save
-//   turn             half a second of the event loop
-//   ask              until a line arrives on standard input, "asked" before it
-//   flood KEY COUNT  saves KEY as "value-1 ...", "value-2 ..." and so on, each once the one before is "saved"
+//   load         "loaded VALUE" or "nothing", and with it how long the call took
+//   await        until a value arrives late, "later VALUE", or ten seconds
+//   save VALUE   and until the service has answered: "saved" or "failed", or ten seconds: "silence"
+//   hasten VALUE the same without waiting
+//   delete       as save
+//   turn         half a second of the event loop
+//   ask          until a line arrives on standard input, "asked" before it
+//   flood COUNT  saves "value-1 ...", "value-2 ..." and so on, each once the one before is "saved"
 #include "DVKeychain.h"
 #include "DVState.h"
 #include "DVSystemKeychain.h"
@@ -29,6 +29,7 @@
 namespace {
 
 constexpr int patienceMs = 10000;
+const QString key = u"token"_qs;
 QEventLoop *waiting = nullptr;
 
 void say(const QString &line)
@@ -83,7 +84,7 @@ private:
         return [done = std::move(done)](const DVErrorOr &error) {
             done(error);
             QMetaObject::invokeMethod(QCoreApplication::instance(), [error] {
-                say(error ? QString(u"failed: " % error->description) : QStringLiteral("saved"));
+                say(error ? QString(u"failed: " % error->description) : u"saved"_qs);
                 proceed();
             });
         };
@@ -94,10 +95,10 @@ private:
 void awaitAnswer()
 {
     if (!turnLoop(patienceMs))
-        say(QStringLiteral("silence"));
+        say(u"silence"_qs);
 }
 
-void load(const QString &key)
+void load()
 {
     QElapsedTimer timer;
     timer.start();
@@ -105,13 +106,13 @@ void load(const QString &key)
         say(u"later " % later);
         proceed();
     });
-    say(QStringLiteral("took %1 ms").arg(timer.elapsed()));
-    say(value ? QString(u"loaded " % *value) : QStringLiteral("nothing"));
+    say(u"took %1 ms"_qs.arg(timer.elapsed()));
+    say(value ? QString(u"loaded " % *value) : u"nothing"_qs);
 }
 
 void askAndWait()
 {
-    say(QStringLiteral("asked"));
+    say(u"asked"_qs);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, [] {
         char line[64];
@@ -121,10 +122,10 @@ void askAndWait()
     turnLoop(60000);
 }
 
-void flood(const QString &key, int count)
+void flood(int count)
 {
     for (int number = 1; number <= count; ++number) {
-        DVKeychain::saveValue(QString(QStringLiteral("value-%1 ").arg(number) % QString(20000, u'x')), key);
+        DVKeychain::saveValue(QString(u"value-%1 "_qs.arg(number) % QString(20000, u'x')), key);
         awaitAnswer();
     }
 }
@@ -133,29 +134,26 @@ void obey(QStringList words)
 {
     while (!words.isEmpty()) {
         const QString command = words.takeFirst();
-        const auto next = [&words] { return words.isEmpty() ? QString() : words.takeFirst(); };
         if (command == u"load") {
-            load(next());
+            load();
         } else if (command == u"await") {
             turnLoop(patienceMs);
         } else if (command == u"save" || command == u"hasten") {
-            const QString key = next();
-            DVKeychain::saveValue(next(), key);
+            DVKeychain::saveValue(words.takeFirst(), key);
             if (command == u"save")
                 awaitAnswer();
         } else if (command == u"delete") {
-            DVKeychain::deleteValueForKey(next());
+            DVKeychain::deleteValueForKey(key);
             awaitAnswer();
         } else if (command == u"turn") {
             turnLoop(500);
         } else if (command == u"ask") {
             askAndWait();
         } else if (command == u"flood") {
-            const QString key = next();
-            flood(key, next().toInt());
+            flood(words.takeFirst().toInt());
         }
     }
-    say(QStringLiteral("end"));
+    say(u"end"_qs);
 }
 
 } // namespace
@@ -163,12 +161,11 @@ void obey(QStringList words)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    QStringList words = application.arguments().mid(1);
-    QCoreApplication::setOrganizationName(words.takeFirst());
-    QCoreApplication::setApplicationName(QStringLiteral("keychain_probe"));
+    QCoreApplication::setOrganizationName(u"Seedlings"_qs);
+    QCoreApplication::setApplicationName(u"keychain_probe"_qs);
     DVState::shared().log = true;
     DorvaneKeychain::useSystem();
     dv_setKeychainService(std::make_unique<Watched>());
-    obey(words);
+    obey(application.arguments().mid(1));
     return 0;
 }

@@ -1,82 +1,40 @@
 // ApiPlatform: a device that is signed in to a platform of the test's, which records what it is sent.
 #pragma once
 
-#include "DVAPISession.h"
-#include "DVAnalytics.h"
-#include "DVClock.h"
-#include "DVFaultServer.h"
-#include "DVFolders.h"
-#include "DVHttpTransport.h"
-#include "DVServerUrl.h"
-#include "DVSession.h"
-#include "DVState.h"
 #include "DVString.h"
-
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QMutex>
-#include <QTemporaryDir>
-#include <QTest>
+#include "NetworkDevice.h"
 
 // The project is "p1", the locale "fr-CA" and the step "step-1". Tokens come from the platform's own token
 // endpoints. One at a time.
-class ApiPlatform
+class ApiPlatform : public NetworkDevice
 {
 public:
     using Answer = DVFaultServer::Answer;
 
     ApiPlatform()
     {
-        current() = this;
-        m_before = qInstallMessageHandler(&ApiPlatform::handle);
-        DVFolders::setDocuments(m_folder.path());
-        DVServerUrl::setEnvironment(1);
-        DVServerUrl::setServers({{QStringLiteral("api"), server.url()},
-                                 {QStringLiteral("sso"), server.url()},
-                                 {QStringLiteral("delivery"), server.url()}});
         auto &state = DVState::shared();
-        state.setAppId(QStringLiteral("p1"));
-        state.setCurrentLocaleIdentifier(QStringLiteral("fr_CA"));
-        state.setWorkflowStep(QStringLiteral("step-1"), QStringLiteral("Review"));
-        state.log = state.editionMode = state.appLaunched = true;
-        state.debug = false;
-        state.analyticsEnabled = false;
-        server.setHandler([](const DVFaultServer::Request &request) { return tokens(request); });
-        DVAPISession::sharedInstance() = {};
-        DVAPISession::sharedInstance().userId = QStringLiteral("the-api-user");
-        DVAPISession::sharedInstance().userSecret = QStringLiteral("the-api-secret");
+        state.setAppId(u"p1"_qs);
+        state.setCurrentLocaleIdentifier(u"fr_CA"_qs);
+        state.setWorkflowStep(u"step-1"_qs, u"Review"_qs);
+        state.log = state.editionMode = true;
+        server.setHandler(&tokens);
+        DVAPISession::sharedInstance().userId = u"the-api-user"_qs;
+        DVAPISession::sharedInstance().userSecret = u"the-api-secret"_qs;
         signIn();
     }
-    ~ApiPlatform()
-    {
-        server.clear();
-        DVSession::sharedInstance().logOut();
-        DVHttpTransport::shutDown(1000);
-        DVAnalytics::sharedInstance().drain();
-        DVAnalytics::sharedInstance().forgetLoaded();
-        DVServerUrl::setServers({});
-        DVFolders::setDocuments({});
-        DVAPISession::sharedInstance() = {};
-        auto &state = DVState::shared();
-        state.setAppId({});
-        state.setCurrentLocaleIdentifier({});
-        state.setWorkflowStep({}, {});
-        state.log = state.editionMode = state.appLaunched = state.debug = false;
-        state.analyticsEnabled = true;
-        DVClock::reset();
-        qInstallMessageHandler(m_before);
-        current() = nullptr;
-    }
-    Q_DISABLE_COPY_MOVE(ApiPlatform)
-
     static void signIn()
     {
-        bool signedIn = false;
-        DVSession::sharedInstance().getTokenWithCode(QStringLiteral("code"), false,
-                                                     [&](const DVErrorOr &error) { signedIn = !error; });
-        QTRY_VERIFY(signedIn);
+        const DVOutcome<> signedIn;
+        DVSession::sharedInstance().getTokenWithCode(u"code"_qs, false, signedIn.take());
+        QTRY_COMPLETED(signedIn);
+        QVERIFY(!signedIn->error);
+    }
+    static void signInApi()
+    {
+        const DVOutcome<> signedIn;
+        DVAPISession::sharedInstance().getTokenWithCompletion(signedIn.take());
+        QTRY_COMPLETED(signedIn);
     }
 
     // Every request but those for tokens gets this.
@@ -104,9 +62,8 @@ public:
     {
         QStringList lines;
         for (const auto &request : requests())
-            lines += QStringLiteral("%1 %2 %3")
-                         .arg(QString::fromUtf8(request.method), QString::fromUtf8(request.target),
-                              QString::fromUtf8(request.header("Authorization")));
+            lines += u"%1 %2 %3"_qs.arg(QString::fromUtf8(request.method), QString::fromUtf8(request.target),
+                                        QString::fromUtf8(request.header("Authorization")));
         return lines;
     }
     QJsonObject lastJsonBody() const
@@ -140,23 +97,10 @@ public:
         return {headers.left(typeAt), headers.mid(typeAt + 16), content.chopped(end.size())};
     }
 
-    QString path(const QString &name) const { return m_folder.filePath(name); }
-    static QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-    }
-
-    // Messages of the library since the last call, without the "[DV] " in front.
-    QStringList takeLog()
-    {
-        const QMutexLocker lock(&m_mutex);
-        return std::exchange(m_log, {});
-    }
+    static QStringList takeLog() { return DVWrittenLog::take(); }
 
     // A record as the stores make it, of one form without plurals.
-    static DVStringGroupPtr string(const QString &key, const QString &uid,
-                                   const QString &text = QStringLiteral("t"))
+    static DVStringGroupPtr string(const QString &key, const QString &uid, const QString &text = u"t"_qs)
     {
         auto group = std::make_shared<DVStringGroup>();
         addForm(group, key, uid, {}, text);
@@ -173,24 +117,7 @@ public:
         group->addStringForm(form);
     }
 
-    DVFaultServer server;
-
 private:
-    static ApiPlatform *&current()
-    {
-        static ApiPlatform *platform = nullptr;
-        return platform;
-    }
-    static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message)
-    {
-        ApiPlatform *platform = current();
-        if (platform && message.startsWith(QStringLiteral("[DV] "))) {
-            const QMutexLocker lock(&platform->m_mutex);
-            platform->m_log.append(message.mid(5));
-        } else if (platform && platform->m_before) {
-            platform->m_before(type, context, message);
-        }
-    }
     static bool isForTokens(const DVFaultServer::Request &request)
     {
         return request.target.contains("/openid-connect/") || request.target.startsWith("/auth-api/v2/auth");
@@ -205,9 +132,4 @@ private:
                            R"("refreshToken":"api-refresh","refreshExpiresIn":1800})");
         return Answer::of(200, "{}");
     }
-
-    QTemporaryDir m_folder;
-    QtMessageHandler m_before = nullptr;
-    QMutex m_mutex;
-    QStringList m_log;
 };

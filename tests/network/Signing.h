@@ -1,27 +1,34 @@
 // Signing: a request on its way through a session, as a test watches it.
 #pragma once
 
+#include "DVOutcome.h"
+
 #include <DVHttpTransport.h>
 
-#include <memory>
-
-struct Signing
+// Handed to the session when it is made. It counts and keeps what the completion said.
+class Signing : public DVOutcome<>
 {
-    std::shared_ptr<DVHttpRequest> request = std::make_shared<DVHttpRequest>();
-    int completions = 0;
-    DVErrorOr error;
+public:
+    template<typename Session> explicit Signing(Session &session)
+    {
+        session.authorizeRequest(request, take());
+    }
 
     QByteArray header() const { return request->request.rawHeader("Authorization"); }
 
-    // Handed to the session just now.
-    template<typename Session> static std::shared_ptr<Signing> with(Session &session)
-    {
-        auto signing = std::make_shared<Signing>();
-        session.authorizeRequest(signing->request, [signing](const DVErrorOr &outcome) {
-            ++signing->completions;
-            signing->error = outcome;
-        });
-        return signing;
-    }
+    std::shared_ptr<DVHttpRequest> request = std::make_shared<DVHttpRequest>();
 };
-using SigningPtr = std::shared_ptr<Signing>;
+
+#define QTRY_SIGNED(signing, token)                                                                          \
+    do {                                                                                                     \
+        QTRY_COMPLETED(signing);                                                                             \
+        QCOMPARE((signing)->error, DVErrorOr());                                                             \
+        QCOMPARE((signing).header(), QByteArray("Bearer " token));                                           \
+    } while (false)
+
+#define QTRY_REFUSED(signing, why)                                                                           \
+    do {                                                                                                     \
+        QTRY_COMPLETED(signing);                                                                             \
+        QCOMPARE((signing)->error, why);                                                                     \
+        QVERIFY((signing).header().isNull());                                                                \
+    } while (false)

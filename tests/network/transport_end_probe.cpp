@@ -31,13 +31,13 @@ void runApplication(int &argc, char **argv, const QString &url, const QString &h
 {
     QCoreApplication application(argc, argv);
     QUdpSocket nameServer;
-    if (how == u"names" && !nameServer.bind(QHostAddress(QStringLiteral("127.0.0.9")), 53))
+    if (how == u"names" && !nameServer.bind(QHostAddress(u"127.0.0.9"_qs), 53))
         std::exit(2);
     for (const char *path : {"/silent", "/drip", "/silent", "/drip"})
         begin(url + QString::fromLatin1(path));
     if (how == u"stuck") {
         DVHttpRequest request;
-        request.request.setUrl(QUrl(QString(url + QStringLiteral("/answer"))));
+        request.request.setUrl(QUrl(QString(url + u"/answer"_qs)));
         DVHttpTransport::send(
             request,
             [](const DVErrorOr &, const DVHttpResponse &) {
@@ -46,7 +46,7 @@ void runApplication(int &argc, char **argv, const QString &url, const QString &h
             [](const DVErrorOr &, const DVHttpResponse &) { std::abort(); });
     }
     // To a server that speaks no TLS: the handshake hangs.
-    begin(QString(url).replace(QStringLiteral("http:"), QStringLiteral("https:")));
+    begin(QString(url).replace(u"http:"_qs, u"https:"_qs));
     QTimer::singleShot(150, &application, [&application, how] {
         say();
         if (how == u"exit")

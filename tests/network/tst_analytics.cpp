@@ -1,32 +1,24 @@
 #include "DVAnalytics.h"
 
-#include "DVClock.h"
 #include "DVDevice.h"
-#include "DVFaultServer.h"
-#include "DVFolders.h"
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
-#include "DVServerUrl.h"
-#include "DVState.h"
+#include "DVTestTable.h"
 #include "DVUserDefaults.h"
+#include "NetworkDevice.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLockFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QSocketNotifier>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QUrl>
 #include <QUuid>
 
 #include <unistd.h>
+
+using Answer = DVFaultServer::Answer;
 
 namespace {
 
@@ -37,8 +29,7 @@ QString filePath()
 
 QJsonObject savedRecord()
 {
-    QFile file(filePath());
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    return QJsonDocument::fromJson(NetworkDevice::read(filePath())).object();
 }
 
 QJsonArray savedEvents()
@@ -48,16 +39,14 @@ QJsonArray savedEvents()
 
 void putFile(const QByteArray &content)
 {
-    QDir().mkpath(DVFolders::dorvaneFiles());
-    QFile file(filePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
+    NetworkDevice::write(filePath(), content);
 }
 
-// A send has just been: nothing leaves for five minutes.
-void pauseSending()
+// A send has been: nothing leaves until five minutes are over.
+void pauseSending(double secondsAgo = 0, const QByteArray &more = {})
 {
-    putFile("{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970(), 'f', 3) + '}');
+    putFile("{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970() - secondsAgo, 'f', 3) + more +
+            '}');
 }
 
 void allowSending()
@@ -71,6 +60,11 @@ QStringList names(const QJsonArray &events)
     for (const QJsonValue event : events)
         result.append(event[u"event"].toString());
     return result;
+}
+
+QStringList savedNames()
+{
+    return names(savedEvents());
 }
 
 QJsonObject properties(const QJsonArray &events, qsizetype index)
@@ -142,9 +136,8 @@ private:
 
 void print(const char *line)
 {
-    QFile output;
-    if (output.open(stdout, QIODevice::WriteOnly))
-        output.write(QByteArray(line) + '\n');
+    std::puts(line);
+    std::fflush(stdout);
 }
 
 // Saves events, then stays until it is killed.
@@ -233,7 +226,6 @@ private Q_SLOTS:
     void callersKeysWin();
     void timers();
 
-    void eventsSurviveARestart();
     void eventsSurviveAKill();
     void aKillInTheMiddleOfASave_data();
     void aKillInTheMiddleOfASave();
@@ -263,14 +255,10 @@ private Q_SLOTS:
     void withoutAnApplication();
 
 private:
-    void answerWith(int status)
-    {
-        m_server.setHandler(
-            [status](const DVFaultServer::Request &) { return DVFaultServer::Answer::of(status, "{}"); });
-    }
+    // Of the last request.
+    QStringList sentNames() const { return names(eventsOf(m_device->server.requests().constLast())); }
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    DVFaultServer m_server;
+    std::unique_ptr<NetworkDevice> m_device;
 };
 
 void TestAnalytics::initTestCase()
@@ -283,27 +271,22 @@ void TestAnalytics::initTestCase()
 void TestAnalytics::init()
 {
     QTest::failOnWarning(QRegularExpression(u".*"_qs));
-    m_folder = std::make_unique<QTemporaryDir>();
-    DVFolders::setDocuments(m_folder->path());
+    m_device = std::make_unique<NetworkDevice>();
     DVUserDefaults::standard().reload();
     DVAnalytics::sharedInstance().forgetLoaded();
-    QVERIFY(DVServerUrl::setServers({{u"delivery"_qs, m_server.url()}}).isNull());
-    answerWith(200);
+    DVState::shared().setAppId({});
+    DVState::shared().analyticsEnabled = true;
+    m_device->answer(Answer::of(200, "{}"));
     pauseSending();
 }
 
 void TestAnalytics::cleanup()
 {
     settle();
-    m_server.clear();
-    DVClock::reset();
+    m_device.reset();
     DVDevice::setOverride({});
-    DVState &state = DVState::shared();
-    state.analyticsEnabled = true;
-    state.servingMode = state.editionMode = state.screenshotMode = state.log = state.debug = false;
-    state.setAppId({});
-    state.setUserEmail({});
-    state.setCurrentLocaleIdentifier({});
+    DVState::shared().servingMode = DVState::shared().screenshotMode = false;
+    DVState::shared().setUserEmail({});
     QCoreApplication::setApplicationVersion({});
 }
 
@@ -343,15 +326,13 @@ void TestAnalytics::standardProperties()
 
 void TestAnalytics::stateInProperties_data()
 {
-    QTest::addColumn<QString>("flags");
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<int>("level");
-    QTest::newRow("nothing set") << QString() << u"Disabled"_qs << 0;
-    QTest::newRow("serving, logging") << u"serving log"_qs << u"Serving"_qs << 1;
-    QTest::newRow("debugging goes before logging") << u"edition log debug"_qs << u"Edition"_qs << 2;
-    QTest::newRow("debugging without logging") << u"screenshot debug"_qs << u"Context"_qs << 2;
-    QTest::newRow("serving goes before edition") << u"serving edition screenshot"_qs << u"Serving"_qs << 0;
-    QTest::newRow("edition goes before screenshots") << u"edition screenshot"_qs << u"Edition"_qs << 0;
+    const DVTestTable<QString, QString, int> row("flags", "mode", "level");
+    row("nothing set", {}, u"Disabled"_qs, 0);
+    row("serving, logging", u"serving log"_qs, u"Serving"_qs, 1);
+    row("debugging goes before logging", u"edition log debug"_qs, u"Edition"_qs, 2);
+    row("debugging without logging", u"screenshot debug"_qs, u"Context"_qs, 2);
+    row("serving goes before edition", u"serving edition screenshot"_qs, u"Serving"_qs, 0);
+    row("edition goes before screenshots", u"edition screenshot"_qs, u"Edition"_qs, 0);
 }
 
 void TestAnalytics::stateInProperties()
@@ -375,30 +356,27 @@ void TestAnalytics::stateInProperties()
 
 void TestAnalytics::parametersOfAnyType_data()
 {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QJsonValue>("json");
-    QTest::newRow("nothing is null") << QVariant() << QJsonValue(QJsonValue::Null);
-    QTest::newRow("a truth value") << QVariant(true) << QJsonValue(true);
-    QTest::newRow("an integer") << QVariant(-7) << QJsonValue(-7);
-    QTest::newRow("an integer that a double cannot hold")
-        << QVariant(qint64(9007199254740993)) << QJsonValue(qint64(9007199254740993));
-    QTest::newRow("a float") << QVariant(0.5f) << QJsonValue(0.5);
-    QTest::newRow("not-a-number is null") << QVariant(qQNaN()) << QJsonValue(QJsonValue::Null);
-    QTest::newRow("infinity is null") << QVariant(qInf()) << QJsonValue(QJsonValue::Null);
-    QTest::newRow("a text with quotes, line ends and a character outside the first plane")
-        << QVariant(u"\"\n\U0001F600"_qs) << QJsonValue(u"\"\n\U0001F600"_qs);
-    QTest::newRow("an empty text") << QVariant(u""_qs) << QJsonValue(u""_qs);
-    QTest::newRow("a list") << QVariant(QVariantList{1, u"a"_qs, QVariant()})
-                            << QJsonValue(QJsonArray{1, u"a"_qs, QJsonValue::Null});
-    QTest::newRow("a dictionary") << QVariant(QVariantMap{{u"k"_qs, 1}})
-                                  << QJsonValue(QJsonObject{{u"k"_qs, 1}});
-    QTest::newRow("a date is its ISO 8601 text")
-        << QVariant(QDateTime(QDate(2020, 2, 3), QTime(4, 5, 6), Qt::UTC))
-        << QJsonValue(u"2020-02-03T04:05:06.000Z"_qs);
-    QTest::newRow("a URL is its text")
-        << QVariant(QUrl(u"https://example.org/a"_qs)) << QJsonValue(u"https://example.org/a"_qs);
-    QTest::newRow("a type that JSON has no word for is null")
-        << QVariant::fromValue(static_cast<QObject *>(nullptr)) << QJsonValue(QJsonValue::Null);
+    const DVTestTable<QVariant, QJsonValue> row("value", "json");
+    row("nothing is null", QVariant(), QJsonValue(QJsonValue::Null));
+    row("a truth value", QVariant(true), QJsonValue(true));
+    row("an integer", QVariant(-7), QJsonValue(-7));
+    row("an integer that a double cannot hold", QVariant(qint64(9007199254740993)),
+        QJsonValue(qint64(9007199254740993)));
+    row("a float", QVariant(0.5f), QJsonValue(0.5));
+    row("not-a-number is null", QVariant(qQNaN()), QJsonValue(QJsonValue::Null));
+    row("infinity is null", QVariant(qInf()), QJsonValue(QJsonValue::Null));
+    row("a text with quotes, line ends and a character outside the first plane",
+        QVariant(u"\"\n\U0001F600"_qs), QJsonValue(u"\"\n\U0001F600"_qs));
+    row("an empty text", QVariant(u""_qs), QJsonValue(u""_qs));
+    row("a list", QVariant(QVariantList{1, u"a"_qs, QVariant()}),
+        QJsonValue(QJsonArray{1, u"a"_qs, QJsonValue::Null}));
+    row("a dictionary", QVariant(QVariantMap{{u"k"_qs, 1}}), QJsonValue(QJsonObject{{u"k"_qs, 1}}));
+    row("a date is its ISO 8601 text", QVariant(QDateTime(QDate(2020, 2, 3), QTime(4, 5, 6), Qt::UTC)),
+        QJsonValue(u"2020-02-03T04:05:06.000Z"_qs));
+    row("a URL is its text", QVariant(QUrl(u"https://example.org/a"_qs)),
+        QJsonValue(u"https://example.org/a"_qs));
+    row("a type that JSON has no word for is null", QVariant::fromValue(static_cast<QObject *>(nullptr)),
+        QJsonValue(QJsonValue::Null));
 }
 
 void TestAnalytics::parametersOfAnyType()
@@ -441,27 +419,17 @@ void TestAnalytics::timers()
     QVERIFY(properties(events, 4)[u"duration"].toDouble() > second);
 }
 
-void TestAnalytics::eventsSurviveARestart()
-{
-    track(u"one"_qs);
-    DVAnalytics::sharedInstance().forgetLoaded();
-    track(u"two"_qs);
-    DVAnalytics::sharedInstance().forgetLoaded();
-    track(u"three"_qs);
-    QCOMPARE(names(savedEvents()), (QStringList{u"one"_qs, u"two"_qs, u"three"_qs}));
-}
-
 void TestAnalytics::eventsSurviveAKill()
 {
     allowSending();
-    Child child({u"hang"_qs, m_folder->path(), m_server.url()});
+    Child child({u"hang"_qs, m_device->path(), m_device->server.url()});
     QVERIFY(child.waitForLine("saved"));
     child.process().kill();
     QVERIFY(child.process().waitForFinished());
     QCOMPARE(savedEvents().size(), 20);
     track(u"mine"_qs);
-    QTRY_COMPARE(m_server.requests().size(), 1);
-    const QStringList sent = names(eventsOf(m_server.requests().constFirst()));
+    QTRY_COMPARE(m_device->server.requests().size(), 1);
+    const QStringList sent = sentNames();
     QCOMPARE(sent.size(), 21);
     QCOMPARE(sent.constFirst(), u"child 0"_qs);
     QCOMPARE(sent.constLast(), u"mine"_qs);
@@ -470,7 +438,7 @@ void TestAnalytics::eventsSurviveAKill()
 
 void TestAnalytics::aKillInTheMiddleOfASave_data()
 {
-    QTest::addColumn<int>("events");
+    const DVTestTable<int> row("events");
     for (const int events : {1, 2, 5, 9, 14, 20})
         QTest::addRow("after event %d", events) << events;
 }
@@ -479,19 +447,19 @@ void TestAnalytics::aKillInTheMiddleOfASave_data()
 void TestAnalytics::aKillInTheMiddleOfASave()
 {
     QFETCH(int, events);
-    Child child({u"never-rest"_qs, m_folder->path(), m_server.url()});
+    Child child({u"never-rest"_qs, m_device->path(), m_device->server.url()});
     QVERIFY(child.waitForLine("ready"));
     const QDeadlineTimer patience(30000);
     while (savedEvents().size() < events)
         QVERIFY(!patience.hasExpired());
     child.process().kill();
     QVERIFY(child.process().waitForFinished());
-    const QStringList saved = names(savedEvents());
+    const QStringList saved = savedNames();
     QVERIFY(saved.size() >= events);
     for (int i = 0; i < saved.size(); ++i)
         QCOMPARE(saved.at(i), QString::number(i));
     track(u"mine"_qs);
-    QCOMPARE(names(savedEvents()), saved + QStringList{u"mine"_qs});
+    QCOMPARE(savedNames(), saved + QStringList{u"mine"_qs});
 }
 
 void TestAnalytics::theDeviceKeepsItsIdentifier()
@@ -515,23 +483,19 @@ void TestAnalytics::theDeviceKeepsItsIdentifier()
 
 void TestAnalytics::damagedFiles_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QStringList>("kept");
+    const DVTestTable<QByteArray, QStringList> row("content", "kept");
     const QByteArray old = "{\"event\":\"old\",\"properties\":{}}";
-    QTest::newRow("empty") << QByteArray() << QStringList();
-    QTest::newRow("no JSON") << QByteArray("\0\xff\xfe garbage", 11) << QStringList();
-    QTest::newRow("cut short") << QByteArray("{\"events\":[" + old + ",{\"ev") << QStringList();
-    QTest::newRow("an array") << QByteArray('[' + old + ']') << QStringList();
-    QTest::newRow("events that are a text") << QByteArray("{\"events\":\"many\"}") << QStringList();
-    QTest::newRow("events among which not all are objects")
-        << QByteArray("{\"events\":[1,null,[]," + old + ",\"x\"]}") << QStringList{u"old"_qs};
-    QTest::newRow("nested beyond reason")
-        << QByteArray("{\"events\":" + QByteArray(100000, '[')) << QStringList();
-    QTest::newRow("a last send that is a text, and a count that is no number")
-        << QByteArray("{\"events\":[" + old + "],\"lastSent\":\"x\",\"dropped\":{}}")
-        << QStringList{u"old"_qs};
-    QTest::newRow("a count below zero")
-        << QByteArray("{\"events\":[" + old + "],\"dropped\":-5}") << QStringList{u"old"_qs};
+    row("empty", {}, {});
+    row("no JSON", QByteArray("\0\xff\xfe garbage", 11), {});
+    row("cut short", QByteArray("{\"events\":[" + old + ",{\"ev"), {});
+    row("an array", QByteArray('[' + old + ']'), {});
+    row("events that are a text", "{\"events\":\"many\"}", {});
+    row("events among which not all are objects", QByteArray("{\"events\":[1,null,[]," + old + ",\"x\"]}"),
+        {u"old"_qs});
+    row("nested beyond reason", QByteArray("{\"events\":" + QByteArray(100000, '[')), {});
+    row("a last send that is a text, and a count that is no number",
+        QByteArray("{\"events\":[" + old + "],\"lastSent\":\"x\",\"dropped\":{}}"), {u"old"_qs});
+    row("a count below zero", QByteArray("{\"events\":[" + old + "],\"dropped\":-5}"), {u"old"_qs});
 }
 
 void TestAnalytics::damagedFiles()
@@ -540,12 +504,12 @@ void TestAnalytics::damagedFiles()
     QFETCH(QStringList, kept);
     putFile(content);
     DVState::shared().setAppId(u"p"_qs);
-    answerWith(500);
+    m_device->answer(Answer::of(500, "{}"));
     track(u"Launch"_qs);
     const QStringList expected = kept + QStringList{u"Launch"_qs};
-    QCOMPARE(names(savedEvents()).first(expected.size()), expected);
+    QCOMPARE(savedNames().first(expected.size()), expected);
     QVERIFY(!properties(savedEvents(), kept.size()).contains(u"DroppedEvents"));
-    QTRY_VERIFY(names(savedEvents()).contains(u"Request failed"_qs)); // it was sent, too
+    QTRY_VERIFY(savedNames().contains(u"Request failed"_qs)); // it was sent, too
 }
 
 void TestAnalytics::aTooLargeFileIsUnreadable()
@@ -556,30 +520,28 @@ void TestAnalytics::aTooLargeFileIsUnreadable()
                              ",\"events\":[" + event + ']';
         return content + QByteArray(size - content.size() - 1, ' ') + '}';
     };
-    answerWith(500);
+    m_device->answer(Answer::of(500, "{}"));
     putFile(padded(8 << 20));
     track(u"new"_qs);
-    QCOMPARE(names(savedEvents()), (QStringList{u"old"_qs, u"new"_qs}));
+    QCOMPARE(savedNames(), (QStringList{u"old"_qs, u"new"_qs}));
     putFile(padded((8 << 20) + 1));
     track(u"newer"_qs); // sent as well: the date of the last send is unreadable, too
-    QTRY_COMPARE(names(savedEvents()), (QStringList{u"newer"_qs, u"Request failed"_qs}));
+    QTRY_COMPARE(savedNames(), (QStringList{u"newer"_qs, u"Request failed"_qs}));
 }
 
 void TestAnalytics::noFolderKeepsEventsInMemory()
 {
     QVERIFY(QDir(DVFolders::dorvaneFiles()).removeRecursively());
-    QFile obstacle(DVFolders::dorvaneFiles()); // a file where the folder should be
-    QVERIFY(obstacle.open(QIODevice::WriteOnly));
-    obstacle.close();
-    answerWith(500);
+    NetworkDevice::write(DVFolders::dorvaneFiles(), {}); // a file where the folder should be
+    m_device->answer(Answer::of(500, "{}"));
     track(u"one"_qs);
-    QVERIFY2(m_server.waitForRequests(1), "what cannot be saved can be sent");
+    QVERIFY2(m_device->server.waitForRequests(1), "what cannot be saved can be sent");
     track(u"two"_qs);
     QVERIFY(savedRecord().isEmpty());
-    QVERIFY(obstacle.remove());
+    QVERIFY(QFile::remove(DVFolders::dorvaneFiles()));
     track(u"three"_qs);
-    QTRY_VERIFY(names(savedEvents()).contains(u"Request failed"_qs));
-    QStringList saved = names(savedEvents());
+    QTRY_VERIFY(savedNames().contains(u"Request failed"_qs));
+    QStringList saved = savedNames();
     saved.removeAll(u"Request failed"_qs);
     QCOMPARE(saved, (QStringList{u"one"_qs, u"two"_qs, u"three"_qs}));
     QVERIFY2(savedRecord().contains(u"lastSent"), "the pause holds as well");
@@ -592,21 +554,20 @@ void TestAnalytics::aLockHeldElsewhereDelaysOnly()
     QVERIFY(lock.tryLock(5000));
     DVAnalytics::trackEvent(u"two"_qs);
     DVAnalytics::sharedInstance().drain(); // gives up
-    QVERIFY(!names(savedEvents()).contains(u"two"_qs));
+    QVERIFY(!savedNames().contains(u"two"_qs));
     lock.unlock();
     DVAnalytics::sharedInstance().finish(5000);
-    QVERIFY(names(savedEvents()).contains(u"two"_qs));
+    QVERIFY(savedNames().contains(u"two"_qs));
 }
 
 // What a process leaves that is killed just after making its lock file.
 void TestAnalytics::aLockOfNobodyIsTakenOver()
 {
-    QFile lock(filePath() + u".lock"_qs);
-    QVERIFY(lock.open(QIODevice::WriteOnly));
-    lock.close();
+    const QString lock = filePath() + u".lock"_qs;
+    NetworkDevice::write(lock, {});
     track(u"one"_qs);
-    QCOMPARE(names(savedEvents()), QStringList{u"one"_qs});
-    QVERIFY(!lock.exists());
+    QCOMPARE(savedNames(), QStringList{u"one"_qs});
+    QVERIFY(!QFile::exists(lock));
 }
 
 void TestAnalytics::theOldestGoBeyondTheCount()
@@ -618,14 +579,14 @@ void TestAnalytics::theOldestGoBeyondTheCount()
     }
     settle();
     QCOMPARE(savedEvents().size(), DVAnalytics::maximumEvents);
-    QCOMPARE(names(savedEvents()).constFirst(), u"event 10"_qs);
+    QCOMPARE(savedNames().constFirst(), u"event 10"_qs);
 
     DVAnalytics::sharedInstance().forgetLoaded(); // the count is carried by the file
     track(u"Launch"_qs);
     QCOMPARE(properties(savedEvents(), DVAnalytics::maximumEvents - 1)[u"DroppedEvents"], QJsonValue(10));
     track(u"Launch"_qs); // the launch before pushed one out itself
     QCOMPARE(properties(savedEvents(), DVAnalytics::maximumEvents - 1)[u"DroppedEvents"], QJsonValue(1));
-    QCOMPARE(names(savedEvents()).constFirst(), u"event 12"_qs);
+    QCOMPARE(savedNames().constFirst(), u"event 12"_qs);
 }
 
 void TestAnalytics::theOldestGoBeyondTheBytes()
@@ -633,7 +594,7 @@ void TestAnalytics::theOldestGoBeyondTheBytes()
     const QString text(100 * 1024, u'x'); // ten of them and their properties fit into 1 MiB, eleven do not
     for (int i = 0; i < 12; ++i)
         track(u"event %1"_qs.arg(i), {{u"Description"_qs, text}});
-    QCOMPARE(names(savedEvents()).constFirst(), u"event 2"_qs);
+    QCOMPARE(savedNames().constFirst(), u"event 2"_qs);
     QCOMPARE(savedEvents().size(), 10);
     track(u"huge"_qs, {{u"Description"_qs, QString(DVAnalytics::maximumBytes, u'x')}});
     QVERIFY2(savedEvents().isEmpty(), "what fits into no file pushes out the others and goes as well");
@@ -650,17 +611,15 @@ void TestAnalytics::aBurstBehindAStalledDiskIsCapped()
     stall.unlock();
     settle();
     QCOMPARE(savedEvents().size(), DVAnalytics::maximumEvents);
-    QCOMPARE(names(savedEvents()).constFirst(), u"event 500"_qs);
+    QCOMPARE(savedNames().constFirst(), u"event 500"_qs);
     QCOMPARE(savedRecord()[u"dropped"], QJsonValue(500));
 }
 
 void TestAnalytics::aDroppedReportIsNotForgotten()
 {
-    QByteArray content = "{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970(), 'f', 3) +
-                         ",\"events\":[{\"event\":\"Launch\",\"properties\":{\"DroppedEvents\":10}}";
-    for (int i = 1; i < DVAnalytics::maximumEvents; ++i)
-        content += ",{\"event\":\"e\",\"properties\":{}}";
-    putFile(content + "]}");
+    const QByteArrayList others(DVAnalytics::maximumEvents - 1, R"({"event":"e","properties":{}})");
+    pauseSending(0, R"(,"events":[{"event":"Launch","properties":{"DroppedEvents":10}},)" + others.join(',') +
+                        ']');
     track(u"pushes the launch out"_qs);
     QCOMPARE(savedRecord()[u"dropped"], QJsonValue(11));
 }
@@ -672,128 +631,119 @@ void TestAnalytics::oneRequestInFiveMinutes()
     DVAnalytics::trackEvent(u"two"_qs);
     settle();
     QTRY_COMPARE(savedEvents().size(), 0); // sent and taken out
-    const DVFaultServer::Request request = m_server.requests().constFirst();
+    const DVFaultServer::Request request = m_device->server.requests().constFirst();
     QCOMPARE(request.method, "POST");
     QCOMPARE(request.target, "/track");
     QCOMPARE(request.header("Content-Type"), "application/x-www-form-urlencoded");
     QVERIFY(request.header("Authorization").isNull());
-    QCOMPARE(names(eventsOf(request)), (QStringList{u"one"_qs, u"two"_qs}));
+    QCOMPARE(sentNames(), (QStringList{u"one"_qs, u"two"_qs}));
 
-    DVClock::advance(120'000);
+    DVClock::advance(130'000);
     track(u"three"_qs);
-    DVClock::advance(10'000);
     DVAnalytics::sharedInstance().forgetLoaded(); // the pause survives a restart
     track(u"four"_qs);
-    QCOMPARE(names(savedEvents()), (QStringList{u"three"_qs, u"four"_qs}));
+    QCOMPARE(savedNames(), (QStringList{u"three"_qs, u"four"_qs}));
     DVClock::advance(170'000);
     track(u"five"_qs);
     QTRY_COMPARE(savedEvents().size(), 0);
-    QCOMPARE(m_server.requests().size(), 2);
-    QCOMPARE(names(eventsOf(m_server.requests().at(1))), (QStringList{u"three"_qs, u"four"_qs, u"five"_qs}));
+    QCOMPARE(m_device->server.requests().size(), 2);
+    QCOMPARE(sentNames(), (QStringList{u"three"_qs, u"four"_qs, u"five"_qs}));
 }
 
 void TestAnalytics::whenASendIsDue_data()
 {
-    QTest::addColumn<double>("secondsAgo");
-    QTest::addColumn<bool>("due");
-    QTest::newRow("just now") << 0.0 << false;
-    QTest::newRow("a little less than five minutes ago") << 295.0 << false;
-    QTest::newRow("five minutes ago") << 300.0 << true;
-    QTest::newRow("long ago") << 1e8 << true;
-    QTest::newRow("in the future") << -30.0 << false;
-    QTest::newRow("in a future that nobody lives to see") << -1e300 << false;
+    const DVTestTable<double, bool> row("secondsAgo", "due");
+    row("just now", 0.0, false);
+    row("a little less than five minutes ago", 295.0, false);
+    row("five minutes ago", 300.0, true);
+    row("long ago", 1e8, true);
+    row("in the future", -30.0, false);
+    row("in a future that nobody lives to see", -1e300, false);
 }
 
 void TestAnalytics::whenASendIsDue()
 {
     QFETCH(double, secondsAgo);
     QFETCH(bool, due);
-    const double lastSent = DVClock::secondsSince1970() - secondsAgo;
-    putFile("{\"lastSent\":" + QByteArray::number(lastSent, 'f', 3) + '}');
+    pauseSending(secondsAgo);
     track(u"event"_qs);
     QTRY_COMPARE(savedEvents().size(), due ? 0 : 1);
     // A request of ours, behind any that may be under way.
-    bool answered = false;
-    DVNetwork::getUrl(m_server.url(u"/marker"_qs),
-                      [&](const DVErrorOr &, const QJsonValue &) { answered = true; });
-    QTRY_VERIFY(answered);
+    const DVOutcome<> marker;
+    DVNetwork::getUrl(m_device->server.url(u"/marker"_qs), marker.take());
+    QTRY_COMPLETED(marker);
     QStringList targets;
-    for (const DVFaultServer::Request &request : m_server.requests())
+    for (const DVFaultServer::Request &request : m_device->server.requests())
         targets.append(QString::fromLatin1(request.target));
     QCOMPARE(targets, due ? QStringList({u"/track"_qs, u"/marker"_qs}) : QStringList{u"/marker"_qs});
 }
 
 void TestAnalytics::aFailedSendKeepsEvents_data()
 {
-    QTest::addColumn<int>("status"); // 0: the connection is reset
-    QTest::newRow("the server fails") << 500;
-    QTest::newRow("the server knows no such address") << 404;
-    QTest::newRow("the connection is reset") << 0;
+    // status: 0: the connection is reset
+    const DVTestTable<int> row("status");
+    row("the server fails", 500);
+    row("the connection is reset", 0);
 }
 
 void TestAnalytics::aFailedSendKeepsEvents()
 {
     QFETCH(int, status);
     allowSending();
-    m_server.setHandler([status](const DVFaultServer::Request &) {
-        return status ? DVFaultServer::Answer::of(status, "{}")
-                      : DVFaultServer::Answer::failing(DVFaultServer::Fault::Reset);
-    });
+    m_device->answer(status ? Answer::of(status, "{}") : Answer::failing(DVFaultServer::Fault::Reset));
     const double before = DVClock::secondsSince1970();
     track(u"one"_qs);
-    QTRY_COMPARE(names(savedEvents()), (QStringList{u"one"_qs, u"Request failed"_qs}));
+    QTRY_COMPARE(savedNames(), (QStringList{u"one"_qs, u"Request failed"_qs}));
     QVERIFY(savedRecord()[u"lastSent"].toDouble() >= before - 0.001);
 
-    answerWith(200);
+    m_device->answer(Answer::of(200, "{}"));
     DVClock::advance(300'000);
     track(u"two"_qs);
     QTRY_COMPARE(savedEvents().size(), 0);
-    QCOMPARE(names(eventsOf(m_server.requests().constLast())),
-             (QStringList{u"one"_qs, u"Request failed"_qs, u"two"_qs}));
+    QCOMPARE(sentNames(), (QStringList{u"one"_qs, u"Request failed"_qs, u"two"_qs}));
 }
 
 void TestAnalytics::eventsDuringASendSurviveIt()
 {
     allowSending();
     auto answer = std::make_shared<QSemaphore>();
-    m_server.setHandler([answer](const DVFaultServer::Request &) {
+    m_device->server.setHandler([answer](const DVFaultServer::Request &) {
         answer->acquire();
-        return DVFaultServer::Answer::of(200, "{}");
+        return Answer::of(200, "{}");
     });
     track(u"Open menu"_qs);
-    QVERIFY(m_server.waitForRequests(1));
+    QVERIFY(m_device->server.waitForRequests(1));
     track(u"Open menu"_qs); // the same name: only the events that were sent go
     track(u"later"_qs);
     DVClock::advance(300'000);
     track(u"due again"_qs); // but not while that send is under way
     QCOMPARE(savedEvents().size(), 4);
     answer->release(2);
-    QTRY_COMPARE(names(savedEvents()), (QStringList{u"Open menu"_qs, u"later"_qs, u"due again"_qs}));
+    QTRY_COMPARE(savedNames(), (QStringList{u"Open menu"_qs, u"later"_qs, u"due again"_qs}));
     track(u"last"_qs);
     QTRY_COMPARE(savedEvents().size(), 0);
-    QCOMPARE(m_server.requests().size(), 2);
-    QCOMPARE(names(eventsOf(m_server.requests().at(1))),
-             (QStringList{u"Open menu"_qs, u"later"_qs, u"due again"_qs, u"last"_qs}));
+    QCOMPARE(m_device->server.requests().size(), 2);
+    QCOMPARE(sentNames(), (QStringList{u"Open menu"_qs, u"later"_qs, u"due again"_qs, u"last"_qs}));
 }
 
 void TestAnalytics::twoProcessesMergeAndSendOnce()
 {
     allowSending();
-    Child a({u"one-by-one"_qs, m_folder->path(), m_server.url(), u"a"_qs});
-    Child b({u"one-by-one"_qs, m_folder->path(), m_server.url(), u"b"_qs});
+    Child a({u"one-by-one"_qs, m_device->path(), m_device->server.url(), u"a"_qs});
+    Child b({u"one-by-one"_qs, m_device->path(), m_device->server.url(), u"b"_qs});
     QVERIFY(a.waitForLine("ready") && b.waitForLine("ready"));
     a.say("go");
     b.say("go");
     QVERIFY(a.waitForLine("tracked") && b.waitForLine("tracked"));
-    QVERIFY(m_server.waitForRequests(1));
-    const QStringList sent = names(eventsOf(m_server.requests().constFirst()));
+    QVERIFY(m_device->server.waitForRequests(1));
+    const QStringList sent = sentNames();
     QTRY_COMPARE(savedEvents().size(), 2 * eventsOfAChild - sent.size());
     a.process().closeWriteChannel();
     b.process().closeWriteChannel();
     QVERIFY(a.process().waitForFinished() && b.process().waitForFinished());
-    QCOMPARE(m_server.requests().size(), 1);
+    QCOMPARE(m_device->server.requests().size(), 1);
 
-    QStringList all = sent + names(savedEvents());
+    QStringList all = sent + savedNames();
     for (const QString &name : {u"a"_qs, u"b"_qs}) {
         const QStringList own = all.filter(name + u' ');
         QCOMPARE(own.size(), eventsOfAChild);
@@ -817,7 +767,7 @@ void TestAnalytics::switchedOff()
     DVAnalytics::trackEvent(u"just before"_qs);
     DVState::shared().analyticsEnabled = false; // also what the queue has not sent yet stays here
     settle();
-    QCOMPARE(m_server.requests().size(), 0);
+    QCOMPARE(m_device->server.requests().size(), 0);
     QVERIFY(!savedRecord().contains(u"lastSent"));
 }
 
@@ -835,13 +785,13 @@ void TestAnalytics::finishSaves()
 void TestAnalytics::withoutAnApplication()
 {
     allowSending();
-    Child child({u"outlive"_qs, m_folder->path(), m_server.url()});
+    Child child({u"outlive"_qs, m_device->path(), m_device->server.url()});
     QVERIFY(child.process().waitForFinished());
     QCOMPARE(child.process().exitStatus(), QProcess::NormalExit);
     QCOMPARE(child.process().exitCode(), 0);
-    QCOMPARE(names(savedEvents()), (QStringList{u"alive"_qs, u"afterwards"_qs}));
+    QCOMPARE(savedNames(), (QStringList{u"alive"_qs, u"afterwards"_qs}));
     QVERIFY(!savedRecord().contains(u"lastSent"));
-    QCOMPARE(m_server.requests().size(), 0);
+    QCOMPARE(m_device->server.requests().size(), 0);
 }
 
 #if defined(DORVANE_THREAD_SANITIZER)

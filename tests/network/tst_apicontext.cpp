@@ -1,6 +1,7 @@
 // A picture with its strings, uploaded to a server, and the usage event that tells of it.
 #include "ApiPlatform.h"
 #include "DVApi.h"
+#include "DVTestTable.h"
 
 #include <QNetworkReply>
 
@@ -13,11 +14,8 @@ const QByteArray png = QByteArrayLiteral("\x89PNG\r\n\x1a\n--not a boundary--\r\
 // The last "Context Capture" among the recorded events, without the properties of every event.
 QVariantMap capturedEvent()
 {
-    DVAnalytics::sharedInstance().drain();
-    const QJsonDocument saved =
-        QJsonDocument::fromJson(ApiPlatform::contentOf(DVAnalytics::sharedInstance().saveFilePath()));
     QVariantMap found;
-    const QJsonArray events = saved.object().value(u"events").toArray();
+    const QJsonArray events = ApiPlatform::recordedEvents();
     for (const QJsonValue event : events) {
         if (event[u"event"].toString() != u"Context Capture")
             continue;
@@ -62,24 +60,15 @@ private:
     void upload(const DVContextPicture &picture, const DVTransferPtr &transfer = {});
 
     std::unique_ptr<ApiPlatform> m_platform;
-    int m_calls = 0;
-    DVErrorOr m_error;
+    DVOutcome<> m_outcome;
 };
 
 void tst_ApiContext::init()
 {
     m_platform = std::make_unique<ApiPlatform>();
-    // Recorded, but not sent: that was done just now.
-    QVERIFY(DVFolders::makePrivateFolder(DVFolders::dorvaneFiles()));
-    QFile events(DVAnalytics::sharedInstance().saveFilePath());
-    QVERIFY(events.open(QIODevice::WriteOnly));
-    events.write("{\"lastSent\":" + QByteArray::number(DVClock::secondsSince1970(), 'f', 0) + '}');
-    events.close();
-    DVAnalytics::sharedInstance().forgetLoaded();
-    DVState::shared().analyticsEnabled = true;
+    ApiPlatform::recordEvents();
     DVState::shared().editionMode = false;
-    m_calls = 0;
-    m_error.reset();
+    m_outcome = {};
 }
 
 DVContextPicture tst_ApiContext::picture(const QStringList &uids) const
@@ -88,21 +77,15 @@ DVContextPicture tst_ApiContext::picture(const QStringList &uids) const
     for (const QString &uid : uids)
         picture.strings.append({u"key of "_qs + uid, uid, QRectF(1.5, 2, 30, 40)});
     picture.saveImage = [path = m_platform->path(u"picture.png"_qs)] {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(png) == png.size() ? path : QString();
+        ApiPlatform::write(path, png);
+        return path;
     };
     return picture;
 }
 
 void tst_ApiContext::upload(const DVContextPicture &picture, const DVTransferPtr &transfer)
 {
-    DVApi::uploadContext(
-        picture,
-        [this](const DVErrorOr &error) {
-            ++m_calls;
-            m_error = error;
-        },
-        transfer);
+    DVApi::uploadContext(picture, m_outcome.take(), transfer);
 }
 
 void tst_ApiContext::pictureAndBindings()
@@ -111,9 +94,9 @@ void tst_ApiContext::pictureAndBindings()
     DVContextPicture shown = picture({u"abc[one]"_qs, {}, u"def"_qs});
     shown.strings[2].frame = QRectF(0, -7.25, 1e6, 0);
     upload(shown);
-    QCOMPARE(m_calls, 0);
-    QTRY_COMPARE(m_calls, 1);
-    QVERIFY(!m_error);
+    QCOMPARE(m_outcome->calls, 0);
+    QTRY_COMPLETED(m_outcome);
+    QVERIFY(!m_outcome->error);
     QCOMPARE(m_platform->requestLines(),
              (QStringList{u"POST /context-api/v2/projects/p1/contexts Bearer api-token"_qs,
                           u"POST /context-api/v2/projects/p1/bindings Bearer api-token"_qs}));
@@ -134,19 +117,13 @@ void tst_ApiContext::pictureAndBindings()
 
 void tst_ApiContext::picturesThatAreNotSent_data()
 {
-    QTest::addColumn<QStringList>("uids");
-    QTest::addColumn<bool>("saved");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("description");
-    QTest::addColumn<QString>("event");
-    QTest::newRow("without strings") << QStringList() << true << 404 << u"No strings in screenshot"_qs
-                                     << u"No strings in screenshot"_qs;
-    QTest::newRow("without strings that the platform knows")
-        << QStringList{QString(), QString()} << true << 500 << u"No string UIDs provided"_qs
-        << u"No string UIDs"_qs;
-    QTest::newRow("that could not be saved")
-        << QStringList{QString(), u"a"_qs} << false << 500 << u"Screenshot could not be saved"_qs
-        << u"Screenshot could not be saved"_qs;
+    const DVTestTable<QStringList, bool, int, QString, QString> row("uids", "saved", "code", "description",
+                                                                    "event");
+    row("without strings", {}, true, 404, u"No strings in screenshot"_qs, u"No strings in screenshot"_qs);
+    row("without strings that the platform knows", {QString(), QString()}, true, 500,
+        u"No string UIDs provided"_qs, u"No string UIDs"_qs);
+    row("that could not be saved", {QString(), u"a"_qs}, false, 500, u"Screenshot could not be saved"_qs,
+        u"Screenshot could not be saved"_qs);
 }
 
 void tst_ApiContext::picturesThatAreNotSent()
@@ -160,36 +137,31 @@ void tst_ApiContext::picturesThatAreNotSent()
     if (!saved)
         shown.saveImage = [] { return QString(); };
     upload(shown);
-    QCOMPARE(m_calls, 0);
-    QTRY_COMPARE(m_calls, 1);
-    QCOMPARE(m_error, (DVError{u"dorvane.SDK"_qs, code, description}));
+    QCOMPARE(m_outcome->calls, 0);
+    QTRY_COMPLETED(m_outcome);
+    QCOMPARE(m_outcome->error, (DVError{u"dorvane.SDK"_qs, code, description}));
     QCOMPARE(capturedEvent(), failureEvent(int(uids.size()), event));
     QCOMPARE(m_platform->requestLines(), QStringList());
 
     shown.saveImage = nullptr;
     upload(shown);
-    QTRY_COMPARE(m_calls, 2);
-    QCOMPARE(m_error->description, description);
+    QTRY_COMPARE(m_outcome->calls, 2);
+    QCOMPARE(m_outcome->error->description, description);
 }
 
 void tst_ApiContext::answersWithoutAContext_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<QString>("description");
+    const DVTestTable<int, QByteArray, QString> row("status", "answer", "description");
     const QString none = u"No Screenshot UID provided"_qs;
-    QTest::newRow("no body") << 200 << QByteArray() << none;
-    QTest::newRow("a list") << 200 << QByteArray("[]") << none;
-    QTest::newRow("no envelope") << 200 << QByteArray(R"({"contextUid":"c-1"})") << none;
-    QTest::newRow("no data") << 200 << QByteArray(R"({"response":{"code":"SUCCESS"}})") << none;
-    QTest::newRow("data that is a text") << 200 << QByteArray(R"({"response":{"data":"c-1"}})") << none;
-    QTest::newRow("no identifier") << 200 << QByteArray(R"({"response":{"data":{}}})") << none;
-    QTest::newRow("an empty identifier")
-        << 200 << QByteArray(R"({"response":{"data":{"contextUid":""}}})") << none;
-    QTest::newRow("an identifier that is an object")
-        << 200 << QByteArray(R"({"response":{"data":{"contextUid":{"a":1}}}})") << none;
-    QTest::newRow("a refusal") << 413 << QByteArray(R"({"response":{"code":"MAX_SIZE","errors":[]}})")
-                               << u"MAX_SIZE"_qs;
+    row("no body", 200, {}, none);
+    row("a list", 200, "[]", none);
+    row("no envelope", 200, R"({"contextUid":"c-1"})", none);
+    row("no data", 200, R"({"response":{"code":"SUCCESS"}})", none);
+    row("data that is a text", 200, R"({"response":{"data":"c-1"}})", none);
+    row("no identifier", 200, R"({"response":{"data":{}}})", none);
+    row("an empty identifier", 200, R"({"response":{"data":{"contextUid":""}}})", none);
+    row("an identifier that is an object", 200, R"({"response":{"data":{"contextUid":{"a":1}}}})", none);
+    row("a refusal", 413, R"({"response":{"code":"MAX_SIZE","errors":[]}})", u"MAX_SIZE"_qs);
 }
 
 void tst_ApiContext::answersWithoutAContext()
@@ -199,24 +171,20 @@ void tst_ApiContext::answersWithoutAContext()
     QFETCH(QString, description);
     m_platform->answer(Answer::of(status, answer));
     upload(picture({u"a"_qs}));
-    QTRY_COMPARE(m_calls, 1);
-    QCOMPARE(m_error, (DVError{u"dorvane.API"_qs, status == 200 ? 500 : status, description}));
+    QTRY_COMPLETED(m_outcome);
+    QCOMPARE(m_outcome->error, (DVError{u"dorvane.API"_qs, status == 200 ? 500 : status, description}));
     QCOMPARE(capturedEvent(), failureEvent(1, description));
     QCOMPARE(m_platform->requests().size(), 1);
 }
 
 void tst_ApiContext::failedBindings()
 {
-    upload(picture({u"a"_qs}));
-    m_platform->server.setHandler({});
-    // The token of the application, the picture, the bindings.
-    m_platform->server.enqueue(
-        ApiPlatform::success(R"({"accessToken":"api-token","expiresIn":300,)"
-                             R"("refreshToken":"api-refresh","refreshExpiresIn":300})"));
+    ApiPlatform::signInApi();
     m_platform->server.enqueue(ApiPlatform::success(R"({"contextUid":"c-1"})"));
     m_platform->server.enqueue(Answer::of(500, R"({"response":{"code":"GENERAL_ERROR","errors":[]}})"));
-    QTRY_COMPARE(m_calls, 1);
-    QCOMPARE(m_error, (DVError{u"dorvane.API"_qs, 500, u"GENERAL_ERROR"_qs}));
+    upload(picture({u"a"_qs}));
+    QTRY_COMPLETED(m_outcome);
+    QCOMPARE(m_outcome->error, (DVError{u"dorvane.API"_qs, 500, u"GENERAL_ERROR"_qs}));
     QCOMPARE(capturedEvent(), failureEvent(1, u"GENERAL_ERROR"_qs));
 }
 
@@ -224,25 +192,25 @@ void tst_ApiContext::identifiersThatNameNothing()
 {
     m_platform->answer(ApiPlatform::success(R"({"contextUid":"c-1"})"));
     upload(picture({u"[one]"_qs, u"[other]"_qs}));
-    QTRY_COMPARE(m_calls, 1);
-    QCOMPARE(m_error, (DVError{u"dorvane.API"_qs, 500, u"Bindings not created, unknown strings"_qs}));
+    QTRY_COMPLETED(m_outcome);
+    QCOMPARE(m_outcome->error,
+             (DVError{u"dorvane.API"_qs, 500, u"Bindings not created, unknown strings"_qs}));
     QCOMPARE(capturedEvent(), failureEvent(2, u"Bindings not created, unknown strings"_qs));
     QCOMPARE(m_platform->requests().size(), 1);
 }
 
 void tst_ApiContext::cancelledUpload_data()
 {
-    QTest::addColumn<int>("requestsBefore"); // that have arrived when the user cancels
-    QTest::newRow("in the picture") << 1;
-    QTest::newRow("in the bindings") << 2;
+    // requestsBefore: that have arrived when the user cancels
+    const DVTestTable<int> row("requestsBefore");
+    row("in the picture", 1);
+    row("in the bindings", 2);
 }
 
 void tst_ApiContext::cancelledUpload()
 {
     QFETCH(int, requestsBefore);
-    bool signedIn = false;
-    DVAPISession::sharedInstance().getTokenWithCompletion([&](const DVErrorOr &) { signedIn = true; });
-    QTRY_VERIFY(signedIn);
+    ApiPlatform::signInApi();
     if (requestsBefore == 2)
         m_platform->server.enqueue(ApiPlatform::success(R"({"contextUid":"c-1"})"));
     m_platform->server.enqueue(Answer::failing(DVFaultServer::Fault::Silence));
@@ -250,8 +218,8 @@ void tst_ApiContext::cancelledUpload()
     upload(picture({u"a"_qs}), transfer);
     QTRY_COMPARE(m_platform->requests().size(), requestsBefore);
     transfer->cancel();
-    QTRY_COMPARE(m_calls, 1);
-    QCOMPARE(m_error->code, int(QNetworkReply::OperationCanceledError));
+    QTRY_COMPLETED(m_outcome);
+    QCOMPARE(m_outcome->error->code, int(QNetworkReply::OperationCanceledError));
     QCOMPARE(m_platform->requests().size(), requestsBefore);
     QCOMPARE(capturedEvent().value(u"Success"_qs), false);
 }
@@ -261,14 +229,14 @@ void tst_ApiContext::stringsAreLoggedForDebugging()
     m_platform->answer(ApiPlatform::success(R"({"contextUid":"c-1"})"));
     m_platform->takeLog();
     upload(picture({u"a"_qs}));
-    QTRY_COMPARE(m_calls, 1);
+    QTRY_COMPLETED(m_outcome);
     QCOMPARE(m_platform->takeLog().filter(u"screenshot"_qs), QStringList());
     DVState::shared().debug = true;
     upload(picture({u"a"_qs}));
     QCOMPARE(
         m_platform->takeLog().filter(u"screenshot"_qs),
         QStringList{u"Took screenshot with strings (<DVScreenshotString key of a {{1.5, 2}, {30, 40}}>)"_qs});
-    QTRY_COMPARE(m_calls, 2);
+    QTRY_COMPARE(m_outcome->calls, 2);
 }
 
 QTEST_GUILESS_MAIN(tst_ApiContext)

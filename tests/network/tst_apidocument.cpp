@@ -136,8 +136,8 @@ void tst_ApiDocument::askForStrings()
                                     m_platform->path(u"pending"_qs), m_platform->path(u"published"_qs),
                                     done());
     QTRY_COMPARE(m_done, 8);
-    QVERIFY(ApiPlatform::contentOf(m_platform->path(u"published"_qs)).contains("Bonjour"));
-    QVERIFY(ApiPlatform::contentOf(m_platform->path(u"pending"_qs)).contains("Salut"));
+    QVERIFY(ApiPlatform::read(m_platform->path(u"published"_qs)).contains("Bonjour"));
+    QVERIFY(ApiPlatform::read(m_platform->path(u"pending"_qs)).contains("Salut"));
 }
 
 void tst_ApiDocument::decide()
@@ -173,8 +173,8 @@ void tst_ApiDocument::uploadAndLeave()
     DVContextPicture picture;
     picture.strings = {{u"hello"_qs, u"h-1"_qs, QRectF(10.5, 64, 120, 20)}};
     picture.saveImage = [path = m_platform->path(u"picture.png"_qs)] {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write("png") > 0 ? path : QString();
+        ApiPlatform::write(path, "png");
+        return path;
     };
     DVApi::uploadContext(picture, done());
     QTRY_COMPARE(m_done, 13);

@@ -1,48 +1,28 @@
 // What a translator decided and wrote, sent to a server: submit, reject, save, issues.
 #include "ApiPlatform.h"
 #include "DVApi.h"
+#include "DVTestTable.h"
 #include "DVXliffParser.h"
 
 #include <QNetworkReply>
 
 using Answer = DVFaultServer::Answer;
+using Fault = DVFaultServer::Fault;
 
 namespace {
 
-struct StatusOutcome
-{
-    int calls = 0;
-    DVErrorOr error;
-    QStringList failedKeys;
-
-    DVApi::StatusCompletion take()
-    {
-        return [this](const DVErrorOr &why, const QList<DVStringGroupPtr> &failed) {
-            ++calls;
-            error = why;
-            for (const auto &string : failed)
-                failedKeys += string->key;
-        };
-    }
-};
-
+using Strings = QList<DVStringGroupPtr>;
 using Messages = QMap<QString, QStringList>;
+using Saved = DVOutcome<Messages>;  // what was not taken, by key
+using Decided = DVOutcome<Strings>; // what was refused
 
-struct SaveOutcome
+QStringList keysOf(const Strings &strings)
 {
-    int calls = 0;
-    DVErrorOr error;
-    Messages failures;
-
-    DVApi::SaveCompletion take()
-    {
-        return [this](const DVErrorOr &why, const Messages &messages) {
-            ++calls;
-            error = why;
-            failures = messages;
-        };
-    }
-};
+    QStringList keys;
+    for (const auto &string : strings)
+        keys += string->key;
+    return keys;
+}
 
 DVXliffHeader header()
 {
@@ -70,27 +50,18 @@ QMap<QString, QString> textsIn(const QByteArray &document)
     return texts;
 }
 
-QList<DVStringGroupPtr> threeStrings()
+Strings threeStrings()
 {
     return {ApiPlatform::string(u"hello"_qs, u"h-1"_qs), ApiPlatform::string(u"bye"_qs, u"h-2[other]"_qs),
             ApiPlatform::string(u"again"_qs, u"h-3"_qs)};
 }
 
-DVStringGroups byKey(const QList<DVStringGroupPtr> &strings)
+DVStringGroups byKey(const Strings &strings)
 {
     DVStringGroups groups;
     for (const auto &string : strings)
         groups.insert(string->key, string);
     return groups;
-}
-
-// `count` JSON values joined to a list.
-QByteArray list(int count, const std::function<QByteArray(int)> &element)
-{
-    QByteArrayList elements;
-    for (int i = 0; i < count; ++i)
-        elements += element(i);
-    return '[' + elements.join(',') + ']';
 }
 
 } // namespace
@@ -119,38 +90,40 @@ private Q_SLOTS:
     void editsThatCannotBeWritten();
     void twoSavesAtATimeKeepTheirTexts();
     void cancelledImport();
-    void issuesAreReported_data();
     void issuesAreReported();
-    void issueWithoutAString_data();
-    void issueWithoutAString();
-    void failedIssue();
+    void issuesThatFail_data();
+    void issuesThatFail();
 
 private:
+    Saved save(const DVStringGroups &strings = byKey(threeStrings()), const DVTransferPtr &transfer = {})
+    {
+        const Saved saved;
+        DVApi::saveStrings(strings, header(), saved.take(), transfer);
+        return saved;
+    }
+
     std::unique_ptr<ApiPlatform> m_platform;
 };
 
 void tst_ApiStrings::statusesAreSent_data()
 {
-    QTest::addColumn<bool>("submit");
-    QTest::addColumn<QString>("request");
-    QTest::newRow("submitted")
-        << true << u"PUT /workflows-strings-api/v2/projects/p1/submittedStrings Bearer user-token"_qs;
-    QTest::newRow("rejected")
-        << false << u"PUT /workflows-strings-api/v2/projects/p1/rejectedStrings Bearer user-token"_qs;
+    const DVTestTable<bool, QString> row("submit", "request");
+    row("submitted", true,
+        u"PUT /workflows-strings-api/v2/projects/p1/submittedStrings Bearer user-token"_qs);
+    row("rejected", false, u"PUT /workflows-strings-api/v2/projects/p1/rejectedStrings Bearer user-token"_qs);
 }
 
 void tst_ApiStrings::statusesAreSent()
 {
     QFETCH(bool, submit);
     m_platform->answer(ApiPlatform::success("null"));
-    const QList<DVStringGroupPtr> strings{ApiPlatform::string(u"hello"_qs, u"h-1"_qs),
-                                          ApiPlatform::string(u"new"_qs, {}), nullptr,
-                                          ApiPlatform::string(u"bye"_qs, u"h-2[other]"_qs)};
-    StatusOutcome outcome;
-    submit ? DVApi::submitStrings(strings, outcome.take()) : DVApi::rejectStrings(strings, outcome.take());
-    QTRY_COMPARE(outcome.calls, 1);
-    QVERIFY(!outcome.error);
-    QCOMPARE(outcome.failedKeys, QStringList());
+    const Strings strings{ApiPlatform::string(u"hello"_qs, u"h-1"_qs), ApiPlatform::string(u"new"_qs, {}),
+                          nullptr, ApiPlatform::string(u"bye"_qs, u"h-2[other]"_qs)};
+    const Decided decided;
+    submit ? DVApi::submitStrings(strings, decided.take()) : DVApi::rejectStrings(strings, decided.take());
+    QTRY_COMPLETED(decided);
+    QVERIFY(!decided->error);
+    QCOMPARE(decided->result, Strings());
     QTEST(m_platform->requestLines().join(u'\n'), "request");
     QCOMPARE(m_platform->requests().last().header("Content-Type"),
              QByteArray("application/json;charset=UTF-8"));
@@ -162,30 +135,26 @@ void tst_ApiStrings::statusesAreSent()
 
 void tst_ApiStrings::nothingToSendIsNotSent()
 {
-    StatusOutcome submitted;
-    StatusOutcome rejected;
-    SaveOutcome saved;
+    const Decided submitted;
+    const Decided rejected;
     DVApi::submitStrings({nullptr}, submitted.take());
     DVApi::rejectStrings({}, rejected.take());
-    DVApi::saveStrings({}, header(), saved.take());
-    QCOMPARE(submitted.calls + rejected.calls + saved.calls, 0);
-    QTRY_COMPARE(submitted.calls + rejected.calls + saved.calls, 3);
-    QVERIFY(!submitted.error && !rejected.error && !saved.error);
-    QVERIFY(saved.failures.isEmpty() && submitted.failedKeys.isEmpty());
+    const Saved saved = save({});
+    const auto calls = [&] { return submitted->calls + rejected->calls + saved->calls; };
+    QCOMPARE(calls(), 0);
+    QTRY_COMPARE(calls(), 3);
+    QVERIFY(!submitted->error && !rejected->error && !saved->error);
+    QVERIFY(saved->result.isEmpty() && submitted->result.isEmpty());
     QCOMPARE(m_platform->requestLines(), QStringList());
 }
 
 void tst_ApiStrings::refusedStrings_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<QString>("error"); // its description
-    QTest::addColumn<QStringList>("failedKeys");
-    QTest::addColumn<QStringList>("log");
-    const auto row = [](const char *name, const QByteArray &data, const QStringList &keys = {},
-                        const QStringList &log = {}) {
-        QTest::newRow(name) << 200 << QByteArray(R"({"response":{"code":"SUCCESS","data":)" + data + "}}")
-                            << QString() << keys << log;
+    const DVTestTable<int, QByteArray, QString, QStringList, QStringList> table(
+        "status", "answer", "error", "failedKeys", "log"); // the error's description
+    const auto row = [&](const char *name, const QByteArray &data, const QStringList &keys = {},
+                         const QStringList &log = {}) {
+        table(name, 200, R"({"response":{"code":"SUCCESS","data":)" + data + "}}", {}, keys, log);
     };
     row("no data", "null");
     row("no list", "{}");
@@ -205,20 +174,16 @@ void tst_ApiStrings::refusedStrings_data()
         {u"rejectedStrings failed for hello: {\"text\":\"x\"}"_qs,
          u"rejectedStrings failed for bye: a [DV] b"_qs});
 
-    const QStringList all{u"hello"_qs, u"bye"_qs, u"again"_qs};
-    const auto failure = [&all](const char *name, int status, const QByteArray &body, const QString &error) {
-        QTest::newRow(name) << status << body << error << all
-                            << QStringList{u"rejectedStrings failed: "_qs + error};
+    const auto failure = [&](const char *name, int status, const QByteArray &body,
+                             const QString &error = u"Server error"_qs) {
+        table(name, status, body, error, keysOf(threeStrings()), {u"rejectedStrings failed: "_qs + error});
     };
-    failure("no body", 200, "", u"Server error"_qs);
-    failure("no envelope", 200, "{}", u"Server error"_qs);
-    failure("a list of not found", 404, "[]", u"Server error"_qs);
-    failure("a response that is a list", 200, R"({"response":[]})", u"Server error"_qs);
-    failure("data that is a text", 200, R"({"response":{"data":"all of them"}})", u"Server error"_qs);
-    failure("failures that are a text", 200, R"({"response":{"data":{"failures":"all"}}})",
-            u"Server error"_qs);
-    failure("failures that are an object", 200, R"({"response":{"data":{"failures":{"hashcode":"h-1"}}}})",
-            u"Server error"_qs);
+    failure("no body", 200, "");
+    failure("no envelope", 200, "{}");
+    failure("a list of not found", 404, "[]");
+    failure("data that is a text", 200, R"({"response":{"data":"all of them"}})");
+    failure("failures that are a text", 200, R"({"response":{"data":{"failures":"all"}}})");
+    failure("failures that are an object", 200, R"({"response":{"data":{"failures":{"hashcode":"h-1"}}}})");
     failure("a refused request", 400, R"({"response":{"code":"VALIDATION_ERROR","errors":[]}})",
             u"VALIDATION_ERROR"_qs);
 }
@@ -230,13 +195,13 @@ void tst_ApiStrings::refusedStrings()
     QFETCH(QString, error);
     m_platform->answer(Answer::of(status, answer));
     m_platform->takeLog();
-    StatusOutcome outcome;
-    DVApi::rejectStrings(threeStrings(), outcome.take());
-    QTRY_COMPARE(outcome.calls, 1);
-    QCOMPARE(outcome.error ? outcome.error->description : QString(), error);
-    if (outcome.error && status == 200)
-        QCOMPARE(*outcome.error, (DVError{u"dorvane.API"_qs, 500, error}));
-    QTEST(outcome.failedKeys, "failedKeys");
+    const Decided decided;
+    DVApi::rejectStrings(threeStrings(), decided.take());
+    QTRY_COMPLETED(decided);
+    QCOMPARE(decided->description(), error);
+    if (decided->error && status == 200)
+        QCOMPARE(*decided->error, (DVError{u"dorvane.API"_qs, 500, error}));
+    QTEST(keysOf(decided->result), "failedKeys");
     QTEST(m_platform->takeLog().filter(u"rejectedStrings failed"_qs), "log");
 }
 
@@ -244,77 +209,64 @@ void tst_ApiStrings::manyRefusals()
 {
     // All of one hashcode: what is found must not be multiplied by what is named.
     constexpr int count = 20000;
-    QList<DVStringGroupPtr> strings;
+    Strings strings;
     for (int i = 0; i < count; ++i)
         strings += ApiPlatform::string(QString::number(i), u"same"_qs);
-    const QByteArray failures =
-        list(count, [](int) { return QByteArray(R"({"hashcode":"same","reason":"r"})"); });
-    m_platform->answer(ApiPlatform::success(R"({"failures":)" + failures + '}'));
+    const QByteArrayList failures(count, R"({"hashcode":"same","reason":"r"})");
+    m_platform->answer(ApiPlatform::success(R"({"failures":[)" + failures.join(',') + "]}"));
     DVState::shared().log = false;
-    StatusOutcome outcome;
-    DVApi::submitStrings(strings, outcome.take());
-    QTRY_COMPARE_WITH_TIMEOUT(outcome.calls, 1, 30000);
-    QCOMPARE(outcome.failedKeys.size(), count);
+    const Decided decided;
+    DVApi::submitStrings(strings, decided.take());
+    QTRY_COMPARE_WITH_TIMEOUT(decided->calls, 1, 30000);
+    QCOMPARE(decided->result.size(), count);
 }
 
 void tst_ApiStrings::stringsLiveUntilTheAnswer()
 {
     m_platform->answer(ApiPlatform::success(R"({"failures":[{"hashcode":"h-1"}]})").delayed(100));
-    StatusOutcome outcome;
+    QStringList failed;
     auto strings = threeStrings();
     const std::weak_ptr<DVStringGroup> watched = strings.first();
-    DVApi::submitStrings(strings, outcome.take());
+    DVApi::submitStrings(strings,
+                         [&failed](const DVErrorOr &, const Strings &refused) { failed = keysOf(refused); });
     strings.clear();
-    QTRY_COMPARE(outcome.calls, 1);
-    QCOMPARE(outcome.failedKeys, QStringList{u"hello"_qs});
+    QTRY_COMPARE(failed, QStringList{u"hello"_qs});
     QTRY_VERIFY(watched.expired());
 }
 
 void tst_ApiStrings::brokenExchanges_data()
 {
-    QTest::addColumn<int>("fault");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    using Fault = DVFaultServer::Fault;
-    QTest::newRow("closed without an answer") << int(Fault::Close) << 200 << QByteArray();
-    QTest::newRow("reset") << int(Fault::Reset) << 200 << QByteArray();
-    QTest::newRow("cut in the answer")
-        << int(Fault::CutBody) << 200 << QByteArray(R"({"response":{"data":{}}})");
-    QTest::newRow("without an end") << int(Fault::Endless) << 200 << QByteArray(1 << 20, ' ');
-    QTest::newRow("a page for people")
-        << int(Fault::None) << 200 << QByteArray("<html>Sign in to the airport</html>");
-    QTest::newRow("half an answer") << int(Fault::None) << 200 << QByteArray(R"({"response":{"code":"SUCC)");
-    QTest::newRow("a token that is no good") << int(Fault::None) << 401 << QByteArray();
-    QTest::newRow("a gateway that waited too long") << int(Fault::None) << 504 << QByteArray("<html></html>");
+    const DVTestTable<Answer> row("answer");
+    row("closed without an answer", Answer::failing(Fault::Close));
+    row("cut in the answer", Answer::failing(Fault::CutBody, R"({"response":{"data":{}}})"));
+    row("without an end", Answer::failing(Fault::Endless, QByteArray(1 << 20, ' ')));
+    row("a page for people", Answer::of(200, "<html>Sign in to the airport</html>"));
+    row("half an answer", Answer::of(200, R"({"response":{"code":"SUCC)"));
+    row("a token that is no good", Answer::of(401));
+    row("a gateway that waited too long", Answer::of(504, "<html></html>"));
 }
 
 // Nothing counts as taken, nothing is sent a second time, and the next save works.
 void tst_ApiStrings::brokenExchanges()
 {
-    QFETCH(int, fault);
-    QFETCH(int, status);
-    QFETCH(QByteArray, body);
-    Answer answer = Answer::of(status, body);
-    answer.fault = DVFaultServer::Fault(fault);
+    QFETCH(Answer, answer);
     m_platform->answer(answer);
-    SaveOutcome saved;
-    DVApi::saveStrings(byKey(threeStrings()), header(), saved.take());
-    QTRY_COMPARE_WITH_TIMEOUT(saved.calls, 1, 30000);
-    QVERIFY(saved.error);
-    QCOMPARE(saved.failures.size(), 3);
-    StatusOutcome submitted;
+    const Saved saved = save();
+    QTRY_COMPARE_WITH_TIMEOUT(saved->calls, 1, 30000);
+    QVERIFY(saved->error);
+    QCOMPARE(saved->result.size(), 3);
+    const Decided submitted;
     DVApi::submitStrings(threeStrings(), submitted.take());
-    QTRY_COMPARE_WITH_TIMEOUT(submitted.calls, 1, 30000);
-    QVERIFY(submitted.error);
-    QCOMPARE(submitted.failedKeys.size(), 3);
+    QTRY_COMPARE_WITH_TIMEOUT(submitted->calls, 1, 30000);
+    QVERIFY(submitted->error);
+    QCOMPARE(submitted->result.size(), 3);
     QCOMPARE(m_platform->requests().size(), 2);
 
     m_platform->answer(ApiPlatform::success("{}"));
-    SaveOutcome again;
-    DVApi::saveStrings(byKey(threeStrings()), header(), again.take());
-    QTRY_COMPARE(again.calls, 1);
-    QVERIFY(!again.error);
-    QVERIFY(again.failures.isEmpty());
+    const Saved again = save();
+    QTRY_COMPLETED(again);
+    QVERIFY(!again->error);
+    QVERIFY(again->result.isEmpty());
 }
 
 void tst_ApiStrings::editsAreImported()
@@ -326,12 +278,10 @@ void tst_ApiStrings::editsAreImported()
     const DVStringGroups strings{
         {u"&Save"_qs, ApiPlatform::string(u"&Save"_qs, u"h-1"_qs, u"<b>\"Sauver\"</b> & quitter\n😀"_qs)},
         {u"files"_qs, plural}};
-    const auto transfer = std::make_shared<DVTransfer>();
-    SaveOutcome outcome;
-    DVApi::saveStrings(strings, header(), outcome.take(), transfer);
-    QTRY_COMPARE(outcome.calls, 1);
-    QVERIFY(!outcome.error);
-    QVERIFY(outcome.failures.isEmpty());
+    const Saved saved = save(strings);
+    QTRY_COMPLETED(saved);
+    QVERIFY(!saved->error);
+    QVERIFY(saved->result.isEmpty());
     QCOMPARE(
         m_platform->requestLines(),
         QStringList{u"POST /files-api/v2/projects/p1/locales/fr-CA/content/import Bearer user-token"_qs});
@@ -345,21 +295,17 @@ void tst_ApiStrings::editsAreImported()
                                      {u"files[one]"_qs, u"un fichier"_qs},
                                      {u"files[other]"_qs, u"des fichiers"_qs}}));
     const QString kept = DVFolders::dorvaneFiles() + u"/saveFile.xlf"_qs;
-    QCOMPARE(ApiPlatform::contentOf(kept), file.content);
+    QCOMPARE(ApiPlatform::read(kept), file.content);
     QCOMPARE(QFile::permissions(kept) & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
 }
 
 void tst_ApiStrings::stringsThatWereNotTaken_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<QString>("error"); // its description
-    QTest::addColumn<Messages>("failures");
-    QTest::addColumn<QStringList>("log");
-    const auto row = [](const char *name, const QByteArray &data, const Messages &failures = {},
-                        const QStringList &log = {}) {
-        QTest::newRow(name) << 202 << QByteArray(R"({"response":{"code":"ACCEPTED","data":)" + data + "}}")
-                            << QString() << failures << log;
+    const DVTestTable<int, QByteArray, QString, Messages, QStringList> table(
+        "status", "answer", "error", "failures", "log"); // the error's description
+    const auto row = [&](const char *name, const QByteArray &data, const Messages &failures = {},
+                         const QStringList &log = {}) {
+        table(name, 202, R"({"response":{"code":"ACCEPTED","data":)" + data + "}}", {}, failures, log);
     };
     row("no data", "null");
     row("no list", R"({"wordCount":0})");
@@ -382,17 +328,17 @@ void tst_ApiStrings::stringsThatWereNotTaken_data()
         R"({"translationImportErrors":[{"stringHashCode":"h-9","messages":["x"]},
         {"messages":["y"]},{"stringHashCode":"[one]","messages":["z"]},{"stringHashCode":{},"messages":[]},null,4]})");
 
-    const auto failure = [](const char *name, int status, const QByteArray &body, const QString &error) {
-        QTest::newRow(name) << status << body << error
-                            << Messages{{u"hello"_qs, {error}}, {u"bye"_qs, {error}}, {u"again"_qs, {error}}}
-                            << QStringList{u"Save failed: "_qs + error};
+    const auto failure = [&](const char *name, int status, const QByteArray &body,
+                             const QString &error = u"Server error"_qs) {
+        table(name, status, body, error,
+              {{u"hello"_qs, {error}}, {u"bye"_qs, {error}}, {u"again"_qs, {error}}},
+              {u"Save failed: "_qs + error});
     };
-    failure("no body", 200, "", u"Server error"_qs);
-    failure("no envelope", 200, R"({"message":"saved"})", u"Server error"_qs);
-    failure("a list of not found", 404, "[]", u"Server error"_qs);
-    failure("data that is a list", 200, R"({"response":{"data":[]}})", u"Server error"_qs);
-    failure("errors that are a text", 200, R"({"response":{"data":{"translationImportErrors":"h-1"}}})",
-            u"Server error"_qs);
+    failure("no body", 200, "");
+    failure("no envelope", 200, R"({"message":"saved"})");
+    failure("a list of not found", 404, "[]");
+    failure("data that is a list", 200, R"({"response":{"data":[]}})");
+    failure("errors that are a text", 200, R"({"response":{"data":{"translationImportErrors":"h-1"}}})");
     failure("a refused request", 401, R"({"response":{"code":"AUTHENTICATION_ERROR","errors":[{}]}})",
             u"1 errors"_qs);
 }
@@ -403,48 +349,40 @@ void tst_ApiStrings::stringsThatWereNotTaken()
     QFETCH(QByteArray, answer);
     m_platform->answer(Answer::of(status, answer));
     m_platform->takeLog();
-    SaveOutcome outcome;
-    DVApi::saveStrings(byKey(threeStrings()), header(), outcome.take());
-    QTRY_COMPARE(outcome.calls, 1);
-    QTEST(outcome.error ? outcome.error->description : QString(), "error");
-    QTEST(outcome.failures, "failures");
+    const Saved saved = save();
+    QTRY_COMPLETED(saved);
+    QTEST(saved->description(), "error");
+    QTEST(saved->result, "failures");
     QTEST(m_platform->takeLog().filter(u"Save failed"_qs), "log");
 }
 
 void tst_ApiStrings::stringsThatCannotBeWritten()
 {
     m_platform->answer(ApiPlatform::success("{}"));
-    const DVStringGroups strings{{u"good"_qs, ApiPlatform::string(u"good"_qs, u"h-1"_qs)},
-                                 {u"unknown"_qs, ApiPlatform::string(u"unknown"_qs, {})},
-                                 {u"untranslated"_qs, ApiPlatform::string(u"untranslated"_qs, u"h-2"_qs, {})},
-                                 {u"missing"_qs, nullptr}};
-    SaveOutcome outcome;
-    DVApi::saveStrings(strings, header(), outcome.take());
-    QTRY_COMPARE(outcome.calls, 1);
-    QVERIFY(!outcome.error);
-    QCOMPARE(outcome.failures, (Messages{{u"unknown"_qs, {u"No hashcode for this string"_qs}},
-                                         {u"untranslated"_qs, {u"No text for this string"_qs}},
-                                         {u"missing"_qs, {u"No text for this string"_qs}}}));
+    const Saved saved = save({{u"good"_qs, ApiPlatform::string(u"good"_qs, u"h-1"_qs)},
+                              {u"unknown"_qs, ApiPlatform::string(u"unknown"_qs, {})},
+                              {u"untranslated"_qs, ApiPlatform::string(u"untranslated"_qs, u"h-2"_qs, {})},
+                              {u"missing"_qs, nullptr}});
+    QTRY_COMPLETED(saved);
+    QVERIFY(!saved->error);
+    QCOMPARE(saved->result, (Messages{{u"unknown"_qs, {u"No hashcode for this string"_qs}},
+                                      {u"untranslated"_qs, {u"No text for this string"_qs}},
+                                      {u"missing"_qs, {u"No text for this string"_qs}}}));
     const auto file = ApiPlatform::uploadedFile(m_platform->requests().last());
     QCOMPARE(textsIn(file.content), (QMap<QString, QString>{{u"good"_qs, u"t"_qs}}));
 }
 
 void tst_ApiStrings::editsThatCannotBeWritten()
 {
-    // A file where the folder should be.
-    QFile file(DVFolders::dorvaneFiles());
-    QVERIFY(QDir(file.fileName()).removeRecursively());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
+    QVERIFY(QDir(DVFolders::dorvaneFiles()).removeRecursively());
+    ApiPlatform::write(DVFolders::dorvaneFiles(), "a file where the folder should be");
     m_platform->takeLog();
-    SaveOutcome outcome;
-    DVApi::saveStrings(byKey(threeStrings()), header(), outcome.take());
-    QCOMPARE(outcome.calls, 0);
-    QTRY_COMPARE(outcome.calls, 1);
-    QVERIFY(outcome.error);
-    QCOMPARE(outcome.error->domain, u"dorvane.file"_qs);
-    const QString why = outcome.error->description;
-    QCOMPARE(outcome.failures, (Messages{{u"hello"_qs, {why}}, {u"bye"_qs, {why}}, {u"again"_qs, {why}}}));
+    const Saved saved = save();
+    QCOMPARE(saved->calls, 0);
+    QTRY_COMPLETED(saved);
+    QCOMPARE(saved->domain(), u"dorvane.file"_qs);
+    const QString why = saved->description();
+    QCOMPARE(saved->result, (Messages{{u"hello"_qs, {why}}, {u"bye"_qs, {why}}, {u"again"_qs, {why}}}));
     QVERIFY(m_platform->takeLog().contains(QString(u"Save failed: " % why)));
     QCOMPARE(m_platform->requestLines(), QStringList());
 }
@@ -454,13 +392,9 @@ void tst_ApiStrings::twoSavesAtATimeKeepTheirTexts()
     m_platform->answer(ApiPlatform::success("{}"));
     // Expired, so that both wait for a token before they are sent.
     DVClock::advance(qint64(400) * 1000);
-    SaveOutcome first;
-    SaveOutcome second;
-    DVApi::saveStrings({{u"a"_qs, ApiPlatform::string(u"a"_qs, u"h-1"_qs, u"first"_qs)}}, header(),
-                       first.take());
-    DVApi::saveStrings({{u"a"_qs, ApiPlatform::string(u"a"_qs, u"h-1"_qs, u"second"_qs)}}, header(),
-                       second.take());
-    QTRY_COMPARE(first.calls + second.calls, 2);
+    const Saved first = save({{u"a"_qs, ApiPlatform::string(u"a"_qs, u"h-1"_qs, u"first"_qs)}});
+    const Saved second = save({{u"a"_qs, ApiPlatform::string(u"a"_qs, u"h-1"_qs, u"second"_qs)}});
+    QTRY_COMPARE(first->calls + second->calls, 2);
     QStringList texts;
     for (const auto &request : m_platform->requests())
         texts += textsIn(ApiPlatform::uploadedFile(request).content).value(u"a"_qs);
@@ -470,86 +404,61 @@ void tst_ApiStrings::twoSavesAtATimeKeepTheirTexts()
 
 void tst_ApiStrings::cancelledImport()
 {
-    m_platform->answer(Answer::failing(DVFaultServer::Fault::Silence));
+    m_platform->answer(Answer::failing(Fault::Silence));
     const auto transfer = std::make_shared<DVTransfer>();
-    SaveOutcome outcome;
-    DVApi::saveStrings(byKey(threeStrings()), header(), outcome.take(), transfer);
+    const Saved saved = save(byKey(threeStrings()), transfer);
     QTRY_COMPARE(m_platform->requests().size(), 1);
     transfer->cancel();
-    QTRY_COMPARE(outcome.calls, 1);
-    QVERIFY(outcome.error);
-    QCOMPARE(outcome.error->code, int(QNetworkReply::OperationCanceledError));
-    QCOMPARE(outcome.failures.size(), 3);
-}
-
-void tst_ApiStrings::issuesAreReported_data()
-{
-    QTest::addColumn<QString>("description");
-    QTest::addColumn<QByteArray>("body");
-    QTest::newRow("with words") << u"Say \"tu\" & not <vous>"_qs
-                                << QByteArray(R"({"string":{"hashcode":"h-1","localeId":"fr-CA"},
-                                   "issueText":"Say \"tu\" & not <vous>","issueSubTypeCode":"TONE",
-                                   "issueTypeCode":"TRANSLATION"})");
-    QTest::newRow("without") << QString() << QByteArray(R"({"string":{"hashcode":"h-1","localeId":"fr-CA"},
-                                "issueText":"","issueSubTypeCode":"TONE","issueTypeCode":"TRANSLATION"})");
+    QTRY_COMPLETED(saved);
+    QCOMPARE(saved->code(), int(QNetworkReply::OperationCanceledError));
+    QCOMPARE(saved->result.size(), 3);
 }
 
 void tst_ApiStrings::issuesAreReported()
 {
-    QFETCH(QString, description);
-    QFETCH(QByteArray, body);
     m_platform->answer(ApiPlatform::success(R"({"issueUid":"i-1"})"));
     const auto string = ApiPlatform::string(u"hello"_qs, u"h-1[one]"_qs);
     string->rejectReason = u"TONE"_qs;
-    string->rejectDescription = description;
-    int calls = 0;
-    DVErrorOr result;
-    DVApi::createIssueForString(string, [&](const DVErrorOr &error) {
-        ++calls;
-        result = error;
-    });
-    QTRY_COMPARE(calls, 1);
-    QVERIFY(!result);
-    QVERIFY(!string->rejectDescription.isNull());
+    QStringList words;
+    for (const QString &description : {u"Say \"tu\" & not <vous>"_qs, QString()}) {
+        string->rejectDescription = description;
+        const DVOutcome<> reported;
+        DVApi::createIssueForString(string, reported.take());
+        QTRY_COMPLETED(reported);
+        QVERIFY(!reported->error);
+        QVERIFY(!string->rejectDescription.isNull());
+        QJsonObject body = m_platform->lastJsonBody();
+        words += body.take(u"issueText"_qs).toString(u"none"_qs);
+        QCOMPARE(body, QJsonDocument::fromJson(R"({"string":{"hashcode":"h-1","localeId":"fr-CA"},
+                           "issueSubTypeCode":"TONE","issueTypeCode":"TRANSLATION"})")
+                           .object());
+    }
+    QCOMPARE(words, QStringList({u"Say \"tu\" & not <vous>"_qs, u""_qs}));
     QCOMPARE(m_platform->requestLines(),
-             QStringList{u"POST /issues-api/v2/projects/p1/issues Bearer user-token"_qs});
-    QCOMPARE(m_platform->lastJsonBody(), QJsonDocument::fromJson(body).object());
+             QStringList(2, u"POST /issues-api/v2/projects/p1/issues Bearer user-token"_qs));
 }
 
-void tst_ApiStrings::issueWithoutAString_data()
+void tst_ApiStrings::issuesThatFail_data()
 {
-    QTest::addColumn<DVStringGroupPtr>("string");
-    QTest::newRow("unknown to the platform") << ApiPlatform::string(u"hello"_qs, {});
-    QTest::newRow("without forms") << std::make_shared<DVStringGroup>();
-    QTest::newRow("none") << DVStringGroupPtr();
+    const DVTestTable<DVStringGroupPtr, DVError> row("string", "error");
+    const DVError unknown{u"dorvane.SDK"_qs, 500, u"No hashcode for this string"_qs};
+    row("unknown to the platform", ApiPlatform::string(u"hello"_qs, {}), unknown);
+    row("without forms", std::make_shared<DVStringGroup>(), unknown);
+    row("none", {}, unknown);
+    row("refused", threeStrings().first(), {u"dorvane.API"_qs, 403, u"AUTHORIZATION_ERROR"_qs});
 }
 
-void tst_ApiStrings::issueWithoutAString()
+void tst_ApiStrings::issuesThatFail()
 {
     QFETCH(DVStringGroupPtr, string);
-    int calls = 0;
-    DVErrorOr result;
-    DVApi::createIssueForString(string, [&](const DVErrorOr &error) {
-        ++calls;
-        result = error;
-    });
-    QCOMPARE(calls, 0);
-    QTRY_COMPARE(calls, 1);
-    QCOMPARE(result, (DVError{u"dorvane.SDK"_qs, 500, u"No hashcode for this string"_qs}));
-    QCOMPARE(m_platform->requestLines(), QStringList());
-}
-
-void tst_ApiStrings::failedIssue()
-{
+    QFETCH(DVError, error);
     m_platform->answer(Answer::of(403, R"({"response":{"code":"AUTHORIZATION_ERROR","errors":[]}})"));
-    int calls = 0;
-    DVErrorOr result;
-    DVApi::createIssueForString(threeStrings().first(), [&](const DVErrorOr &error) {
-        ++calls;
-        result = error;
-    });
-    QTRY_COMPARE(calls, 1);
-    QCOMPARE(result, (DVError{u"dorvane.API"_qs, 403, u"AUTHORIZATION_ERROR"_qs}));
+    const DVOutcome<> reported;
+    DVApi::createIssueForString(string, reported.take());
+    QCOMPARE(reported->calls, 0);
+    QTRY_COMPLETED(reported);
+    QCOMPARE(reported->error, error);
+    QCOMPARE(m_platform->requests().size(), error.code == 403 ? 1 : 0);
 }
 
 QTEST_GUILESS_MAIN(tst_ApiStrings)

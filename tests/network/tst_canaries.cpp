@@ -1,23 +1,11 @@
 // Canaries: secrets in every place where exchanges carry them, none in what is logged, recorded or written.
-#include "DVAPISession.h"
-#include "DVAnalytics.h"
 #include "DVApi.h"
 #include "DVCanaries.h"
-#include "DVFaultServer.h"
-#include "DVFolders.h"
 #include "DVNetwork.h"
 #include "DVRecentEvents.h"
 #include "DVSecrets.h"
-#include "DVServerUrl.h"
-#include "DVSession.h"
-#include "DVState.h"
-
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
-#include <QTest>
+#include "DVTestTable.h"
+#include "NetworkDevice.h"
 
 #include <mutex>
 
@@ -25,8 +13,6 @@ using Answer = DVFaultServer::Answer;
 using Request = DVFaultServer::Request;
 
 namespace {
-
-constexpr int patience = 20000;
 
 std::mutex outputMutex;
 QByteArray output;
@@ -78,8 +64,7 @@ private:
     const QStringList m_all = {m_access, m_refresh,  m_code,      m_secret,
                                m_key,    m_password, m_apiAccess, m_apiRefresh};
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<DVFaultServer> m_server;
+    std::unique_ptr<NetworkDevice> m_device;
     QtMessageHandler m_handler = nullptr;
     int m_completions = 0;
     QStringList m_descriptions;
@@ -87,39 +72,21 @@ private:
 
 void tst_Canaries::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_server = std::make_unique<DVFaultServer>();
+    m_device = std::make_unique<NetworkDevice>();
     m_handler = qInstallMessageHandler(collect);
     m_completions = 0;
     m_descriptions.clear();
     DVSecrets::forgetAll();
-    DVFolders::setDocuments(m_folder->path());
-    DVServerUrl::setEnvironment(1);
-    const QString url = m_server->url();
-    DVServerUrl::setServers({{u"api"_qs, url}, {u"sso"_qs, url}, {u"delivery"_qs, url}});
-    auto &state = DVState::shared();
-    state.analyticsEnabled = true;
-    state.setAppId(u"project"_qs);
-    state.setAesKey(m_key);
+    DVState::shared().analyticsEnabled = true;
+    DVState::shared().setAesKey(m_key);
     DVAnalytics::sharedInstance().forgetLoaded();
     takeOutput();
 }
 
 void tst_Canaries::cleanup()
 {
-    DVAnalytics::sharedInstance().drain();
-    DVHttpTransport::shutDown(1000);
-    DVSession::sharedInstance().logOut();
-    DVAPISession::sharedInstance() = {};
-    DVHttpTransport::shutDown(1000);
-    DVAnalytics::sharedInstance().drain();
-    auto &state = DVState::shared();
-    state.log = state.debug = state.analyticsEnabled = false;
-    state.setAesKey({});
-    state.setAppId({});
-    DVServerUrl::setServers({});
-    DVFolders::setDocuments({});
     qInstallMessageHandler(m_handler);
+    m_device.reset();
 }
 
 void tst_Canaries::expectNone(const QStringList &canaries)
@@ -132,8 +99,8 @@ void tst_Canaries::expectNone(const QStringList &canaries)
         said += lastError->error.description.toUtf8();
     // Descriptions go to the host, who logs them.
     said += m_descriptions.join(u'\n').toUtf8();
-    QCOMPARE(DVCanaries::found(m_folder->path(), said, canaries), QStringList());
-    for (const Request &request : m_server->requests()) {
+    QCOMPARE(DVCanaries::found(m_device->path(), said, canaries), QStringList());
+    for (const Request &request : m_device->server.requests()) {
         if (request.target == "/track") {
             const QByteArray data = QByteArray::fromPercentEncoding(request.body);
             QCOMPARE(DVCanaries::foundIn(data, canaries, u"events"_qs), QStringList());
@@ -152,14 +119,14 @@ DVJsonCompletion tst_Canaries::counted()
 
 void tst_Canaries::theSearchFindsThem_data()
 {
-    QTest::addColumn<QByteArray>("text");
+    const DVTestTable<QByteArray> row("text");
     const QByteArray secret = DVCanaries::canary(u"access"_qs).toUtf8();
-    QTest::newRow("as it is") << QByteArray("x" + secret + "y");
-    QTest::newRow("cut off") << QByteArray("x" + secret.left(17));
+    row("as it is", QByteArray("x" + secret + "y"));
+    row("cut off", QByteArray("x" + secret.left(17)));
     for (const char *const before : {"", "a", "ab"})
         QTest::addRow("in base64 after \"%s\"", before) << QByteArray(before + secret + "b").toBase64();
     const QString text = QString::fromUtf8(secret);
-    QTest::newRow("in UTF-16") << QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
+    row("in UTF-16", QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2));
 }
 
 void tst_Canaries::theSearchFindsThem()
@@ -167,22 +134,18 @@ void tst_Canaries::theSearchFindsThem()
     QFETCH(QByteArray, text);
     QCOMPARE(DVCanaries::foundIn(text, {m_access}).size(), 1);
     QCOMPARE(DVCanaries::foundIn(text, {m_refresh}), QStringList());
-    QFile hidden(QString(m_folder->path() + u"/.hidden"));
-    QVERIFY(hidden.open(QIODevice::WriteOnly));
-    hidden.write(text);
-    hidden.close();
-    QCOMPARE(DVCanaries::found(m_folder->path(), {}, {m_access}).size(), 1);
-    QCOMPARE(DVCanaries::found(m_folder->path(), {}, {m_access}, {u".hid"_qs}), QStringList());
-    QCOMPARE(DVCanaries::found(m_folder->path(), m_access.left(4).toUtf8(), {m_refresh}), QStringList());
+    NetworkDevice::write(m_device->path(u".hidden"_qs), text);
+    QCOMPARE(DVCanaries::found(m_device->path(), {}, {m_access}).size(), 1);
+    QCOMPARE(DVCanaries::found(m_device->path(), {}, {m_access}, {u".hid"_qs}), QStringList());
+    QCOMPARE(DVCanaries::found(m_device->path(), m_access.left(4).toUtf8(), {m_refresh}), QStringList());
 }
 
 void tst_Canaries::exchanges_data()
 {
-    QTest::addColumn<bool>("debug");
-    QTest::addColumn<bool>("fails");
-    QTest::newRow("at debug level") << true << false;
-    QTest::newRow("at debug level, all failing") << true << true;
-    QTest::newRow("at info level, all failing") << false << true;
+    const DVTestTable<bool, bool> row("debug", "fails");
+    row("at debug level", true, false);
+    row("at debug level, all failing", true, true);
+    row("at info level, all failing", false, true);
 }
 
 // Each secret in each place where it belongs.
@@ -202,7 +165,7 @@ void tst_Canaries::exchanges()
                           {u"refreshToken"_qs, m_apiRefresh},
                           {u"expiresIn"_qs, 10}, // so that later requests refresh
                           {u"refreshExpiresIn"_qs, 600}};
-    m_server->setHandler([=](const Request &request) {
+    m_device->server.setHandler([=](const Request &request) {
         if (request.target.startsWith("/auth/"))
             return Answer::of(status, QJsonDocument(user).toJson());
         if (request.target.startsWith("/auth-api/"))
@@ -228,13 +191,13 @@ void tst_Canaries::exchanges()
         DVNetwork::getPath(u"/get"_qs, mode, DVServerApi, parameters, counted());
         DVNetwork::postPath(u"/form"_qs, true, mode, DVServerApi, parameters, counted());
         DVNetwork::putPath(u"/json"_qs, false, mode, DVServerApi, parameters, counted());
-        DVNetwork::downloadPath(u"/file"_qs, mode, parameters, 20, QString(m_folder->path() + u"/file"),
+        DVNetwork::downloadPath(u"/file"_qs, mode, parameters, 20, QString(m_device->path() + u"/file"),
                                 [this](const DVErrorOr &error) { counted()(error, {}); });
         expected += 4;
         waitFor(m_completions, expected);
     }
     // The secrets did go where they belong.
-    const auto sent = m_server->requests();
+    const auto sent = m_device->server.requests();
     QCOMPARE(std::count_if(sent.begin(), sent.end(),
                            [](const Request &request) { return request.target == "/json"; }),
              fails ? 0 : 3);
@@ -242,38 +205,33 @@ void tst_Canaries::exchanges()
                          [](const Request &request) { return request.target.endsWith("/refresh"); }),
              !fails);
     DVApi::logOutWithRefreshToken(m_refresh);
-    QVERIFY(m_server->waitForRequests(1, patience));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [this] {
-            for (const Request &request : m_server->requests()) {
-                if (request.target.contains("/logout"))
-                    return true;
-            }
-            return false;
-        }(),
-        patience);
-    DVNetwork::getUrl(m_server->url(u"/last"_qs), counted());
+    const auto hasLoggedOut = [this] {
+        const auto all = m_device->server.requests();
+        return std::any_of(all.begin(), all.end(),
+                           [](const Request &request) { return request.target.contains("/logout"); });
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(hasLoggedOut(), generousMs);
+    DVNetwork::getUrl(m_device->server.url(u"/last"_qs), counted());
     waitFor(m_completions, expected + 1);
     expectNone(m_all);
 }
 
 void tst_Canaries::waitFor(const int &count, int expected)
 {
-    QTRY_COMPARE_WITH_TIMEOUT(count, expected, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(count, expected, generousMs);
 }
 
 void tst_Canaries::tokensThatServersEcho_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("type"); // of answer; %1 is the token
-    QTest::newRow("as the error's code")
-        << 400 << QByteArray(R"({"response":{"code":"bad %1","errors":[]}})");
-    QTest::newRow("in the list of errors")
-        << 400 << QByteArray(R"({"response":{"code":"X","errors":[{"message":"token %1 expired"}]}})");
-    QTest::newRow("in an answer that succeeds") << 200 << QByteArray(R"({"response":{"data":{"you":"%1"}}})");
-    QTest::newRow("as a member's name") << 200 << QByteArray(R"({"response":{"data":{"%1":1}}})");
-    QTest::newRow("in a page") << 502 << QByteArray("<html>%1</html>");
-    QTest::newRow("in a redirect to itself") << 302 << QByteArray("%1");
+    // type: of answer; %1 is the token
+    const DVTestTable<int, QByteArray> row("status", "type");
+    row("as the error's code", 400, R"({"response":{"code":"bad %1","errors":[]}})");
+    row("in the list of errors", 400,
+        R"({"response":{"code":"X","errors":[{"message":"token %1 expired"}]}})");
+    row("in an answer that succeeds", 200, R"({"response":{"data":{"you":"%1"}}})");
+    row("as a member's name", 200, R"({"response":{"data":{"%1":1}}})");
+    row("in a page", 502, "<html>%1</html>");
+    row("in a redirect to itself", 302, "%1");
 }
 
 void tst_Canaries::tokensThatServersEcho()
@@ -285,7 +243,7 @@ void tst_Canaries::tokensThatServersEcho()
                                                    {u"expiresIn"_qs, 300},
                                                    {u"refreshToken"_qs, m_apiRefresh},
                                                    {u"refreshExpiresIn"_qs, 600}});
-    m_server->setHandler([=](const Request &request) {
+    m_device->server.setHandler([=](const Request &request) {
         if (request.target == "/track")
             return Answer::of(200);
         QByteArray body = type;
@@ -296,7 +254,7 @@ void tst_Canaries::tokensThatServersEcho()
     DVNetwork::getPath(u"/get"_qs, DVAuthenticationApi, DVServerApi, {}, counted());
     DVNetwork::putPath(u"/put"_qs, false, DVAuthenticationApi, DVServerApi, {{u"a"_qs, 1}}, counted());
     waitFor(m_completions, 2);
-    for (const Request &request : m_server->requests()) {
+    for (const Request &request : m_device->server.requests()) {
         if (request.target != "/track")
             QCOMPARE(request.header("Authorization"), QByteArray("Bearer " + m_apiAccess.toUtf8()));
     }
@@ -327,10 +285,7 @@ void tst_Canaries::events()
                                               {u"password"_qs, m_password},
                                               {m_access, 1}});
     DVAnalytics::trackEvent(QString(u"Name " + m_access));
-    DVAnalytics::sharedInstance().drain();
-    QFile file(DVAnalytics::sharedInstance().saveFilePath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QJsonArray saved = QJsonDocument::fromJson(file.readAll()).object().value(u"events").toArray();
+    const QJsonArray saved = NetworkDevice::recordedEvents();
     QCOMPARE(saved.size(), 2);
     QCOMPARE(saved.at(0).toObject().value(u"properties").toObject().value(u"Error").toString(),
              u"with <redacted>"_qs);

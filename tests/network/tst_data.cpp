@@ -1,4 +1,5 @@
 #include "DVData.h"
+#include "DVTestTable.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
@@ -121,15 +122,14 @@ private Q_SLOTS:
 // RFC 4648, section 10.
 void TestData::base64OfBytes_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("one byte") << "f"_qba << u"Zg=="_qs;
-    QTest::newRow("two bytes") << "fo"_qba << u"Zm8="_qs;
-    QTest::newRow("three bytes") << "foo"_qba << u"Zm9v"_qs;
-    QTest::newRow("four bytes") << "foob"_qba << u"Zm9vYg=="_qs;
-    QTest::newRow("five bytes") << "fooba"_qba << u"Zm9vYmE="_qs;
-    QTest::newRow("six bytes") << "foobar"_qba << u"Zm9vYmFy"_qs;
-    QTest::newRow("both letters that are no letters") << QByteArray::fromHex("fbff") << u"+/8="_qs;
+    const DVTestTable<QByteArray, QString> row("bytes", "text");
+    row("one byte", "f", u"Zg=="_qs);
+    row("two bytes", "fo", u"Zm8="_qs);
+    row("three bytes", "foo", u"Zm9v"_qs);
+    row("four bytes", "foob", u"Zm9vYg=="_qs);
+    row("five bytes", "fooba", u"Zm9vYmE="_qs);
+    row("six bytes", "foobar", u"Zm9vYmFy"_qs);
+    row("both letters that are no letters", QByteArray::fromHex("fbff"), u"+/8="_qs);
 }
 
 void TestData::base64OfBytes()
@@ -143,15 +143,14 @@ void TestData::base64OfBytes()
 
 void TestData::base64Decoding_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("bytes"); // null: no result
-    QTest::newRow("a null text has no result") << QString() << QByteArray();
-    QTest::newRow("an empty text has no result") << u""_qs << QByteArray();
-    QTest::newRow("lines, blanks and other characters are ignored")
-        << u" Zm\r\n9v-_Y\t\u00e9mF\u4e2dy!"_qs << "foobar"_qba;
-    QTest::newRow("missing padding is forgiven") << u"Zm9vYg"_qs << "foob"_qba;
-    QTest::newRow("nothing of the alphabet has no result") << u"!?-_ \n"_qs << QByteArray();
-    QTest::newRow("six bits make no byte") << u"Z"_qs << QByteArray();
+    // bytes: null: no result
+    const DVTestTable<QString, QByteArray> row("text", "bytes");
+    row("a null text has no result", {}, {});
+    row("an empty text has no result", u""_qs, {});
+    row("lines, blanks and other characters are ignored", u" Zm\r\n9v-_Y\t\u00e9mF\u4e2dy!"_qs, "foobar");
+    row("missing padding is forgiven", u"Zm9vYg"_qs, "foob");
+    row("nothing of the alphabet has no result", u"!?-_ \n"_qs, {});
+    row("six bits make no byte", u"Z"_qs, {});
 }
 
 void TestData::base64Decoding()
@@ -164,20 +163,17 @@ void TestData::base64Decoding()
 
 void TestData::base64Lines_data()
 {
-    QTest::addColumn<int>("byteCount");
-    QTest::addColumn<int>("width");
-    QTest::addColumn<QList<int>>("lineLengths");
-    QTest::newRow("width 0 is one line") << 90 << 0 << QList<int>{120};
-    QTest::newRow("a negative width is one line") << 90 << -8 << QList<int>{120};
-    QTest::newRow("a width without room for four characters is one line") << 90 << 3 << QList<int>{120};
-    QTest::newRow("a text as long as the width is one line") << 57 << 76 << QList<int>{76};
-    QTest::newRow("76, with a rest") << 60 << 76 << QList<int>{76, 4};
-    QTest::newRow("76, twice") << 114 << 76 << QList<int>{76, 76};
-    QTest::newRow("64, with a rest") << 90 << 64 << QList<int>{64, 56};
-    QTest::newRow("other widths go down to a multiple of four") << 90 << 50 << QList<int>{48, 48, 24};
-    QTest::newRow("a text between the width and its multiple of four is one line")
-        << 9 << 15 << QList<int>{12};
-    QTest::newRow("a text of the multiple of four above the width is cut") << 12 << 15 << QList<int>{12, 4};
+    const DVTestTable<int, int, QList<int>> row("byteCount", "width", "lineLengths");
+    row("width 0 is one line", 90, 0, {120});
+    row("a negative width is one line", 90, -8, {120});
+    row("a width without room for four characters is one line", 90, 3, {120});
+    row("a text as long as the width is one line", 57, 76, {76});
+    row("76, with a rest", 60, 76, {76, 4});
+    row("76, twice", 114, 76, {76, 76});
+    row("64, with a rest", 90, 64, {64, 56});
+    row("other widths go down to a multiple of four", 90, 50, {48, 48, 24});
+    row("a text between the width and its multiple of four is one line", 9, 15, {12});
+    row("a text of the multiple of four above the width is cut", 12, 15, {12, 4});
 }
 
 void TestData::base64Lines()
@@ -209,25 +205,23 @@ void TestData::base64OfTexts()
 // NIST SP 800-38A, F.1: ECB example vectors.
 void TestData::aesStandardVectors_data()
 {
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QByteArray>("cipherText");
-    QTest::newRow("a 16-byte key is AES-128") << QByteArray::fromHex("2b7e151628aed2a6abf7158809cf4f3c")
-                                              << QByteArray::fromHex("3ad77bb40d7a3660a89ecaf32466ef97"
-                                                                     "f5d3d58503b9699de785895a96fdbaaf"
-                                                                     "43b1cd7f598ece23881b00e3ed030688"
-                                                                     "7b0c785e27e8ad3f8223207104725dd4");
-    QTest::newRow("a 24-byte key is AES-192")
-        << QByteArray::fromHex("8e73b0f7da0e6452c810f32b809079e562f8ead2522c6b7b")
-        << QByteArray::fromHex("bd334f1d6e45f25ff712a214571fa5cc"
-                               "974104846d0ad3ad7734ecb3ecee4eef"
-                               "ef7afd2270e2e60adce0ba2face6444e"
-                               "9a4b41ba738d6c72fb16691603c18e0e");
-    QTest::newRow("a 32-byte key is AES-256")
-        << QByteArray::fromHex("603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4")
-        << QByteArray::fromHex("f3eed1bdb5d2a03c064b5a7e3db181f8"
-                               "591ccb10d410ed26dc5ba74a31362870"
-                               "b6ed21b99ca6f4f9f153e7b1beafed1d"
-                               "23304b7a39f9f3ff067d8d8f9e24ecc7");
+    const DVTestTable<QByteArray, QByteArray> row("key", "cipherText");
+    row("a 16-byte key is AES-128", QByteArray::fromHex("2b7e151628aed2a6abf7158809cf4f3c"),
+        QByteArray::fromHex("3ad77bb40d7a3660a89ecaf32466ef97"
+                            "f5d3d58503b9699de785895a96fdbaaf"
+                            "43b1cd7f598ece23881b00e3ed030688"
+                            "7b0c785e27e8ad3f8223207104725dd4"));
+    row("a 24-byte key is AES-192", QByteArray::fromHex("8e73b0f7da0e6452c810f32b809079e562f8ead2522c6b7b"),
+        QByteArray::fromHex("bd334f1d6e45f25ff712a214571fa5cc"
+                            "974104846d0ad3ad7734ecb3ecee4eef"
+                            "ef7afd2270e2e60adce0ba2face6444e"
+                            "9a4b41ba738d6c72fb16691603c18e0e"));
+    row("a 32-byte key is AES-256",
+        QByteArray::fromHex("603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4"),
+        QByteArray::fromHex("f3eed1bdb5d2a03c064b5a7e3db181f8"
+                            "591ccb10d410ed26dc5ba74a31362870"
+                            "b6ed21b99ca6f4f9f153e7b1beafed1d"
+                            "23304b7a39f9f3ff067d8d8f9e24ecc7"));
 }
 
 void TestData::aesStandardVectors()
@@ -252,16 +246,15 @@ void TestData::aesRefusals_data()
 {
     const QByteArray key = noise(16);
     const QByteArray good = opensslEncrypted("Bonjour le monde, encore"_qba, key);
-    QTest::addColumn<QByteArray>("encrypted");
-    QTest::addColumn<QString>("key");
-    QTest::newRow("a 20-byte key") << good << base64(noise(20));
-    QTest::newRow("a 15-byte key") << good << base64(key.left(15));
-    QTest::newRow("no key") << good << QString();
-    QTest::newRow("a key that is no base64") << good << u"*** not a key ***"_qs;
-    QTest::newRow("another key, so the padding is wrong") << good << base64(QByteArray(16, 'k'));
-    QTest::newRow("a piece of a block at the end") << good + "x" << base64(key);
-    QTest::newRow("the last block missing") << good.left(16) << base64(key);
-    QTest::newRow("nothing at all") << QByteArray() << base64(key);
+    const DVTestTable<QByteArray, QString> row("encrypted", "key");
+    row("a 20-byte key", good, base64(noise(20)));
+    row("a 15-byte key", good, base64(key.left(15)));
+    row("no key", good, {});
+    row("a key that is no base64", good, u"*** not a key ***"_qs);
+    row("another key, so the padding is wrong", good, base64(QByteArray(16, 'k')));
+    row("a piece of a block at the end", good + "x", base64(key));
+    row("the last block missing", good.left(16), base64(key));
+    row("nothing at all", {}, base64(key));
 }
 
 void TestData::aesRefusals()
@@ -274,12 +267,11 @@ void TestData::aesRefusals()
 
 void TestData::inflationOfOtherProgramsFiles_data()
 {
-    QTest::addColumn<QByteArray>("plain");
-    QTest::newRow("nothing") << QByteArray("");
-    QTest::newRow("a sentence") << "Bonjour"_qba;
-    QTest::newRow("text that shrinks a hundredfold")
-        << QByteArray("<target>Bonjour</target>\n").repeated(20000);
-    QTest::newRow("noise, which does not shrink") << noise(100000);
+    const DVTestTable<QByteArray> row("plain");
+    row("nothing", "");
+    row("a sentence", "Bonjour");
+    row("text that shrinks a hundredfold", QByteArray("<target>Bonjour</target>\n").repeated(20000));
+    row("noise, which does not shrink", noise(100000));
 }
 
 void TestData::inflationOfOtherProgramsFiles()
@@ -297,12 +289,12 @@ void TestData::inflationOfOtherProgramsFiles()
 
 void TestData::notGzip_data()
 {
-    QTest::addColumn<QByteArray>("data");
-    QTest::newRow("null") << QByteArray();
-    QTest::newRow("one byte of the magic") << "\x1f"_qba;
-    QTest::newRow("XML") << "<?xml version=\"1.0\"?>"_qba;
-    QTest::newRow("the magic turned round") << "\x8b\x1f 12345"_qba;
-    QTest::newRow("a zlib wrapper") << qCompress("Bonjour"_qba).mid(4);
+    const DVTestTable<QByteArray> row("data");
+    row("null", {});
+    row("one byte of the magic", "\x1f");
+    row("XML", "<?xml version=\"1.0\"?>");
+    row("the magic turned round", "\x8b\x1f 12345");
+    row("a zlib wrapper", qCompress("Bonjour"_qba).mid(4));
 }
 
 void TestData::notGzip()
@@ -316,26 +308,22 @@ void TestData::notGzip()
 // cut when the stream does not end well; what was never written is zero. Each length follows from that.
 void TestData::damagedStreams_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArray>("written");
-    QTest::addColumn<int>("length");
+    const DVTestTable<QByteArray, QByteArray, int> row("stream", "written", "length");
     const QByteArray plain = noise(1000);
     const QByteArray stored = storedWithoutTrailer(plain); // 1015 bytes
     // Half is 257: full at 257, then 514 hold the 500 bytes there are.
-    QTest::newRow("cut in the middle: two steps") << stored.left(515) << plain.left(500) << 514;
+    row("cut in the middle: two steps", stored.left(515), plain.left(500), 514);
     // Half is 15, and there are 15: the full buffer grows once more before zlib says that it needs more.
-    QTest::newRow("cut where the buffer is just full") << stored.left(30) << plain.left(15) << 30;
+    row("cut where the buffer is just full", stored.left(30), plain.left(15), 30);
     // Half is 507: 507, 1014; the 1000 bytes are there, checksum and length are not.
-    QTest::newRow("cut before the checksum") << stored << plain << 1014;
+    row("cut before the checksum", stored, plain, 1014);
     // 1023 bytes, half is 511: 511, 1022.
-    QTest::newRow("a wrong checksum") << stored + QByteArray(8, '\0') << plain << 1022;
-    QTest::newRow("the magic alone") << gzipHeader().left(2) << QByteArray() << 1;
-    QTest::newRow("three bytes, of which half is one") << gzipHeader().left(3) << QByteArray() << 1;
-    QTest::newRow("a header and nothing else") << gzipHeader() << QByteArray() << 5;
-    QTest::newRow("a method other than deflate")
-        << "\x1f\x8b\x09"_qba + QByteArray(17, '\0') << QByteArray() << 10;
-    QTest::newRow("a block type that does not exist")
-        << gzipHeader() + "\x07"_qba + QByteArray(7, '\0') << QByteArray() << 9;
+    row("a wrong checksum", stored + QByteArray(8, '\0'), plain, 1022);
+    row("the magic alone", gzipHeader().left(2), {}, 1);
+    row("three bytes, of which half is one", gzipHeader().left(3), {}, 1);
+    row("a header and nothing else", gzipHeader(), {}, 5);
+    row("a method other than deflate", "\x1f\x8b\x09"_qba + QByteArray(17, '\0'), {}, 10);
+    row("a block type that does not exist", gzipHeader() + "\x07"_qba + QByteArray(7, '\0'), {}, 9);
 }
 
 void TestData::damagedStreams()
@@ -376,29 +364,24 @@ void TestData::everyTruncationIsHarmless()
 
 void TestData::limits_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<qint64>("maximumSize");
-    QTest::addColumn<qint64>("maximumRatio");
-    QTest::addColumn<qint64>("ratioFloor");
-    QTest::addColumn<qint64>("length"); // -1: too large
+    // length: -1: too large
+    const DVTestTable<QByteArray, qint64, qint64, qint64, qint64> row("stream", "maximumSize", "maximumRatio",
+                                                                      "ratioFloor", "length");
     const DVInflationLimits usual;
     const QByteArray thousand = deflatedDirectly(noise(1000), 6);
     const QByteArray zeros = deflatedDirectly(QByteArray(1 << 20, '\0'), 9); // about 1000 to 1
-    QTest::newRow("as large as allowed")
-        << thousand << qint64(1000) << usual.maximumRatio << usual.ratioFloor << qint64(1000);
-    QTest::newRow("a byte too large")
-        << thousand << qint64(999) << usual.maximumRatio << usual.ratioFloor << qint64(-1);
-    QTest::newRow("a small repetitive file passes")
-        << zeros << usual.maximumSize << usual.maximumRatio << usual.ratioFloor << qint64(1 << 20);
-    QTest::newRow("the ratio counts from its floor on")
-        << zeros << usual.maximumSize << usual.maximumRatio << qint64(1 << 19) << qint64(-1);
-    QTest::newRow("up to the floor it does not")
-        << zeros << usual.maximumSize << usual.maximumRatio << qint64(1 << 20) << qint64(1 << 20);
-    QTest::newRow("64 MiB of zeros in 64 KiB")
-        << deflatedDirectly(QByteArray(64 << 20, '\0'), 9) << usual.maximumSize << usual.maximumRatio
-        << usual.ratioFloor << qint64(-1);
-    QTest::newRow("a damaged stream obeys as well") << storedWithoutTrailer(noise(1000)) << qint64(1000)
-                                                    << usual.maximumRatio << usual.ratioFloor << qint64(-1);
+    row("as large as allowed", thousand, 1000, usual.maximumRatio, usual.ratioFloor, 1000);
+    row("a byte too large", thousand, 999, usual.maximumRatio, usual.ratioFloor, -1);
+    row("a small repetitive file passes", zeros, usual.maximumSize, usual.maximumRatio, usual.ratioFloor,
+        qint64(1 << 20));
+    row("the ratio counts from its floor on", zeros, usual.maximumSize, usual.maximumRatio, qint64(1 << 19),
+        -1);
+    row("up to the floor it does not", zeros, usual.maximumSize, usual.maximumRatio, qint64(1 << 20),
+        qint64(1 << 20));
+    row("64 MiB of zeros in 64 KiB", deflatedDirectly(QByteArray(64 << 20, '\0'), 9), usual.maximumSize,
+        usual.maximumRatio, usual.ratioFloor, -1);
+    row("a damaged stream obeys as well", storedWithoutTrailer(noise(1000)), 1000, usual.maximumRatio,
+        usual.ratioFloor, -1);
 }
 
 void TestData::limits()
@@ -425,17 +408,17 @@ void TestData::limits()
 
 void TestData::compressionLevels_data()
 {
-    QTest::addColumn<float>("level");
-    QTest::addColumn<int>("zlibLevel"); // -2: refused
-    QTest::newRow("negative is zlib's default") << -1.0f << -1;
-    QTest::newRow("not-a-number is zlib's default") << std::numeric_limits<float>::quiet_NaN() << -1;
-    QTest::newRow("0 stores") << 0.0f << 0;
-    QTest::newRow("0.05 is 0.45, nearest 0") << 0.05f << 0;
-    QTest::newRow("0.1 is 0.9, nearest 1") << 0.1f << 1;
-    QTest::newRow("0.5 is 4.5, rounded up to 5") << 0.5f << 5;
-    QTest::newRow("1 is 9") << 1.0f << 9;
-    QTest::newRow("above 1 is refused") << 1.5f << -2;
-    QTest::newRow("infinity is refused") << std::numeric_limits<float>::infinity() << -2;
+    // zlibLevel: -2: refused
+    const DVTestTable<float, int> row("level", "zlibLevel");
+    row("negative is zlib's default", -1.0f, -1);
+    row("not-a-number is zlib's default", std::numeric_limits<float>::quiet_NaN(), -1);
+    row("0 stores", 0.0f, 0);
+    row("0.05 is 0.45, nearest 0", 0.05f, 0);
+    row("0.1 is 0.9, nearest 1", 0.1f, 1);
+    row("0.5 is 4.5, rounded up to 5", 0.5f, 5);
+    row("1 is 9", 1.0f, 9);
+    row("above 1 is refused", 1.5f, -2);
+    row("infinity is refused", std::numeric_limits<float>::infinity(), -2);
 }
 
 void TestData::compressionLevels()

@@ -1,25 +1,15 @@
 // Delivered strings files: what each answer leaves on the device, in both download modes.
-#include "DVAnalytics.h"
-#include "DVClock.h"
 #include "DVData.h"
-#include "DVFaultServer.h"
-#include "DVFolders.h"
 #include "DVNetwork.h"
-#include "DVServerUrl.h"
-#include "DVState.h"
+#include "DVTestTable.h"
+#include "NetworkDevice.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocale>
 #include <QNetworkReply>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QTest>
 
 using Answer = DVFaultServer::Answer;
 using Fault = DVFaultServer::Fault;
@@ -48,25 +38,12 @@ QByteArray delivered(const QByteArray &data, const QByteArray &key = key256)
 // Qt's own writing of a date, so that ours is not its own witness.
 QByteArray httpDate(const QDateTime &date)
 {
-    return QLocale::c().toString(date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'")).toLatin1();
+    return QLocale::c().toString(date.toUTC(), u"ddd, dd MMM yyyy HH:mm:ss 'GMT'"_qs).toLatin1();
 }
 
 QDateTime aDate()
 {
     return QDateTime(QDate(2024, 2, 29), QTime(12, 0), Qt::UTC);
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void put(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
 }
 
 struct Outcome
@@ -76,17 +53,6 @@ struct Outcome
     QDateTime expirationDate;
 };
 
-QStringList logged;
-QtMessageHandler previousHandler = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (text.startsWith(u"[DV] \n-- Dorvane"))
-        logged.append(text);
-    else if (!text.startsWith(u"[DV] "))
-        previousHandler(type, context, text);
-}
-
 } // namespace
 
 class tst_Delivery : public QObject
@@ -95,7 +61,7 @@ class tst_Delivery : public QObject
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { m_device.reset(); }
 
     void answers_data();
     void answers();
@@ -106,7 +72,6 @@ private Q_SLOTS:
     void connectionFaults();
     void conditionalRequest_data();
     void conditionalRequest();
-    void syncRequestIsNeverConditional();
     void replacedFileIsKeptUntilTheNewOneHasProved();
     void fileThatCannotBeKeptIsNotReplaced();
     void lateAnswerWritesNothing();
@@ -120,30 +85,16 @@ private Q_SLOTS:
 private:
     // Both modes, each with files of its own.
     Outcome download(bool sync, const QDateTime &ifModifiedSince = {}, double timeout = 10);
-    QString path() const { return m_folder->filePath(QStringLiteral("Dorvane/strings.xlf")); }
+    QString path() const { return m_device->path(u"Dorvane/strings.xlf"_qs); }
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<DVFaultServer> m_server;
+    std::unique_ptr<NetworkDevice> m_device;
 };
 
 void tst_Delivery::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_server = std::make_unique<DVFaultServer>();
-    DVFolders::setDocuments(m_folder->path());
-    QDir(m_folder->path()).mkdir(QStringLiteral("Dorvane"));
-    DVState::shared().analyticsEnabled = false;
-    DVState::shared().debug = false;
-    DVState::shared().log = false;
+    m_device = std::make_unique<NetworkDevice>();
+    QDir(m_device->path()).mkdir(u"Dorvane"_qs);
     DVState::shared().setAesKey(QString::fromLatin1(key256));
-}
-
-void tst_Delivery::cleanup()
-{
-    DVHttpTransport::shutDown(1000);
-    DVClock::reset();
-    DVServerUrl::setServers({});
-    DVFolders::setDocuments({});
 }
 
 Outcome tst_Delivery::download(bool sync, const QDateTime &ifModifiedSince, double timeout)
@@ -151,12 +102,12 @@ Outcome tst_Delivery::download(bool sync, const QDateTime &ifModifiedSince, doub
     Outcome outcome;
     if (sync) {
         outcome.error =
-            DVNetwork::syncDownloadProdUrl(m_server->url(QStringLiteral("/strings.gz/force")), timeout,
-                                           path(), &outcome.downloadDate, &outcome.expirationDate);
+            DVNetwork::syncDownloadProdUrl(m_device->server.url(u"/strings.gz/force"_qs), timeout, path(),
+                                           &outcome.downloadDate, &outcome.expirationDate);
         return outcome;
     }
     int calls = 0;
-    DVNetwork::downloadFileAtURL(m_server->url(QStringLiteral("/strings.gz")), path(), ifModifiedSince,
+    DVNetwork::downloadFileAtURL(m_device->server.url(u"/strings.gz"_qs), path(), ifModifiedSince,
                                  [&](const DVErrorOr &error, const DVHttpResponse &,
                                      const QDateTime &expirationDate, const QDateTime &downloadDate) {
                                      ++calls;
@@ -171,21 +122,14 @@ Outcome tst_Delivery::download(bool sync, const QDateTime &ifModifiedSince, doub
 
 void tst_Delivery::answers_data()
 {
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("error");   // null: none
-    QTest::addColumn<QByteArray>("left"); // the file's content afterwards
-    QTest::addColumn<bool>("expires");    // an expiration date comes with it
-    QTest::addColumn<bool>("modified");   // a download date comes with it
+    // error: null: none; left: the file's content afterwards; expires: an expiration date comes with it;
+    // modified: a download date comes with it
+    const DVTestTable<QByteArray, int, QByteArray, QString, QByteArray, bool, bool> row(
+        "key", "status", "body", "error", "left", "expires", "modified");
     const QString none;
-    const QString notFound = QStringLiteral("No strings found for this locale and version");
-    const QString disabled = QStringLiteral("MDN disabled for this project");
-    const QString tooLarge = QStringLiteral("Inflated data is too large");
-    const auto row = [](const char *name, const QByteArray &key, int status, const QByteArray &body,
-                        const QString &error, const QByteArray &left, bool expires, bool modified) {
-        QTest::newRow(name) << key << status << body << error << left << expires << modified;
-    };
+    const QString notFound = u"No strings found for this locale and version"_qs;
+    const QString disabled = u"MDN disabled for this project"_qs;
+    const QString tooLarge = u"Inflated data is too large"_qs;
     row("a strings file", key256, 200, delivered(strings), none, strings, true, true);
     row("with a key of 16 bytes", key128, 200, delivered(strings, key128), none, strings, true, true);
     row("with a key of 24 bytes", key192, 200, delivered(strings, key192), none, strings, true, true);
@@ -224,13 +168,13 @@ void tst_Delivery::answers()
                                       {"Expires", httpDate(now.addSecs(3600))},
                                       {"Last-Modified", httpDate(aDate())}});
     for (const bool sync : {true, false}) {
-        put(path(), oldStrings);
-        m_server->enqueue(answer);
+        NetworkDevice::write(path(), oldStrings);
+        m_device->server.enqueue(answer);
         const Outcome outcome = download(sync);
         QCOMPARE(outcome.error ? outcome.error->description : QString(), error);
         if (status == 403 || status == 404)
-            QCOMPARE(*outcome.error, (DVError{QStringLiteral("dorvane.API"), status, error}));
-        QCOMPARE(contentOf(path()), left);
+            QCOMPARE(*outcome.error, (DVError{u"dorvane.API"_qs, status, error}));
+        QCOMPARE(NetworkDevice::read(path()), left);
         QCOMPARE(outcome.expirationDate.isValid(), expires);
         QCOMPARE(outcome.downloadDate, modified ? aDate() : QDateTime());
     }
@@ -238,17 +182,11 @@ void tst_Delivery::answers()
 
 void tst_Delivery::dates_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<Headers>("headers");
-    QTest::addColumn<qint64>("expiresIn"); // seconds from now, on the device's clock; -1: no date
-    QTest::addColumn<bool>("modified");
+    // expiresIn: seconds from now, on the device's clock; -1: no date
+    const DVTestTable<Headers, qint64, bool> row("headers", "expiresIn", "modified");
     const QDateTime now = DVClock::now();
     const auto at = [now](qint64 seconds) { return httpDate(now.addSecs(seconds)); };
     const QByteArray modified = httpDate(aDate());
-    const auto row = [](const char *name, const Headers &headers, qint64 expiresIn, bool isModified,
-                        int status = 200) {
-        QTest::newRow(name) << status << headers << expiresIn << isModified;
-    };
     row("the device's clock is 10 s ahead", {{"Date", at(-10)}, {"Expires", at(3590)}}, 3600, false);
     row("the device's clock is a day behind", {{"Date", at(86400)}, {"Expires", at(86400 + 60)}}, 60, false);
     row("expired when it was sent", {{"Date", at(0)}, {"Expires", at(-100)}}, -100, false);
@@ -260,7 +198,6 @@ void tst_Delivery::dates_data()
     row("two Dates", {{"Date", at(0)}, {"Date", at(0)}, {"Expires", at(3600)}}, -1, false);
     row("two equal Expires", {{"Date", at(0)}, {"Expires", at(60)}, {"Expires", at(60)}}, -1, false);
     row("only a Date", {{"Date", at(0)}}, -1, false);
-    row("not modified", {{"Date", at(0)}, {"Expires", at(60)}, {"Last-Modified", modified}}, 60, false, 304);
 
     row("max-age", {{"Date", at(-10)}, {"Cache-Control", "public, max-age=600"}}, 600, false);
     row("max-age in capitals and quotes", {{"Date", at(0)}, {"Cache-Control", "MAX-AGE = \"60\""}}, 60,
@@ -281,12 +218,11 @@ void tst_Delivery::dates_data()
 
 void tst_Delivery::dates()
 {
-    QFETCH(int, status);
     QFETCH(Headers, headers);
     QFETCH(qint64, expiresIn);
     QFETCH(bool, modified);
     for (const bool sync : {true, false}) {
-        m_server->enqueue(Answer::of(status, {}, headers));
+        m_device->server.enqueue(Answer::of(200, {}, headers));
         const Outcome outcome = download(sync);
         QVERIFY(!outcome.error);
         QCOMPARE(outcome.downloadDate, modified ? aDate() : QDateTime());
@@ -309,12 +245,12 @@ void tst_Delivery::bodyInChunksThatWasCutChangesNothing()
                      "\r\nLast-Modified: " + httpDate(aDate()) + "\r\n\r\n" +
                      QByteArray::number(sent.size(), 16) + "\r\n" + sent + "\r\n0\r\n\r\n";
         for (const bool sync : {true, false}) {
-            put(path(), oldStrings);
-            m_server->enqueue(answer);
+            NetworkDevice::write(path(), oldStrings);
+            m_device->server.enqueue(answer);
             const Outcome outcome = download(sync);
             QCOMPARE(outcome.error ? outcome.error->code : 0,
                      missing > 0 ? int(QNetworkReply::RemoteHostClosedError) : 0);
-            QCOMPARE(contentOf(path()), missing > 0 ? QByteArray(oldStrings) : QByteArray(strings));
+            QCOMPARE(NetworkDevice::read(path()), missing > 0 ? QByteArray(oldStrings) : QByteArray(strings));
             QCOMPARE(outcome.downloadDate, missing > 0 ? QDateTime() : aDate());
         }
     }
@@ -322,93 +258,77 @@ void tst_Delivery::bodyInChunksThatWasCutChangesNothing()
 
 void tst_Delivery::connectionFaults_data()
 {
-    QTest::addColumn<Answer>("answer");
-    QTest::addColumn<int>("code"); // 0: any of the connection's
+    // code: 0: any of the connection's
+    const DVTestTable<Answer, int> row("answer", "code");
     const QByteArray body = delivered(strings);
-    QTest::newRow("silence") << Answer::failing(Fault::Silence, body) << int(QNetworkReply::TimeoutError);
-    QTest::newRow("a byte a second") << Answer::failing(Fault::Drip, body)
-                                     << int(QNetworkReply::TimeoutError);
-    QTest::newRow("closed") << Answer::failing(Fault::Close, body) << 0;
-    QTest::newRow("reset") << Answer::failing(Fault::Reset, body) << 0;
-    QTest::newRow("cut in the body") << Answer::failing(Fault::CutBody, body) << 0;
-    QTest::newRow("reset in the body") << Answer::failing(Fault::ResetInBody, body) << 0;
+    row("silence", Answer::failing(Fault::Silence, body), int(QNetworkReply::TimeoutError));
+    row("a byte a second", Answer::failing(Fault::Drip, body), int(QNetworkReply::TimeoutError));
+    row("cut in the body", Answer::failing(Fault::CutBody, body), 0);
     Answer garbage;
     garbage.raw = "SSH-2.0-OpenSSH_9.2\r\n\r\n";
     garbage.close = true;
-    QTest::newRow("another protocol") << garbage << 0;
+    row("another protocol", garbage, 0);
 }
 
 void tst_Delivery::connectionFaults()
 {
     QFETCH(Answer, answer);
     QFETCH(int, code);
-    put(path(), oldStrings);
-    m_server->setHandler(
-        [answer](const DVFaultServer::Request &) { return answer; }); // the network stack tries again
+    NetworkDevice::write(path(), oldStrings);
+    m_device->answer(answer); // again: the network stack tries twice
     QElapsedTimer clock;
     clock.start();
     const Outcome outcome = download(true, {}, 1);
     QVERIFY2(clock.elapsed() <= 1050, qPrintable(QString::number(clock.elapsed())));
     QVERIFY(outcome.error);
-    QCOMPARE(outcome.error->domain, QStringLiteral("dorvane.network"));
+    QCOMPARE(outcome.error->domain, u"dorvane.network"_qs);
     if (code != 0)
         QCOMPARE(outcome.error->code, code);
     QVERIFY(!outcome.downloadDate.isValid());
     QVERIFY(!outcome.expirationDate.isValid());
-    QCOMPARE(contentOf(path()), oldStrings);
+    QCOMPARE(NetworkDevice::read(path()), oldStrings);
     QVERIFY(!QFile::exists(dv_previousFilePath(path())));
 }
 
 void tst_Delivery::conditionalRequest_data()
 {
-    QTest::addColumn<QDateTime>("date");
-    QTest::addColumn<bool>("fileExists");
-    QTest::addColumn<QByteArray>("header");
-    QTest::newRow("a date and a file") << aDate() << true << QByteArray("Thu, 29 Feb 2024 12:00:00 GMT");
-    QTest::newRow("a date, but no file") << aDate() << false << QByteArray();
-    QTest::newRow("a file, but no date") << QDateTime() << true << QByteArray();
+    const DVTestTable<bool, QDateTime, bool, QByteArray> row("sync", "date", "fileExists", "header");
+    row("a date and a file", false, aDate(), true, "Thu, 29 Feb 2024 12:00:00 GMT");
+    row("a date, but no file", false, aDate(), false, {});
+    row("a file, but no date", false, {}, true, {});
+    row("never at launch", true, aDate(), true, {});
 }
 
 void tst_Delivery::conditionalRequest()
 {
+    QFETCH(bool, sync);
     QFETCH(QDateTime, date);
     QFETCH(bool, fileExists);
     QFETCH(QByteArray, header);
     if (fileExists)
-        put(path(), oldStrings);
-    m_server->enqueue(Answer::of(304));
-    QVERIFY(!download(false, date).error);
-    const DVFaultServer::Request request = m_server->requests().constFirst();
+        NetworkDevice::write(path(), oldStrings);
+    m_device->server.enqueue(Answer::of(304));
+    QVERIFY(!download(sync, date).error);
+    const DVFaultServer::Request request = m_device->server.requests().constFirst();
     QCOMPARE(request.header("If-Modified-Since"), header);
     QCOMPARE(request.header("Accept-Encoding"), QByteArray("gzip"));
     QCOMPARE(request.header("User-Agent"), DVNetwork::userAgent().toUtf8());
     QVERIFY(request.header("Authorization").isNull());
 }
 
-void tst_Delivery::syncRequestIsNeverConditional()
-{
-    put(path(), oldStrings);
-    m_server->enqueue(Answer::of(304));
-    QVERIFY(!download(true, aDate()).error);
-    const DVFaultServer::Request request = m_server->requests().constFirst();
-    QVERIFY(request.header("If-Modified-Since").isNull());
-    QCOMPARE(request.header("Accept-Encoding"), QByteArray("gzip"));
-    QCOMPARE(request.header("User-Agent"), DVNetwork::userAgent().toUtf8());
-}
-
 void tst_Delivery::replacedFileIsKeptUntilTheNewOneHasProved()
 {
     const QString previous = dv_previousFilePath(path());
     for (const char *content : {"first", "second", "third"})
-        m_server->enqueue(Answer::of(200, delivered(content)));
+        m_device->server.enqueue(Answer::of(200, delivered(content)));
     QVERIFY(!download(true).error);
     QVERIFY(!QFile::exists(previous));
     QVERIFY(!download(true).error);
-    QCOMPARE(contentOf(previous), QByteArray("first"));
+    QCOMPARE(NetworkDevice::read(previous), QByteArray("first"));
     // Nobody has parsed the second one; it must not push the first one out.
     QVERIFY(!download(false).error);
-    QCOMPARE(contentOf(path()), QByteArray("third"));
-    QCOMPARE(contentOf(previous), QByteArray("first"));
+    QCOMPARE(NetworkDevice::read(path()), QByteArray("third"));
+    QCOMPARE(NetworkDevice::read(previous), QByteArray("first"));
     for (const QString &file : {path(), previous})
         QCOMPARE(int(QFile::permissions(file) & 0x0fff), 0x0600 & int(QFile::permissions(file)));
 }
@@ -416,38 +336,38 @@ void tst_Delivery::replacedFileIsKeptUntilTheNewOneHasProved()
 void tst_Delivery::fileThatCannotBeKeptIsNotReplaced()
 {
     // A folder stands in the way of the strings file: nothing can be linked, copied or moved there.
-    QDir(m_folder->path()).mkpath(QStringLiteral("Dorvane/strings.xlf/inside"));
-    m_server->enqueue(Answer::of(200, delivered(strings)));
+    QDir(m_device->path()).mkpath(u"Dorvane/strings.xlf/inside"_qs);
+    m_device->server.enqueue(Answer::of(200, delivered(strings)));
     const Outcome outcome = download(true);
     QVERIFY(outcome.error);
-    QCOMPARE(outcome.error->domain, QStringLiteral("dorvane.file"));
-    QVERIFY(QDir(path()).exists(QStringLiteral("inside")));
+    QCOMPARE(outcome.error->domain, u"dorvane.file"_qs);
+    QVERIFY(QDir(path()).exists(u"inside"_qs));
 }
 
 void tst_Delivery::lateAnswerWritesNothing()
 {
-    put(path(), oldStrings);
-    m_server->enqueue(Answer::of(200, delivered(strings)).delayed(300));
+    NetworkDevice::write(path(), oldStrings);
+    m_device->server.enqueue(Answer::of(200, delivered(strings)).delayed(300));
     const Outcome outcome = download(true, {}, 0.1);
     QCOMPARE(outcome.error->code, int(QNetworkReply::TimeoutError));
-    QVERIFY(m_server->waitForDisconnects(1));
-    m_server->enqueue(Answer::of(304));
+    QVERIFY(m_device->server.waitForDisconnects(1));
+    m_device->server.enqueue(Answer::of(304));
     QVERIFY(!download(true).error); // the network thread has passed the late one
-    QCOMPARE(contentOf(path()), oldStrings);
+    QCOMPARE(NetworkDevice::read(path()), oldStrings);
 }
 
 void tst_Delivery::answerAfterTheEndWritesNothing()
 {
-    put(path(), oldStrings);
-    m_server->enqueue(Answer::of(200, delivered(strings)).delayed(200));
-    DVNetwork::downloadFileAtURL(m_server->url(), path(), {},
+    NetworkDevice::write(path(), oldStrings);
+    m_device->server.enqueue(Answer::of(200, delivered(strings)).delayed(200));
+    DVNetwork::downloadFileAtURL(m_device->server.url(), path(), {},
                                  [](const DVErrorOr &, const DVHttpResponse &, const QDateTime &,
                                     const QDateTime &) { QFAIL("completed after the end"); });
-    QVERIFY(m_server->waitForRequests(1));
+    QVERIFY(m_device->server.waitForRequests(1));
     DVHttpTransport::shutDown(50);
-    QVERIFY(m_server->waitForDisconnects(1));
+    QVERIFY(m_device->server.waitForDisconnects(1));
     QCoreApplication::processEvents();
-    QCOMPARE(contentOf(path()), oldStrings);
+    QCOMPARE(NetworkDevice::read(path()), oldStrings);
 }
 
 // A file that arrives in time but takes longer to inflate must not hold the caller.
@@ -458,18 +378,18 @@ void tst_Delivery::decodingCountsAgainstTheTime()
     for (char &c : text)
         c = char('a' + (generator.generate() & 3)); // a ratio of about 4
     const QByteArray body = encrypted(dv_gzippedDataWithCompressionLevel(text, 0.1f));
-    m_server->setHandler([body](const DVFaultServer::Request &) { return Answer::of(200, body); });
+    m_device->answer(Answer::of(200, body));
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!download(true).error);
     const double whole = double(clock.elapsed()) / 1000;
     int lost = 0;
     for (const double part : {0.2, 0.4, 0.6, 0.8}) {
-        put(path(), oldStrings);
+        NetworkDevice::write(path(), oldStrings);
         QFile::remove(dv_previousFilePath(path()));
         const Outcome outcome = download(true, {}, whole * part);
         lost += outcome.error ? 1 : 0;
-        QCOMPARE(contentOf(path()) == oldStrings, outcome.error.has_value());
+        QCOMPARE(NetworkDevice::read(path()) == oldStrings, outcome.error.has_value());
     }
     QVERIFY(lost > 0);
 }
@@ -481,7 +401,7 @@ void tst_Delivery::killLeavesTheOldOrTheNewFile()
 #endif
     const QByteArray a(300000, 'a');
     const QByteArray b(400000, 'b');
-    put(path(), a);
+    NetworkDevice::write(path(), a);
     QRandomGenerator generator(7);
     for (int i = 0; i < 40; ++i) {
         QProcess process;
@@ -490,11 +410,11 @@ void tst_Delivery::killLeavesTheOldOrTheNewFile()
         QTest::qWait(int(generator.bounded(8)));
         process.kill();
         QVERIFY(process.waitForFinished());
-        const QByteArray content = contentOf(path());
+        const QByteArray content = NetworkDevice::read(path());
         QVERIFY(content == a || content == b);
         const QString previous = dv_previousFilePath(path());
         if (QFile::exists(previous)) {
-            QVERIFY(contentOf(previous) == a || contentOf(previous) == b);
+            QVERIFY(NetworkDevice::read(previous) == a || NetworkDevice::read(previous) == b);
             QFile::remove(previous);
         }
     }
@@ -503,62 +423,44 @@ void tst_Delivery::killLeavesTheOldOrTheNewFile()
 void tst_Delivery::dumps()
 {
     DVState::shared().debug = true;
-    m_server->enqueue(Answer::of(200, delivered(strings)));
-    m_server->enqueue(Answer::of(404));
-    previousHandler = qInstallMessageHandler(collect);
+    m_device->server.enqueue(Answer::of(200, delivered(strings)));
+    m_device->server.enqueue(Answer::of(404));
     download(true);
     download(false);
-    qInstallMessageHandler(previousHandler);
-
     const QString headers =
-        QStringLiteral("{\"Accept-Encoding\":\"gzip\",\"User-Agent\":\"%1\"}").arg(DVNetwork::userAgent());
-    const QString sync =
-        QStringLiteral("[DV] \n-- Dorvane Sync Download Network Request --\nGET %1\n\n%2\n----\n"
-                       "Response [200]\nSaved at %3\n----");
-    const QString background =
-        QStringLiteral("[DV] \n-- Dorvane Download Network Request --\nGET %1\n\n%2\n----\n"
-                       "Response [404]\nError: No strings found for this locale and version\n"
-                       "----");
-    QCOMPARE(logged,
-             QStringList({sync.arg(m_server->url(QStringLiteral("/strings.gz/force")), headers, path()),
-                          background.arg(m_server->url(QStringLiteral("/strings.gz")), headers)}));
+        u"{\"Accept-Encoding\":\"gzip\",\"User-Agent\":\"%1\"}"_qs.arg(DVNetwork::userAgent());
+    const QString sync = u"\n-- Dorvane Sync Download Network Request --\nGET %1\n\n%2\n----\n"
+                         "Response [200]\nSaved at %3\n----"_qs;
+    const QString background = u"\n-- Dorvane Download Network Request --\nGET %1\n\n%2\n----\n"
+                               "Response [404]\nError: No strings found for this locale and version\n----"_qs;
+    QCOMPARE(DVWrittenLog::take().filter(u"\n-- Dorvane"_qs),
+             QStringList({sync.arg(m_device->server.url(u"/strings.gz/force"_qs), headers, path()),
+                          background.arg(m_device->server.url(u"/strings.gz"_qs), headers)}));
 }
 
 void tst_Delivery::downloadIsRecorded_data()
 {
-    QTest::addColumn<bool>("sync");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<int>("success");
-    QTest::addColumn<QString>("error");
-    const QString notFound = QStringLiteral("No strings found for this locale and version");
-    QTest::newRow("at launch, good") << true << 200 << 1 << QString();
-    QTest::newRow("at launch, missing") << true << 404 << 0 << notFound;
-    QTest::newRow("in the background, good") << false << 304 << 1 << QString();
-    QTest::newRow("in the background, missing") << false << 404 << 0 << notFound;
+    const DVTestTable<bool, int, int, QString> row("sync", "status", "success", "error");
+    const QString notFound = u"No strings found for this locale and version"_qs;
+    row("at launch, good", true, 200, 1, {});
+    row("at launch, missing", true, 404, 0, notFound);
+    row("in the background, good", false, 304, 1, {});
+    row("in the background, missing", false, 404, 0, notFound);
 }
 
 void tst_Delivery::downloadIsRecorded()
 {
     QFETCH(bool, sync);
     QFETCH(int, status);
-    QFETCH(int, success);
-    QFETCH(QString, error);
-    DVFaultServer events; // answers 404, so the events stay in the file
-    DVServerUrl::setServers({{QStringLiteral("delivery"), events.url()}});
-    DVAnalytics::sharedInstance().forgetLoaded();
-    DVState::shared().analyticsEnabled = true;
-    m_server->enqueue(Answer::of(status));
+    NetworkDevice::recordEvents();
+    m_device->server.enqueue(Answer::of(status));
     download(sync);
-    DVAnalytics::sharedInstance().drain();
-    DVState::shared().analyticsEnabled = false;
-    const QJsonObject file =
-        QJsonDocument::fromJson(contentOf(DVAnalytics::sharedInstance().saveFilePath())).object();
-    const QJsonObject event = file.value(u"events").toArray().first().toObject();
-    QCOMPARE(event.value(u"event").toString(), QStringLiteral("Strings download"));
+    const QJsonObject event = NetworkDevice::recordedEvents().first().toObject();
+    QCOMPARE(event.value(u"event").toString(), u"Strings download"_qs);
     const QJsonObject properties = event.value(u"properties").toObject();
     QCOMPARE(properties.value(u"Sync"), QJsonValue(sync));
-    QCOMPARE(properties.value(u"Success"), QJsonValue(success));
-    QCOMPARE(properties.value(u"Error").toString(), error);
+    QTEST(properties.value(u"Success").toInt(-1), "success");
+    QTEST(properties.value(u"Error").toString(), "error");
     QVERIFY(properties.value(u"duration").toDouble() > 0);
 }
 

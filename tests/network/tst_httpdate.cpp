@@ -1,5 +1,6 @@
 // HTTP dates and the parameters of URLs.
 #include "DVHttpDate.h"
+#include "DVTestTable.h"
 #include "DVUrlParameters.h"
 
 #include <QLocale>
@@ -13,8 +14,6 @@ class tst_HttpDate : public QObject
 private Q_SLOTS:
     void reads_data();
     void reads();
-    void writesWhatItReads_data();
-    void writesWhatItReads();
     void writesOnlyWhatFits_data();
     void writesOnlyWhatFits();
     void ignoresLocaleAndZone();
@@ -24,11 +23,8 @@ private Q_SLOTS:
 
 void tst_HttpDate::reads_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<qint64>("seconds"); // since 1970; -1: not a date
-    const auto row = [](const char *name, const char *text, qint64 seconds) {
-        QTest::newRow(name) << QString::fromUtf8(text) << seconds;
-    };
+    // seconds: since 1970; -1: not a date
+    const DVTestTable<QByteArray, qint64> row("text", "seconds");
     // Seconds from `date -u -d ... +%s`.
     row("the example of RFC 9110", "Sun, 06 Nov 1994 08:49:37 GMT", 784111777);
     row("the epoch", "Thu, 01 Jan 1970 00:00:00 GMT", 0);
@@ -62,44 +58,33 @@ void tst_HttpDate::reads_data()
     row("twice, as a repeated header reads", "Sun, 06 Nov 1994 08:49:37 GMT, Sun, 06 Nov 1994 08:49:37 GMT",
         -1);
     row("a line break", "Sun, 06 Nov 1994 08:49:37\nGMT", -1);
-    row("a hundred thousand digits", QByteArray(100000, '9').constData(), -1);
+    row("a hundred thousand digits", QByteArray(100000, '9'), -1);
 }
 
 void tst_HttpDate::reads()
 {
-    QFETCH(QString, text);
+    QFETCH(QByteArray, text);
     QFETCH(qint64, seconds);
-    const QDateTime date = dv_dateFromHttpHeaderString(text);
+    const QDateTime date = dv_dateFromHttpHeaderString(QString::fromUtf8(text));
     QCOMPARE(date.isValid(), seconds >= 0);
-    if (seconds >= 0)
-        QCOMPARE(date.toSecsSinceEpoch(), seconds);
-}
-
-void tst_HttpDate::writesWhatItReads_data()
-{
-    QTest::addColumn<QString>("text");
-    for (const char *text : {"Mon, 02 Jan 2017 10:00:00 GMT", "Sun, 06 Nov 1994 08:49:37 GMT",
-                             "Mon, 01 Jan 0001 00:00:00 GMT", "Fri, 31 Dec 9999 23:59:59 GMT"})
-        QTest::newRow(text) << QString::fromLatin1(text);
-}
-
-void tst_HttpDate::writesWhatItReads()
-{
-    QFETCH(QString, text);
-    QCOMPARE(dv_httpHeaderString(dv_dateFromHttpHeaderString(text)), text);
+    if (seconds < 0)
+        return;
+    QCOMPARE(date.toSecsSinceEpoch(), seconds);
+    if (!text.endsWith("60 GMT"))
+        QCOMPARE(dv_httpHeaderString(date), QString::fromUtf8(text));
 }
 
 void tst_HttpDate::writesOnlyWhatFits_data()
 {
-    QTest::addColumn<QDateTime>("date");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("an invalid date") << QDateTime() << QString();
-    QTest::newRow("the year 10000") << QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC) << QString();
-    QTest::newRow("before the year 1") << QDateTime(QDate(-1, 1, 1), QTime(0, 0), Qt::UTC) << QString();
-    QTest::newRow("fractions are cut off") << QDateTime(QDate(2017, 1, 2), QTime(10, 0, 0, 999), Qt::UTC)
-                                           << QStringLiteral("Mon, 02 Jan 2017 10:00:00 GMT");
-    QTest::newRow("another zone") << QDateTime(QDate(2017, 1, 2), QTime(1, 0), Qt::OffsetFromUTC, 3 * 3600)
-                                  << QStringLiteral("Sun, 01 Jan 2017 22:00:00 GMT");
+    const DVTestTable<QDateTime, QString> row("date", "text");
+    row("an invalid date", {}, {});
+    row("the year 10000", QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC), {});
+    row("before the year 1", QDateTime(QDate(-1, 1, 1), QTime(0, 0), Qt::UTC), {});
+    row("the year 1", QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC), u"Mon, 01 Jan 0001 00:00:00 GMT"_qs);
+    row("fractions are cut off", QDateTime(QDate(2017, 1, 2), QTime(10, 0, 0, 999), Qt::UTC),
+        u"Mon, 02 Jan 2017 10:00:00 GMT"_qs);
+    row("another zone", QDateTime(QDate(2017, 1, 2), QTime(1, 0), Qt::OffsetFromUTC, 3 * 3600),
+        u"Sun, 01 Jan 2017 22:00:00 GMT"_qs);
 }
 
 void tst_HttpDate::writesOnlyWhatFits()
@@ -111,7 +96,7 @@ void tst_HttpDate::writesOnlyWhatFits()
 
 void tst_HttpDate::ignoresLocaleAndZone()
 {
-    const QString text = QStringLiteral("Mon, 02 Jan 2017 10:00:00 GMT");
+    const QString text = u"Mon, 02 Jan 2017 10:00:00 GMT"_qs;
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::Arabic, QLocale::Egypt));
     qputenv("TZ", "Pacific/Chatham");
@@ -128,11 +113,7 @@ void tst_HttpDate::ignoresLocaleAndZone()
 void tst_HttpDate::urlParameters_data()
 {
     using Parameters = QHash<QString, QString>;
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<Parameters>("expected");
-    const auto row = [](const char *name, const char *url, const Parameters &expected) {
-        QTest::newRow(name) << QString::fromLatin1(url) << expected;
-    };
+    const DVTestTable<QByteArray, Parameters> row("url", "expected");
     row("a query", "https://a.test/x?code=1&state=2", {{u"code"_qs, u"1"_qs}, {u"state"_qs, u"2"_qs}});
     row("a fragment", "https://a.test/x#code=1&state=2", {{u"code"_qs, u"1"_qs}, {u"state"_qs, u"2"_qs}});
     row("neither", "https://a.test/x", {});
@@ -148,9 +129,9 @@ void tst_HttpDate::urlParameters_data()
 void tst_HttpDate::urlParameters()
 {
     using Parameters = QHash<QString, QString>;
-    QFETCH(QString, url);
+    QFETCH(QByteArray, url);
     QFETCH(Parameters, expected);
-    QCOMPARE(dv_getParameters(QUrl(url)), expected);
+    QCOMPARE(dv_getParameters(QUrl::fromEncoded(url)), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_HttpDate)

@@ -2,6 +2,7 @@
 #include "DVFakeKeychain.h"
 #include "DVKeychain.h"
 #include "DVState.h"
+#include "DVTestTable.h"
 #include "DVWrittenLog.h"
 
 #include <QCoreApplication>
@@ -15,8 +16,8 @@ namespace {
 
 constexpr int generousMs = 20000;
 
-const QString key = QStringLiteral("token");
-const QString memoryOnly = QStringLiteral("No use of the keychain, a sign-in is kept in memory only: ");
+const QString key = u"token"_qs;
+const QString memoryOnly = u"No use of the keychain, a sign-in is kept in memory only: "_qs;
 
 } // namespace
 
@@ -37,7 +38,6 @@ private Q_SLOTS:
     void queries();
     void withoutServiceMemoryServes();
     void silentServiceHoldsNothingUp();
-    void silentServiceIsAskedOnce();
     void everyFailureTogetherIsOneLine();
     void lateItemArrivesOnTheMainThread();
     void lateReadLosesAgainstAChange_data();
@@ -62,8 +62,8 @@ private:
 
 void tst_Keychain::init()
 {
-    QCoreApplication::setOrganizationName(QStringLiteral("Seedlings"));
-    QCoreApplication::setApplicationName(QStringLiteral("garden"));
+    QCoreApplication::setOrganizationName(u"Seedlings"_qs);
+    QCoreApplication::setApplicationName(u"garden"_qs);
     m_state = std::make_shared<State>();
     restart();
     DVState::shared().log = true;
@@ -72,23 +72,23 @@ void tst_Keychain::init()
 
 void tst_Keychain::anotherProcessFindsTheItem_data()
 {
-    QTest::addColumn<int>("answers");
-    QTest::newRow("a service that answers inside the call") << int(State::AtOnce);
-    QTest::newRow("a service that answers from a thread") << int(State::FromThread);
+    const DVTestTable<int> row("answers");
+    row("a service that answers inside the call", int(State::AtOnce));
+    row("a service that answers from a thread", int(State::FromThread));
 }
 
 void tst_Keychain::anotherProcessFindsTheItem()
 {
     QFETCH(int, answers);
     m_state->answers = State::Answers(answers);
-    QVERIFY(DVKeychain::saveValue(QStringLiteral("first"), key));
-    QVERIFY(DVKeychain::saveValue(QStringLiteral("second"), key));
+    QVERIFY(DVKeychain::saveValue(u"first"_qs, key));
+    QVERIFY(DVKeychain::saveValue(u"second"_qs, key));
     // One call each: nothing is removed first, so that a kill cannot lose both.
-    QCOMPARE(m_state->calls, QStringList({QStringLiteral("write"), QStringLiteral("write")}));
+    QCOMPARE(m_state->calls, QStringList({u"write"_qs, u"write"_qs}));
     restart();
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("second"));
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("second"));
-    QCOMPARE(m_state->calls, QStringList{QStringLiteral("read")});
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"second"_qs);
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"second"_qs);
+    QCOMPARE(m_state->calls, QStringList{u"read"_qs});
     QVERIFY(DVKeychain::deleteValueForKey(key));
     QVERIFY(!DVKeychain::deleteValueForKey(key));
     QVERIFY(!DVKeychain::loadValueForKey(key));
@@ -99,23 +99,23 @@ void tst_Keychain::anotherProcessFindsTheItem()
 
 void tst_Keychain::applicationsDoNotShareItems()
 {
-    DVKeychain::saveValue(QStringLiteral("mine"), key);
-    QCoreApplication::setApplicationName(QStringLiteral("orchard"));
+    DVKeychain::saveValue(u"mine"_qs, key);
+    QCoreApplication::setApplicationName(u"orchard"_qs);
     restart();
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    DVKeychain::saveValue(QStringLiteral("theirs"), key);
-    QCoreApplication::setApplicationName(QStringLiteral("garden"));
+    DVKeychain::saveValue(u"theirs"_qs, key);
+    QCoreApplication::setApplicationName(u"garden"_qs);
     restart();
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("mine"));
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"mine"_qs);
 }
 
 void tst_Keychain::accessGroupsAreSeparate()
 {
-    const QString group = QStringLiteral("com.example.shared");
-    DVKeychain::saveValue(QStringLiteral("in the group"), key, group);
+    const QString group = u"com.example.shared"_qs;
+    DVKeychain::saveValue(u"in the group"_qs, key, group);
     QVERIFY(!DVKeychain::loadValueForKey(key));
     restart();
-    QCOMPARE(DVKeychain::loadValueForKey(key, group), QStringLiteral("in the group"));
+    QCOMPARE(DVKeychain::loadValueForKey(key, group), u"in the group"_qs);
     QVERIFY(!DVKeychain::deleteValueForKey(key));
     QVERIFY(DVKeychain::deleteValueForKey(key, group));
 }
@@ -128,18 +128,18 @@ void tst_Keychain::queries()
              qPrintable(plain.service));
     QCOMPARE(plain.account, key);
     QVERIFY(plain.accessGroup.isEmpty());
-    QCOMPARE(DVKeychain::getKeychainQuery(key, QStringLiteral("g")).accessGroup, QStringLiteral("g"));
+    QCOMPARE(DVKeychain::getKeychainQuery(key, u"g"_qs).accessGroup, u"g"_qs);
     // No system that these tests run on gives applications a prefix.
     QVERIFY(DVKeychain::getBundleSeedIdentifier().isNull());
-    QCOMPARE(DVKeychain::getFullAppleIdentifier(QStringLiteral("g")), QStringLiteral("g"));
+    QCOMPARE(DVKeychain::getFullAppleIdentifier(u"g"_qs), u"g"_qs);
 }
 
 void tst_Keychain::withoutServiceMemoryServes()
 {
     dv_setKeychainService(nullptr);
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    QVERIFY(DVKeychain::saveValue(QStringLiteral("here"), key));
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
+    QVERIFY(DVKeychain::saveValue(u"here"_qs, key));
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"here"_qs);
     QVERIFY(DVKeychain::deleteValueForKey(key));
     QVERIFY(!DVKeychain::loadValueForKey(key));
     QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"the application has none")});
@@ -147,46 +147,41 @@ void tst_Keychain::withoutServiceMemoryServes()
 
 void tst_Keychain::silentServiceHoldsNothingUp()
 {
+    const QStringList noAnswer{QString(memoryOnly + u"it does not answer")};
     m_state->answers = State::Never;
     QElapsedTimer timer;
     timer.start();
     QVERIFY(!DVKeychain::loadValueForKey(key));
     QVERIFY2(timer.elapsed() >= DVKeychain::loadTimeoutMs - 1, "it did not wait");
     QVERIFY2(timer.elapsed() < generousMs, "it waited too long");
-    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it does not answer")});
-    QVERIFY(DVKeychain::saveValue(QStringLiteral("here"), key));
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
-}
-
-void tst_Keychain::silentServiceIsAskedOnce()
-{
-    m_state->answers = State::Never;
-    for (int i = 0; i < 5; ++i)
-        QVERIFY(!DVKeychain::loadValueForKey(key));
-    QCOMPARE(m_state->calls, QStringList{QStringLiteral("read")});
+    QCOMPARE(DVWrittenLog::take(), noAnswer);
+    QVERIFY(!DVKeychain::loadValueForKey(key));
+    QCOMPARE(m_state->calls, QStringList{u"read"_qs}); // it is asked once
+    QVERIFY(DVKeychain::saveValue(u"here"_qs, key));
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"here"_qs);
     // A change that is never answered is said, too, by a process that has not read.
     restart();
     DVWrittenLog::take();
-    DVKeychain::saveValue(QStringLiteral("here"), key);
+    DVKeychain::saveValue(u"here"_qs, key);
     QCOMPARE(DVWrittenLog::take(), QStringList());
     QTRY_COMPARE_WITH_TIMEOUT(DVWrittenLog::count(), 1, generousMs);
-    QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it does not answer")});
+    QCOMPARE(DVWrittenLog::take(), noAnswer);
 }
 
 void tst_Keychain::everyFailureTogetherIsOneLine()
 {
     m_state->answers = State::Failing;
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    QVERIFY(DVKeychain::saveValue(QStringLiteral("here"), key));
-    DVKeychain::deleteValueForKey(QStringLiteral("userId"));
+    QVERIFY(DVKeychain::saveValue(u"here"_qs, key));
+    DVKeychain::deleteValueForKey(u"userId"_qs);
     QCoreApplication::processEvents();
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"here"_qs);
     QCOMPARE(DVWrittenLog::take(), QStringList{QString(memoryOnly + u"it is broken")});
 }
 
 void tst_Keychain::lateItemArrivesOnTheMainThread()
 {
-    DVKeychain::saveValue(QStringLiteral("kept"), key);
+    DVKeychain::saveValue(u"kept"_qs, key);
     restart();
     m_state->answers = State::Held;
     QStringList arrived;
@@ -197,48 +192,44 @@ void tst_Keychain::lateItemArrivesOnTheMainThread()
     QVERIFY(!DVKeychain::loadValueForKey(key, {}, later));
     std::thread([this] { m_state->release(); }).join();
     QCOMPARE(arrived, QStringList());
-    QTRY_COMPARE_WITH_TIMEOUT(arrived, QStringList{QStringLiteral("kept")}, generousMs);
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("kept"));
+    QTRY_COMPARE_WITH_TIMEOUT(arrived, QStringList{u"kept"_qs}, generousMs);
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"kept"_qs);
     QCoreApplication::processEvents();
     QCOMPARE(arrived.size(), 1);
 }
 
 void tst_Keychain::lateReadLosesAgainstAChange_data()
 {
-    QTest::addColumn<bool>("saves");
-    QTest::newRow("a sign-in that came first stays") << true;
-    QTest::newRow("what was deleted does not come back") << false;
+    const DVTestTable<bool> row("saves");
+    row("a sign-in that came first stays", true);
+    row("what was deleted does not come back", false);
 }
 
 void tst_Keychain::lateReadLosesAgainstAChange()
 {
     QFETCH(bool, saves);
-    DVKeychain::saveValue(QStringLiteral("old"), key);
+    DVKeychain::saveValue(u"old"_qs, key);
     restart();
     m_state->answers = State::Held;
     bool arrived = false;
     QVERIFY(!DVKeychain::loadValueForKey(key, {}, [&arrived](const QString &) { arrived = true; }));
-    if (saves)
-        DVKeychain::saveValue(QStringLiteral("new"), key);
-    else
-        DVKeychain::deleteValueForKey(key);
+    saves ? DVKeychain::saveValue(u"new"_qs, key) : DVKeychain::deleteValueForKey(key);
+    const auto expected = saves ? std::optional(u"new"_qs) : std::nullopt;
     m_state->release();
     // Work for the main thread runs in order: what follows the late answer has seen it.
     QCoreApplication::processEvents();
-    QCOMPARE(DVKeychain::loadValueForKey(key),
-             saves ? std::optional(QStringLiteral("new")) : std::optional<QString>());
+    QCOMPARE(DVKeychain::loadValueForKey(key), expected);
     QVERIFY(!arrived);
     m_state->answers = State::AtOnce;
     restart();
-    QCOMPARE(DVKeychain::loadValueForKey(key),
-             saves ? std::optional(QStringLiteral("new")) : std::optional<QString>());
+    QCOMPARE(DVKeychain::loadValueForKey(key), expected);
 }
 
 void tst_Keychain::serviceThatDiesInACallIsHarmless()
 {
     m_state->answers = State::Held;
     QVERIFY(!DVKeychain::loadValueForKey(key));
-    DVKeychain::saveValue(QStringLiteral("here"), key);
+    DVKeychain::saveValue(u"here"_qs, key);
     const auto held = std::exchange(m_state->held, {});
     dv_setKeychainService(nullptr);
     m_state.reset();
@@ -247,28 +238,28 @@ void tst_Keychain::serviceThatDiesInACallIsHarmless()
         answer();
     }
     QCoreApplication::processEvents();
-    QCOMPARE(DVKeychain::loadValueForKey(key), QStringLiteral("here"));
+    QCOMPARE(DVKeychain::loadValueForKey(key), u"here"_qs);
 }
 
 void tst_Keychain::damagedArchives_data()
 {
-    QTest::addColumn<QString>("archive");
-    QTest::addColumn<QString>("fault"); // empty: that of the JSON reader
-    QTest::newRow("not JSON") << QStringLiteral("topsecret") << QString();
-    QTest::newRow("cut off") << QStringLiteral("{\"version\":1,\"text\":\"topsec") << QString();
-    const QString foreign = QStringLiteral("not an archive of ours");
-    QTest::newRow("an empty text") << QStringLiteral("") << QString();
-    QTest::newRow("another version") << QStringLiteral("{\"version\":2,\"text\":\"topsecret\"}") << foreign;
-    QTest::newRow("no text") << QStringLiteral("{\"version\":1}") << foreign;
-    QTest::newRow("a text that is a number") << QStringLiteral("{\"version\":1,\"text\":7}") << foreign;
-    QTest::newRow("a list") << QStringLiteral("[1]") << foreign;
+    // fault: empty: that of the JSON reader
+    const DVTestTable<QString, QString> row("archive", "fault");
+    row("not JSON", u"topsecret"_qs, {});
+    row("cut off", u"{\"version\":1,\"text\":\"topsec"_qs, {});
+    const QString foreign = u"not an archive of ours"_qs;
+    row("an empty text", u""_qs, {});
+    row("another version", u"{\"version\":2,\"text\":\"topsecret\"}"_qs, foreign);
+    row("no text", u"{\"version\":1}"_qs, foreign);
+    row("a text that is a number", u"{\"version\":1,\"text\":7}"_qs, foreign);
+    row("a list", u"[1]"_qs, foreign);
 }
 
 void tst_Keychain::damagedArchives()
 {
     QFETCH(QString, archive);
     QFETCH(QString, fault);
-    DVKeychain::saveValue(QStringLiteral("x"), key);
+    DVKeychain::saveValue(u"x"_qs, key);
     QCOMPARE(m_state->items.size(), 1);
     m_state->items.first() = archive;
     restart();
@@ -282,11 +273,11 @@ void tst_Keychain::damagedArchives()
 
 void tst_Keychain::textsComeBackAsTheyWere_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("empty") << QStringLiteral("");
-    QTest::newRow("JSON in it") << QStringLiteral("{\"a\":\"\\\"\\\\\"}");
-    QTest::newRow("line breaks, a null and emoji") << QString(u"a\r\n" % QChar(u'\0') % u"\U0001F331");
-    QTest::newRow("100,000 characters") << QString(100000, u'x');
+    const DVTestTable<QString> row("text");
+    row("empty", u""_qs);
+    row("JSON in it", u"{\"a\":\"\\\"\\\\\"}"_qs);
+    row("line breaks, a null and emoji", QString(u"a\r\n" % QChar(u'\0') % u"\U0001F331"));
+    row("100,000 characters", QString(100000, u'x'));
 }
 
 void tst_Keychain::textsComeBackAsTheyWere()

@@ -1,6 +1,7 @@
 // Secure connections: whom the transport trusts, and that it never leaves them for plain ones.
 #include "DVFaultServer.h"
 #include "DVHttpTransport.h"
+#include "DVTestTable.h"
 
 #include <QFile>
 #include <QNetworkReply>
@@ -10,7 +11,6 @@
 #include <QSslKey>
 #include <QSslServer>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
 
 #include <atomic>
@@ -18,6 +18,8 @@
 using Answer = DVFaultServer::Answer;
 
 namespace {
+
+const QByteArray ok = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok";
 
 // Answers every request in the same way.
 class SecureServer : public QSslServer
@@ -62,15 +64,15 @@ private Q_SLOTS:
     void cleanupTestCase();
     void cleanup();
 
-    void unknownCertificateIsRefused();
-    void certificateOfAnotherNameIsRefused();
+    void otherCertificatesAreRefused_data();
+    void otherCertificatesAreRefused();
     void trustedServerAnswers();
     void secureNeverBecomesPlain();
     void plainMayBecomeSecure();
 
 private:
     // "https://HOST:PORT" of a new server with this answer.
-    QString serve(const QByteArray &answer, const char *host = "localhost");
+    QString serve(const QByteArray &answer, const QByteArray &host = "localhost");
     void trustTheCertificate();
 
     QSslConfiguration m_configuration;
@@ -86,13 +88,12 @@ void tst_Tls::initTestCase()
     QSKIP("The sanitizer ends a process that starts threads after it has forked.");
 #endif
     const QTemporaryDir folder;
-    const QString keyFile = folder.filePath(QStringLiteral("key"));
-    const QString certificateFile = folder.filePath(QStringLiteral("certificate"));
+    const QString keyFile = folder.filePath(u"key"_qs);
+    const QString certificateFile = folder.filePath(u"certificate"_qs);
     QProcess openssl; // not execute(): it draws its progress
-    openssl.start(QStringLiteral("openssl"),
-                  QStringLiteral("req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost "
-                                 "-addext subjectAltName=DNS:localhost -keyout %1 -out %2")
-                      .arg(keyFile, certificateFile)
+    openssl.start(u"openssl"_qs,
+                  u"req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost "
+                  "-addext subjectAltName=DNS:localhost -keyout %1 -out %2"_qs.arg(keyFile, certificateFile)
                       .split(u' '));
     QVERIFY(openssl.waitForFinished());
     QCOMPARE(openssl.exitCode(), 0);
@@ -118,7 +119,7 @@ void tst_Tls::cleanup()
     m_requests = 0;
 }
 
-QString tst_Tls::serve(const QByteArray &answer, const char *host)
+QString tst_Tls::serve(const QByteArray &answer, const QByteArray &host)
 {
     m_onThread.reset(new QObject);
     m_onThread->moveToThread(&m_thread);
@@ -131,7 +132,7 @@ QString tst_Tls::serve(const QByteArray &answer, const char *host)
             port = server->serverPort();
         },
         Qt::BlockingQueuedConnection);
-    return QStringLiteral("https://%1:%2").arg(QString::fromLatin1(host)).arg(port);
+    return u"https://%1:%2"_qs.arg(QString::fromLatin1(host)).arg(port);
 }
 
 void tst_Tls::trustTheCertificate()
@@ -141,18 +142,20 @@ void tst_Tls::trustTheCertificate()
     QSslConfiguration::setDefaultConfiguration(trusting);
 }
 
-void tst_Tls::unknownCertificateIsRefused()
+void tst_Tls::otherCertificatesAreRefused_data()
 {
-    const DVErrorOr error = fetch(serve("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok"));
-    QVERIFY(error);
-    QCOMPARE(error->code, int(QNetworkReply::SslHandshakeFailedError));
-    QCOMPARE(m_requests.load(), 0);
+    const DVTestTable<bool, QByteArray> row("trusted", "host");
+    row("of somebody unknown", false, "localhost");
+    row("for another name", true, "127.0.0.1");
 }
 
-void tst_Tls::certificateOfAnotherNameIsRefused()
+void tst_Tls::otherCertificatesAreRefused()
 {
-    trustTheCertificate();
-    const DVErrorOr error = fetch(serve("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok", "127.0.0.1"));
+    QFETCH(bool, trusted);
+    QFETCH(QByteArray, host);
+    if (trusted)
+        trustTheCertificate();
+    const DVErrorOr error = fetch(serve(ok, host));
     QVERIFY(error);
     QCOMPARE(error->code, int(QNetworkReply::SslHandshakeFailedError));
     QCOMPARE(m_requests.load(), 0);
@@ -162,7 +165,7 @@ void tst_Tls::trustedServerAnswers()
 {
     trustTheCertificate();
     DVHttpResponse response;
-    QVERIFY(!fetch(serve("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok"), &response));
+    QVERIFY(!fetch(serve(ok), &response));
     QCOMPARE(response.body, QByteArray("ok"));
 }
 
@@ -170,7 +173,7 @@ void tst_Tls::secureNeverBecomesPlain()
 {
     DVFaultServer plain;
     trustTheCertificate();
-    const DVErrorOr error = fetch(serve(redirectTo(plain.url(QStringLiteral("/strings.gz")))));
+    const DVErrorOr error = fetch(serve(redirectTo(plain.url(u"/strings.gz"_qs))));
     QVERIFY(error);
     QCOMPARE(error->code, int(QNetworkReply::InsecureRedirectError));
     QCOMPARE(m_requests.load(), 1);
@@ -181,7 +184,7 @@ void tst_Tls::plainMayBecomeSecure()
 {
     DVFaultServer plain;
     trustTheCertificate();
-    const QString secure = serve("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    const QString secure = serve(ok);
     plain.enqueue(Answer::of(302, {}, {{"Location", secure.toUtf8()}}));
     DVHttpResponse response;
     QVERIFY(!fetch(plain.url(), &response));

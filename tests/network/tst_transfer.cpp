@@ -1,20 +1,12 @@
 // Progress and cancel of requests under way, at every stage.
-#include "DVAPISession.h"
-#include "DVClock.h"
-#include "DVFaultServer.h"
-#include "DVFolders.h"
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
-#include "DVServerUrl.h"
-#include "DVState.h"
+#include "DVTestTable.h"
+#include "NetworkDevice.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
-#include <QJsonObject>
 #include <QNetworkReply>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
 
 #include <atomic>
@@ -24,8 +16,6 @@ using Fault = DVFaultServer::Fault;
 using Request = DVFaultServer::Request;
 
 namespace {
-
-constexpr int patience = 20000;
 
 struct Step
 {
@@ -37,7 +27,7 @@ struct Operation
 {
     DVTransferPtr transfer;
     QList<Step> steps;
-    int completions = 0;
+    int calls = 0;
     DVErrorOr error;
 
     int code() const { return error ? error->code : 0; }
@@ -50,7 +40,7 @@ OperationPtr operation(const std::function<void(const OperationPtr &)> &onProgre
     made->transfer =
         std::make_shared<DVTransfer>([weak = std::weak_ptr(made), onProgress](qint64 done, qint64 total) {
             const OperationPtr self = weak.lock();
-            if (!self || !DVMainQueue::isMainThread() || self->completions > 0)
+            if (!self || !DVMainQueue::isMainThread() || self->calls > 0)
                 qFatal("progress after the end or on another thread");
             self->steps.append({done, total});
             if (onProgress)
@@ -59,17 +49,13 @@ OperationPtr operation(const std::function<void(const OperationPtr &)> &onProgre
     return made;
 }
 
-std::function<void(const DVErrorOr &)> completion(const OperationPtr &of)
+// For completions of every kind.
+auto completion(const OperationPtr &of)
 {
-    return [of](const DVErrorOr &error) {
-        ++of->completions;
+    return [of](const DVErrorOr &error, const auto &...) {
+        ++of->calls;
         of->error = error;
     };
-}
-
-DVJsonCompletion jsonCompletion(const OperationPtr &of)
-{
-    return [of](const DVErrorOr &error, const QJsonValue &) { completion(of)(error); };
 }
 
 void expectRising(const QList<Step> &steps)
@@ -89,7 +75,7 @@ class tst_Transfer : public QObject
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { m_device.reset(); }
 
     void progressOfAnUpload();
     void progressOfADownload_data();
@@ -110,48 +96,31 @@ private Q_SLOTS:
 
 private:
     QString file(const QString &name, qint64 size = -1) const;
-    void upload(const OperationPtr &of, const QString &name = QStringLiteral("image.png")) const;
+    void upload(const OperationPtr &of, const QString &name = u"image.png"_qs) const;
     void download(const OperationPtr &of) const;
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<DVFaultServer> m_server;
+    std::unique_ptr<NetworkDevice> m_device;
 };
 
 void tst_Transfer::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_server = std::make_unique<DVFaultServer>();
-    DVFolders::setDocuments(file(u"documents"_qs));
-    DVServerUrl::setEnvironment(1);
-    DVServerUrl::setServers({{u"api"_qs, m_server->url()}});
-    DVState::shared().analyticsEnabled = false;
-    DVAPISession::sharedInstance() = {};
+    m_device = std::make_unique<NetworkDevice>();
     DVAPISession::sharedInstance().userId = u"user"_qs;
     DVAPISession::sharedInstance().userSecret = u"secret of the user"_qs;
-}
-
-void tst_Transfer::cleanup()
-{
-    DVHttpTransport::shutDown(1000);
-    QCoreApplication::sendPostedEvents();
-    DVAPISession::sharedInstance() = {};
-    DVServerUrl::setServers({});
-    DVFolders::setDocuments({});
 }
 
 // The path of a file of that size, or of none.
 QString tst_Transfer::file(const QString &name, qint64 size) const
 {
-    QFile made(QString(m_folder->path() + u'/' + name));
-    if (size >= 0 && (!made.open(QIODevice::WriteOnly) || made.write(QByteArray(size, 'f')) != size))
-        qFatal("cannot write a file");
-    return made.fileName();
+    if (size >= 0)
+        NetworkDevice::write(m_device->path(name), QByteArray(size, 'f'));
+    return m_device->path(name);
 }
 
 void tst_Transfer::upload(const OperationPtr &of, const QString &name) const
 {
     DVNetwork::postPath(u"/up"_qs, DVAuthenticationNone, DVImageAttachment{file(name)}, u"content"_qs,
-                        jsonCompletion(of), of->transfer);
+                        completion(of), of->transfer);
 }
 
 void tst_Transfer::download(const OperationPtr &of) const
@@ -165,14 +134,14 @@ void tst_Transfer::progressOfAnUpload()
     constexpr qint64 size = 30 << 20;
     file(u"image.png"_qs, size);
     const QByteArray answer = R"({"response":{}})";
-    m_server->enqueue(Answer::of(200, answer));
+    m_device->server.enqueue(Answer::of(200, answer));
     const OperationPtr up = operation();
     upload(up);
     QVERIFY(up->steps.isEmpty());
-    QTRY_COMPARE_WITH_TIMEOUT(up->completions, 1, patience);
+    QTRY_COMPLETED(up);
     QVERIFY(!up->error);
     expectRising(up->steps);
-    const qint64 body = m_server->requests().constFirst().body.size();
+    const qint64 body = m_device->server.requests().constFirst().body.size();
     QVERIFY(body > size);
     QCOMPARE(up->steps.constLast().done, body + answer.size());
     QCOMPARE(up->steps.constLast().total, body + answer.size());
@@ -181,9 +150,9 @@ void tst_Transfer::progressOfAnUpload()
 
 void tst_Transfer::progressOfADownload_data()
 {
-    QTest::addColumn<bool>("announced");
-    QTest::newRow("of a known size") << true;
-    QTest::newRow("in chunks") << false;
+    const DVTestTable<bool> row("announced");
+    row("of a known size", true);
+    row("in chunks", false);
 }
 
 void tst_Transfer::progressOfADownload()
@@ -194,10 +163,10 @@ void tst_Transfer::progressOfADownload()
     if (!announced)
         answer.raw = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" +
                      QByteArray::number(body.size(), 16) + "\r\n" + body + "\r\n0\r\n\r\n";
-    m_server->enqueue(answer);
+    m_device->server.enqueue(answer);
     const OperationPtr down = operation();
     download(down);
-    QTRY_COMPARE_WITH_TIMEOUT(down->completions, 1, patience);
+    QTRY_COMPLETED(down);
     QVERIFY(!down->error);
     expectRising(down->steps);
     QCOMPARE(down->steps.constLast().done, body.size());
@@ -208,13 +177,13 @@ void tst_Transfer::progressOfADownload()
 void tst_Transfer::progressNeverFallsWhenABodyIsSentAgain()
 {
     file(u"image.png"_qs, 8 << 20);
-    m_server->enqueue(Answer::of(307, QByteArray(1000, 'r'), {{"Location", "/again"}}));
-    m_server->enqueue(Answer::of(200, "{}"));
+    m_device->server.enqueue(Answer::of(307, QByteArray(1000, 'r'), {{"Location", "/again"}}));
+    m_device->server.enqueue(Answer::of(200, "{}"));
     const OperationPtr up = operation();
     upload(up);
-    QTRY_COMPARE_WITH_TIMEOUT(up->completions, 1, patience);
+    QTRY_COMPLETED(up);
     QVERIFY(!up->error);
-    QCOMPARE(m_server->requests().size(), 2);
+    QCOMPARE(m_device->server.requests().size(), 2);
     expectRising(up->steps);
 }
 
@@ -222,12 +191,12 @@ void tst_Transfer::progressDoesNotFloodTheMainThread()
 {
     Answer slow = Answer::failing(Fault::Drip, QByteArray(300, 'd'));
     slow.intervalMs = 2;
-    m_server->enqueue(slow);
+    m_device->server.enqueue(slow);
     const OperationPtr down = operation();
     QElapsedTimer time;
     time.start();
     download(down);
-    QTRY_COMPARE_WITH_TIMEOUT(down->completions, 1, patience);
+    QTRY_COMPLETED(down);
     QVERIFY(!down->error);
     expectRising(down->steps);
     // One in 50 ms, the first, the last.
@@ -236,35 +205,35 @@ void tst_Transfer::progressDoesNotFloodTheMainThread()
 
 void tst_Transfer::bodiesAreMadeOnTheNetworkThread()
 {
-    m_server->enqueue(Answer::of(200));
+    m_device->server.enqueue(Answer::of(200));
     std::atomic<QThread *> maker = nullptr;
     DVHttpRequest request;
     request.method = "POST";
-    request.request.setUrl(QUrl(m_server->url()));
+    request.request.setUrl(QUrl(m_device->server.url()));
     request.request.setRawHeader("Content-Type", "text/plain");
     request.makeBody = [&](QByteArray *body) -> DVErrorOr {
         maker = QThread::currentThread();
         *body = "made";
         return {};
     };
-    bool completed = false;
-    DVHttpTransport::send(request, {}, [&](const DVErrorOr &, const DVHttpResponse &) { completed = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(completed, patience);
+    const DVOutcome<DVHttpResponse> sent;
+    DVHttpTransport::send(request, {}, sent.take());
+    QTRY_COMPLETED(sent);
     QVERIFY(maker.load() && maker.load() != QThread::currentThread());
-    QCOMPARE(m_server->requests().constFirst().body, QByteArray("made"));
+    QCOMPARE(m_device->server.requests().constFirst().body, QByteArray("made"));
 }
 
 void tst_Transfer::cancel_data()
 {
-    QTest::addColumn<QString>("stage");
-    QTest::addColumn<int>("requests"); // that the server has seen of it by then
-    QTest::newRow("before the call") << u"before"_qs << 0;
-    QTest::newRow("in the same turn") << u"at once"_qs << -1;
-    QTest::newRow("while a token is fetched") << u"signing"_qs << 1;
-    QTest::newRow("while the body is on its way") << u"uploading"_qs << 0;
-    QTest::newRow("while the server thinks") << u"silence"_qs << 1;
-    QTest::newRow("in the answer's body") << u"stall"_qs << 1;
-    QTest::newRow("in a download") << u"download"_qs << 1;
+    // requests: that the server has seen of it by then
+    const DVTestTable<QString, int> row("stage", "requests");
+    row("before the call", u"before"_qs, 0);
+    row("in the same turn", u"at once"_qs, -1);
+    row("while a token is fetched", u"signing"_qs, 1);
+    row("while the body is on its way", u"uploading"_qs, 0);
+    row("while the server thinks", u"silence"_qs, 1);
+    row("in the answer's body", u"stall"_qs, 1);
+    row("in a download", u"download"_qs, 1);
 }
 
 void tst_Transfer::cancel()
@@ -274,56 +243,56 @@ void tst_Transfer::cancel()
     file(u"image.png"_qs, 30 << 20);
     file(u"file"_qs, 3);
     if (stage == u"uploading")
-        m_server->setUpload(DVFaultServer::Upload::Stall, 1 << 20);
+        m_device->server.setUpload(DVFaultServer::Upload::Stall, 1 << 20);
     const bool answers = stage == u"stall" || stage == u"download";
-    m_server->setHandler([answers](const Request &) {
+    m_device->server.setHandler([answers](const Request &) {
         return Answer::failing(answers ? Fault::StallInBody : Fault::Silence, QByteArray(1 << 20, 'a'));
     });
     const OperationPtr under = operation();
     if (stage == u"before")
         under->transfer->cancel();
     if (stage == u"signing")
-        DVNetwork::putPath(u"/p"_qs, false, DVAuthenticationApi, DVServerApi, {}, jsonCompletion(under),
+        DVNetwork::putPath(u"/p"_qs, false, DVAuthenticationApi, DVServerApi, {}, completion(under),
                            under->transfer);
     else if (stage == u"download" || stage == u"silence")
         download(under);
     else
         upload(under);
     if (requests > 0)
-        QVERIFY(m_server->waitForRequests(requests, patience));
+        QVERIFY(m_device->server.waitForRequests(requests, generousMs));
     if (stage == u"uploading" || answers)
-        QTRY_VERIFY_WITH_TIMEOUT(!under->steps.isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!under->steps.isEmpty(), generousMs);
     const qsizetype steps = under->steps.size();
     under->transfer->cancel();
     under->transfer->cancel();
-    QCOMPARE(under->completions, 0); // never from inside the call
+    QCOMPARE(under->calls, 0); // never from inside the call
     QVERIFY(under->transfer->isCancelled());
-    QTRY_COMPARE_WITH_TIMEOUT(under->completions, 1, patience);
+    QTRY_COMPLETED(under);
     QCOMPARE(under->error->domain, u"dorvane.network"_qs);
     QCOMPARE(under->code(), int(QNetworkReply::OperationCanceledError));
     QCOMPARE(under->steps.size(), steps);
     QCOMPARE(QFileInfo(file(u"file"_qs)).size(), 3);
     if (requests >= 0)
-        QCOMPARE(m_server->requests().size(), requests);
+        QCOMPARE(m_device->server.requests().size(), requests);
     // What comes late changes nothing; other requests work.
-    m_server->clear();
-    m_server->setUpload(DVFaultServer::Upload::Read);
-    m_server->setHandler([](const Request &) { return Answer::of(200, "{}"); });
+    m_device->server.clear();
+    m_device->server.setUpload(DVFaultServer::Upload::Read);
+    m_device->answer(Answer::of(200, "{}"));
     const OperationPtr next = operation();
     file(u"image.png"_qs, 10);
     upload(next);
-    QTRY_COMPARE_WITH_TIMEOUT(next->completions, 1, patience);
+    QTRY_COMPLETED(next);
     QVERIFY(!next->error);
-    QCOMPARE(under->completions, 1);
+    QCOMPARE(under->calls, 1);
 }
 
 void tst_Transfer::cancelFromProgress()
 {
     file(u"image.png"_qs, 30 << 20);
-    m_server->setUpload(DVFaultServer::Upload::Stall, 1 << 20);
+    m_device->server.setUpload(DVFaultServer::Upload::Stall, 1 << 20);
     const OperationPtr up = operation([](const OperationPtr &self) { self->transfer->cancel(); });
     upload(up);
-    QTRY_COMPARE_WITH_TIMEOUT(up->completions, 1, patience);
+    QTRY_COMPLETED(up);
     QCOMPARE(up->code(), int(QNetworkReply::OperationCanceledError));
     QCOMPARE(up->steps.size(), 1);
 }
@@ -331,11 +300,11 @@ void tst_Transfer::cancelFromProgress()
 // The server has acted and said so: to call that cancelled would have it done twice.
 void tst_Transfer::cancelOfAnAnswerThatIsThere()
 {
-    m_server->enqueue(Answer::of(200, "done"));
+    m_device->server.enqueue(Answer::of(200, "done"));
     const OperationPtr under = operation();
     DVHttpRequest request;
     request.method = "PUT";
-    request.request.setUrl(QUrl(m_server->url()));
+    request.request.setUrl(QUrl(m_device->server.url()));
     request.transfer = DVTransferLink::of(under->transfer);
     std::atomic<bool> isThere = false;
     QByteArray body;
@@ -348,17 +317,17 @@ void tst_Transfer::cancelOfAnAnswerThatIsThere()
     // Without an event loop here, so that the completion waits.
     QElapsedTimer time;
     time.start();
-    while (!isThere && time.elapsed() < patience)
+    while (!isThere && time.elapsed() < generousMs)
         QThread::yieldCurrentThread();
     under->transfer->cancel();
-    QTRY_COMPARE_WITH_TIMEOUT(under->completions, 1, patience);
+    QTRY_COMPLETED(under);
     QVERIFY(!under->error);
     QCOMPARE(body, QByteArray("done"));
 }
 
 void tst_Transfer::cancelEndsASequence()
 {
-    m_server->setHandler([](const Request &) { return Answer::of(200, "{}"); });
+    m_device->answer(Answer::of(200, "{}"));
     const OperationPtr both = operation();
     const OperationPtr second = std::make_shared<Operation>();
     DVNetwork::getPath(
@@ -366,54 +335,53 @@ void tst_Transfer::cancelEndsASequence()
         [&](const DVErrorOr &error, const QJsonValue &) {
             completion(both)(error);
             both->transfer->cancel();
-            DVNetwork::getPath(u"/2"_qs, DVAuthenticationNone, DVServerApi, {}, jsonCompletion(second),
+            DVNetwork::getPath(u"/2"_qs, DVAuthenticationNone, DVServerApi, {}, completion(second),
                                both->transfer);
         },
         both->transfer);
-    QTRY_COMPARE_WITH_TIMEOUT(second->completions, 1, patience);
+    QTRY_COMPLETED(second);
     QVERIFY(!both->error);
     QCOMPARE(second->code(), int(QNetworkReply::OperationCanceledError));
-    QCOMPARE(m_server->requests().size(), 1);
+    QCOMPARE(m_device->server.requests().size(), 1);
 }
 
 void tst_Transfer::cancelIsForItsOwnRequests()
 {
-    m_server->setHandler([](const Request &) { return Answer::of(200, "{}").delayed(200); });
+    m_device->answer(Answer::of(200, "{}").delayed(200));
     const OperationPtr cancelled = operation();
     const OperationPtr kept = operation();
     for (const OperationPtr &each : {cancelled, cancelled, kept})
-        DVNetwork::getPath(u"/p"_qs, DVAuthenticationNone, DVServerApi, {}, jsonCompletion(each),
-                           each->transfer);
-    QVERIFY(m_server->waitForRequests(3, patience));
+        DVNetwork::getPath(u"/p"_qs, DVAuthenticationNone, DVServerApi, {}, completion(each), each->transfer);
+    QVERIFY(m_device->server.waitForRequests(3, generousMs));
     // Two of the cancelled operation's: both complete.
     cancelled->transfer->cancel();
-    QTRY_COMPARE_WITH_TIMEOUT(kept->completions, 1, patience);
+    QTRY_COMPLETED(kept);
     QVERIFY(!kept->error);
-    QTRY_COMPARE_WITH_TIMEOUT(cancelled->completions, 2, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(cancelled->calls, 2, generousMs);
     QCOMPARE(cancelled->code(), int(QNetworkReply::OperationCanceledError));
 }
 
 void tst_Transfer::cancelAfterTheEndDoesNothing()
 {
-    m_server->setHandler([](const Request &) { return Answer::of(200, "{}"); });
+    m_device->answer(Answer::of(200, "{}"));
     const OperationPtr over = operation();
     download(over);
-    QTRY_COMPARE_WITH_TIMEOUT(over->completions, 1, patience);
+    QTRY_COMPLETED(over);
     over->transfer->cancel();
     DVHttpTransport::shutDown(1000);
     over->transfer->cancel();
     const OperationPtr next = operation();
     download(next);
-    QTRY_COMPARE_WITH_TIMEOUT(next->completions, 1, patience);
-    QCOMPARE(over->completions, 1);
+    QTRY_COMPLETED(next);
+    QCOMPARE(over->calls, 1);
     QVERIFY(!over->error);
 }
 
 void tst_Transfer::anObjectThatDiesInFlight_data()
 {
-    QTest::addColumn<bool>("cancels");
-    QTest::newRow("and cancels, as it should") << true;
-    QTest::newRow("and only lets go: the request goes on") << false;
+    const DVTestTable<bool> row("cancels");
+    row("and cancels, as it should", true);
+    row("and only lets go: the request goes on", false);
 }
 
 void tst_Transfer::anObjectThatDiesInFlight()
@@ -437,8 +405,7 @@ void tst_Transfer::anObjectThatDiesInFlight()
         int steps = 0;
         DVTransferPtr transfer;
     };
-    m_server->setHandler(
-        [](const Request &) { return Answer::of(200, QByteArray(1 << 20, 'b')).delayed(50); });
+    m_device->answer(Answer::of(200, QByteArray(1 << 20, 'b')).delayed(50));
     auto screen = std::make_unique<Screen>(cancels);
     Screen *const raw = screen.get();
     const std::shared_ptr<bool> alive = screen->alive;
@@ -448,9 +415,9 @@ void tst_Transfer::anObjectThatDiesInFlight()
     const OperationPtr down = operation();
     DVNetwork::downloadPath(u"/down"_qs, DVAuthenticationNone, {}, 20, file(u"file"_qs), completion(down),
                             screen->transfer);
-    QVERIFY(m_server->waitForRequests(1, patience));
+    QVERIFY(m_device->server.waitForRequests(1, generousMs));
     screen.reset();
-    QTRY_COMPARE_WITH_TIMEOUT(down->completions, 1, patience);
+    QTRY_COMPLETED(down);
     QCOMPARE(down->code(), cancels ? int(QNetworkReply::OperationCanceledError) : 0);
     QCOMPARE(late > 0, !cancels);
     QCOMPARE(QFileInfo::exists(file(u"file"_qs)), !cancels);
@@ -459,7 +426,7 @@ void tst_Transfer::anObjectThatDiesInFlight()
 // Completions, cancels and progress of many requests meet: each completes once.
 void tst_Transfer::manyAtOnce()
 {
-    m_server->setHandler([](const Request &request) {
+    m_device->server.setHandler([](const Request &request) {
         return Answer::of(200, QByteArray(100000, 'b')).delayed(int(request.target.size() % 5));
     });
     QList<OperationPtr> all;
@@ -477,7 +444,7 @@ void tst_Transfer::manyAtOnce()
         QCoreApplication::processEvents();
     }
     for (const OperationPtr &each : std::as_const(all)) {
-        QTRY_COMPARE_WITH_TIMEOUT(each->completions, 1, patience);
+        QTRY_COMPLETED(each);
         if (each->error)
             QCOMPARE(each->code(), int(QNetworkReply::OperationCanceledError));
         else
