@@ -1,6 +1,6 @@
 // The system's keychain: a real service in a D-Bus session of this test's own, ended and stopped and locked.
 #include "DVCanaries.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -271,7 +271,7 @@ void tst_SystemKeychain::theLastSecondOfAProcessCounts()
 
 void tst_SystemKeychain::withoutAnyBus_data()
 {
-    const DVTestTable<QString> row("address");
+    const DVRows<QString> row("address");
     row("no session", {});
     row("a session that is not there", u"unix:path=/nonexistent/bus"_qs);
     row("nonsense for an address", u"nonsense"_qs);
@@ -323,7 +323,7 @@ void tst_SystemKeychain::stoppedServiceAnswersLater()
 
 void tst_SystemKeychain::deaths_data()
 {
-    const DVTestTable<bool> row("ofTheBus");
+    const DVRows<bool> row("ofTheBus");
     row("the service", false);
     // Its connection, which the keychain's library shares, ends processes with it unless told otherwise.
     row("the bus", true);

@@ -3,7 +3,7 @@
 #include "DVDevice.h"
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 #include "DVUserDefaults.h"
 #include "NetworkDevice.h"
 
@@ -140,17 +140,6 @@ void print(const char *line)
     std::fflush(stdout);
 }
 
-// Saves events, then stays until it is killed.
-int hangAfterSaving(QCoreApplication &, const QString &)
-{
-    for (int i = 0; i < 20; ++i)
-        DVAnalytics::trackEvent(u"child %1"_qs.arg(i));
-    DVAnalytics::sharedInstance().drain();
-    print("saved");
-    pause();
-    return 1;
-}
-
 // Saves one event after the other until it is killed.
 int neverRest(QCoreApplication &, const QString &)
 {
@@ -187,8 +176,7 @@ int trackOneByOne(QCoreApplication &app, const QString &name)
 int childMain(int argc, char **argv)
 {
     using Role = int (*)(QCoreApplication &, const QString &);
-    const QHash<QString, Role> roles{
-        {u"hang"_qs, hangAfterSaving}, {u"never-rest"_qs, neverRest}, {u"one-by-one"_qs, trackOneByOne}};
+    const QHash<QString, Role> roles{{u"never-rest"_qs, neverRest}, {u"one-by-one"_qs, trackOneByOne}};
     int status = 0;
     {
         QCoreApplication app(argc, argv);
@@ -226,7 +214,6 @@ private Q_SLOTS:
     void callersKeysWin();
     void timers();
 
-    void eventsSurviveAKill();
     void aKillInTheMiddleOfASave_data();
     void aKillInTheMiddleOfASave();
     void theDeviceKeepsItsIdentifier();
@@ -251,7 +238,6 @@ private Q_SLOTS:
     void twoProcessesMergeAndSendOnce();
     void switchedOff();
 
-    void finishSaves();
     void withoutAnApplication();
 
 private:
@@ -326,7 +312,7 @@ void TestAnalytics::standardProperties()
 
 void TestAnalytics::stateInProperties_data()
 {
-    const DVTestTable<QString, QString, int> row("flags", "mode", "level");
+    const DVRows<QString, QString, int> row("flags", "mode", "level");
     row("nothing set", {}, u"Disabled"_qs, 0);
     row("serving, logging", u"serving log"_qs, u"Serving"_qs, 1);
     row("debugging goes before logging", u"edition log debug"_qs, u"Edition"_qs, 2);
@@ -356,7 +342,7 @@ void TestAnalytics::stateInProperties()
 
 void TestAnalytics::parametersOfAnyType_data()
 {
-    const DVTestTable<QVariant, QJsonValue> row("value", "json");
+    const DVRows<QVariant, QJsonValue> row("value", "json");
     row("nothing is null", QVariant(), QJsonValue(QJsonValue::Null));
     row("a truth value", QVariant(true), QJsonValue(true));
     row("an integer", QVariant(-7), QJsonValue(-7));
@@ -419,26 +405,9 @@ void TestAnalytics::timers()
     QVERIFY(properties(events, 4)[u"duration"].toDouble() > second);
 }
 
-void TestAnalytics::eventsSurviveAKill()
-{
-    allowSending();
-    Child child({u"hang"_qs, m_device->path(), m_device->server.url()});
-    QVERIFY(child.waitForLine("saved"));
-    child.process().kill();
-    QVERIFY(child.process().waitForFinished());
-    QCOMPARE(savedEvents().size(), 20);
-    track(u"mine"_qs);
-    QTRY_COMPARE(m_device->server.requests().size(), 1);
-    const QStringList sent = sentNames();
-    QCOMPARE(sent.size(), 21);
-    QCOMPARE(sent.constFirst(), u"child 0"_qs);
-    QCOMPARE(sent.constLast(), u"mine"_qs);
-    QTRY_COMPARE(savedEvents().size(), 0);
-}
-
 void TestAnalytics::aKillInTheMiddleOfASave_data()
 {
-    const DVTestTable<int> row("events");
+    const DVRows<int> row("events");
     for (const int events : {1, 2, 5, 9, 14, 20})
         QTest::addRow("after event %d", events) << events;
 }
@@ -483,7 +452,7 @@ void TestAnalytics::theDeviceKeepsItsIdentifier()
 
 void TestAnalytics::damagedFiles_data()
 {
-    const DVTestTable<QByteArray, QStringList> row("content", "kept");
+    const DVRows<QByteArray, QStringList> row("content", "kept");
     const QByteArray old = "{\"event\":\"old\",\"properties\":{}}";
     row("empty", {}, {});
     row("no JSON", QByteArray("\0\xff\xfe garbage", 11), {});
@@ -652,7 +621,7 @@ void TestAnalytics::oneRequestInFiveMinutes()
 
 void TestAnalytics::whenASendIsDue_data()
 {
-    const DVTestTable<double, bool> row("secondsAgo", "due");
+    const DVRows<double, bool> row("secondsAgo", "due");
     row("just now", 0.0, false);
     row("a little less than five minutes ago", 295.0, false);
     row("five minutes ago", 300.0, true);
@@ -681,7 +650,7 @@ void TestAnalytics::whenASendIsDue()
 void TestAnalytics::aFailedSendKeepsEvents_data()
 {
     // status: 0: the connection is reset
-    const DVTestTable<int> row("status");
+    const DVRows<int> row("status");
     row("the server fails", 500);
     row("the connection is reset", 0);
 }
@@ -769,17 +738,6 @@ void TestAnalytics::switchedOff()
     settle();
     QCOMPARE(m_device->server.requests().size(), 0);
     QVERIFY(!savedRecord().contains(u"lastSent"));
-}
-
-void TestAnalytics::finishSaves()
-{
-    for (int i = 0; i < 50; ++i)
-        DVAnalytics::trackEvent(u"event %1"_qs.arg(i));
-    DVAnalytics::sharedInstance().finish(5000);
-    QCOMPARE(savedEvents().size(), 50);
-    DVAnalytics::trackEvent(u"for a second application object"_qs);
-    DVAnalytics::sharedInstance().drain();
-    QCOMPARE(savedEvents().size(), 51);
 }
 
 void TestAnalytics::withoutAnApplication()

@@ -2,7 +2,7 @@
 #include "ApiPlatform.h"
 #include "DVApi.h"
 #include "DVNetwork.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QNetworkReply>
 
@@ -53,7 +53,7 @@ private:
 
 void tst_Api::projectInfoIsAskedByWhoeverMayAsk_data()
 {
-    const DVTestTable<bool, QString> row("review", "request");
+    const DVRows<bool, QString> row("review", "request");
     row("in review the translator", true, u"GET /projects-api/v2/projects/p1 Bearer user-token"_qs);
     row("else the application", false, u"GET /projects-api/v2/projects/p1 Bearer api-token"_qs);
 }
@@ -136,7 +136,7 @@ void tst_Api::workflowsAreListedAndKept()
 
 void tst_Api::answersThatCannotBeRead_data()
 {
-    const DVTestTable<int, QByteArray, DVError> row("status", "body", "error");
+    const DVRows<int, QByteArray, DVError> row("status", "body", "error");
     row("no body", 200, "", serverError);
     row("a list", 200, "[]", serverError);
     row("an object that is no envelope", 200, R"({"code":"SUCCESS","data":{}})", serverError);
@@ -174,7 +174,7 @@ void tst_Api::answersThatCannotBeRead()
 
 void tst_Api::nothingIsKeptForTheNextUser_data()
 {
-    const DVTestTable<bool> row("signedInAgain");
+    const DVRows<bool> row("signedInAgain");
     row("the user logged out meanwhile", false);
     row("another user signed in meanwhile", true);
 }
@@ -210,8 +210,8 @@ void tst_Api::namesInPathsAreEscaped()
 
 void tst_Api::translationsComeInTwoFiles_data()
 {
-    const DVTestTable<int, QString, bool, bool, QString> row(
-        "authenticated", "step", "publishedFails", "pendingFails", "pending"); // its query, the signer
+    const DVRows<int, QString, bool, bool, QString> row("authenticated", "step", "publishedFails",
+                                                        "pendingFails", "pending"); // its query, the signer
     const QString step = u"step-1"_qs;
     const QString inStep = u"PENDING&workflowStepUids[0]=step-1 Bearer %1-token"_qs;
     row("by the translator, in a step", DVAuthenticationUser, step, false, false, inStep.arg(u"user"_qs));
@@ -248,7 +248,7 @@ void tst_Api::translationsComeInTwoFiles()
 
 void tst_Api::cancelledDownloadsStop_data()
 {
-    const DVTestTable<int> row("requestsBefore"); // that have arrived when the user cancels
+    const DVRows<int> row("requestsBefore"); // that have arrived when the user cancels
     row("before anything was sent", 0);
     row("in the first file", 1);
     row("in the second file", 2);

@@ -1,7 +1,7 @@
 // A picture with its strings, uploaded to a server, and the usage event that tells of it.
 #include "ApiPlatform.h"
 #include "DVApi.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QNetworkReply>
 
@@ -117,8 +117,8 @@ void tst_ApiContext::pictureAndBindings()
 
 void tst_ApiContext::picturesThatAreNotSent_data()
 {
-    const DVTestTable<QStringList, bool, int, QString, QString> row("uids", "saved", "code", "description",
-                                                                    "event");
+    const DVRows<QStringList, bool, int, QString, QString> row("uids", "saved", "code", "description",
+                                                               "event");
     row("without strings", {}, true, 404, u"No strings in screenshot"_qs, u"No strings in screenshot"_qs);
     row("without strings that the platform knows", {QString(), QString()}, true, 500,
         u"No string UIDs provided"_qs, u"No string UIDs"_qs);
@@ -151,7 +151,7 @@ void tst_ApiContext::picturesThatAreNotSent()
 
 void tst_ApiContext::answersWithoutAContext_data()
 {
-    const DVTestTable<int, QByteArray, QString> row("status", "answer", "description");
+    const DVRows<int, QByteArray, QString> row("status", "answer", "description");
     const QString none = u"No Screenshot UID provided"_qs;
     row("no body", 200, {}, none);
     row("a list", 200, "[]", none);
@@ -202,7 +202,7 @@ void tst_ApiContext::identifiersThatNameNothing()
 void tst_ApiContext::cancelledUpload_data()
 {
     // requestsBefore: that have arrived when the user cancels
-    const DVTestTable<int> row("requestsBefore");
+    const DVRows<int> row("requestsBefore");
     row("in the picture", 1);
     row("in the bindings", 2);
 }

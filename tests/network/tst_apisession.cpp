@@ -1,5 +1,5 @@
 // The API credentials of a project: authenticated on the first request, refreshed, never asked of a user.
-#include "DVTestTable.h"
+#include "DVRows.h"
 #include "NetworkDevice.h"
 #include "Signing.h"
 
@@ -76,7 +76,7 @@ void tst_ApiSession::authenticate()
 
 void tst_ApiSession::credentialsAreNeeded_data()
 {
-    const DVTestTable<QString, QString> row("id", "secret");
+    const DVRows<QString, QString> row("id", "secret");
     row("none", {}, {});
     row("no user", {}, u"s"_qs);
     row("no secret", u"u"_qs, {});
@@ -119,7 +119,7 @@ void tst_ApiSession::firstRequestAuthenticates()
 void tst_ApiSession::laterRequests_data()
 {
     // after: seconds; request: empty: none
-    const DVTestTable<int, QByteArray, QByteArray> row("after", "forgotten", "request");
+    const DVRows<int, QByteArray, QByteArray> row("after", "forgotten", "request");
     row("the token is alive", 400, {}, {});
     row("it has expired", 430, {}, refreshesR1);
     row("the refresh token has expired, too", 3610, {}, authenticates);
@@ -151,7 +151,7 @@ void tst_ApiSession::laterRequests()
 
 void tst_ApiSession::answers_data()
 {
-    const DVTestTable<QByteArray, bool> row("body", "good");
+    const DVRows<QByteArray, bool> row("body", "good");
     const auto data = [](const QByteArray &members) -> QByteArray {
         return R"({"response":{"data":{)" + members + "}}}";
     };

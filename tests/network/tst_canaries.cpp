@@ -3,8 +3,8 @@
 #include "DVCanaries.h"
 #include "DVNetwork.h"
 #include "DVRecentEvents.h"
+#include "DVRows.h"
 #include "DVSecrets.h"
-#include "DVTestTable.h"
 #include "NetworkDevice.h"
 
 #include <mutex>
@@ -119,7 +119,7 @@ DVJsonCompletion tst_Canaries::counted()
 
 void tst_Canaries::theSearchFindsThem_data()
 {
-    const DVTestTable<QByteArray> row("text");
+    const DVRows<QByteArray> row("text");
     const QByteArray secret = DVCanaries::canary(u"access"_qs).toUtf8();
     row("as it is", QByteArray("x" + secret + "y"));
     row("cut off", QByteArray("x" + secret.left(17)));
@@ -142,7 +142,7 @@ void tst_Canaries::theSearchFindsThem()
 
 void tst_Canaries::exchanges_data()
 {
-    const DVTestTable<bool, bool> row("debug", "fails");
+    const DVRows<bool, bool> row("debug", "fails");
     row("at debug level", true, false);
     row("at debug level, all failing", true, true);
     row("at info level, all failing", false, true);
@@ -224,7 +224,7 @@ void tst_Canaries::waitFor(const int &count, int expected)
 void tst_Canaries::tokensThatServersEcho_data()
 {
     // type: of answer; %1 is the token
-    const DVTestTable<int, QByteArray> row("status", "type");
+    const DVRows<int, QByteArray> row("status", "type");
     row("as the error's code", 400, R"({"response":{"code":"bad %1","errors":[]}})");
     row("in the list of errors", 400,
         R"({"response":{"code":"X","errors":[{"message":"token %1 expired"}]}})");

@@ -1,5 +1,5 @@
 #include "DVData.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
@@ -122,7 +122,7 @@ private Q_SLOTS:
 // RFC 4648, section 10.
 void TestData::base64OfBytes_data()
 {
-    const DVTestTable<QByteArray, QString> row("bytes", "text");
+    const DVRows<QByteArray, QString> row("bytes", "text");
     row("one byte", "f", u"Zg=="_qs);
     row("two bytes", "fo", u"Zm8="_qs);
     row("three bytes", "foo", u"Zm9v"_qs);
@@ -144,7 +144,7 @@ void TestData::base64OfBytes()
 void TestData::base64Decoding_data()
 {
     // bytes: null: no result
-    const DVTestTable<QString, QByteArray> row("text", "bytes");
+    const DVRows<QString, QByteArray> row("text", "bytes");
     row("a null text has no result", {}, {});
     row("an empty text has no result", u""_qs, {});
     row("lines, blanks and other characters are ignored", u" Zm\r\n9v-_Y\t\u00e9mF\u4e2dy!"_qs, "foobar");
@@ -163,7 +163,7 @@ void TestData::base64Decoding()
 
 void TestData::base64Lines_data()
 {
-    const DVTestTable<int, int, QList<int>> row("byteCount", "width", "lineLengths");
+    const DVRows<int, int, QList<int>> row("byteCount", "width", "lineLengths");
     row("width 0 is one line", 90, 0, {120});
     row("a negative width is one line", 90, -8, {120});
     row("a width without room for four characters is one line", 90, 3, {120});
@@ -205,7 +205,7 @@ void TestData::base64OfTexts()
 // NIST SP 800-38A, F.1: ECB example vectors.
 void TestData::aesStandardVectors_data()
 {
-    const DVTestTable<QByteArray, QByteArray> row("key", "cipherText");
+    const DVRows<QByteArray, QByteArray> row("key", "cipherText");
     row("a 16-byte key is AES-128", QByteArray::fromHex("2b7e151628aed2a6abf7158809cf4f3c"),
         QByteArray::fromHex("3ad77bb40d7a3660a89ecaf32466ef97"
                             "f5d3d58503b9699de785895a96fdbaaf"
@@ -246,7 +246,7 @@ void TestData::aesRefusals_data()
 {
     const QByteArray key = noise(16);
     const QByteArray good = opensslEncrypted("Bonjour le monde, encore"_qba, key);
-    const DVTestTable<QByteArray, QString> row("encrypted", "key");
+    const DVRows<QByteArray, QString> row("encrypted", "key");
     row("a 20-byte key", good, base64(noise(20)));
     row("a 15-byte key", good, base64(key.left(15)));
     row("no key", good, {});
@@ -267,7 +267,7 @@ void TestData::aesRefusals()
 
 void TestData::inflationOfOtherProgramsFiles_data()
 {
-    const DVTestTable<QByteArray> row("plain");
+    const DVRows<QByteArray> row("plain");
     row("nothing", "");
     row("a sentence", "Bonjour");
     row("text that shrinks a hundredfold", QByteArray("<target>Bonjour</target>\n").repeated(20000));
@@ -289,7 +289,7 @@ void TestData::inflationOfOtherProgramsFiles()
 
 void TestData::notGzip_data()
 {
-    const DVTestTable<QByteArray> row("data");
+    const DVRows<QByteArray> row("data");
     row("null", {});
     row("one byte of the magic", "\x1f");
     row("XML", "<?xml version=\"1.0\"?>");
@@ -308,7 +308,7 @@ void TestData::notGzip()
 // cut when the stream does not end well; what was never written is zero. Each length follows from that.
 void TestData::damagedStreams_data()
 {
-    const DVTestTable<QByteArray, QByteArray, int> row("stream", "written", "length");
+    const DVRows<QByteArray, QByteArray, int> row("stream", "written", "length");
     const QByteArray plain = noise(1000);
     const QByteArray stored = storedWithoutTrailer(plain); // 1015 bytes
     // Half is 257: full at 257, then 514 hold the 500 bytes there are.
@@ -365,8 +365,8 @@ void TestData::everyTruncationIsHarmless()
 void TestData::limits_data()
 {
     // length: -1: too large
-    const DVTestTable<QByteArray, qint64, qint64, qint64, qint64> row("stream", "maximumSize", "maximumRatio",
-                                                                      "ratioFloor", "length");
+    const DVRows<QByteArray, qint64, qint64, qint64, qint64> row("stream", "maximumSize", "maximumRatio",
+                                                                 "ratioFloor", "length");
     const DVInflationLimits usual;
     const QByteArray thousand = deflatedDirectly(noise(1000), 6);
     const QByteArray zeros = deflatedDirectly(QByteArray(1 << 20, '\0'), 9); // about 1000 to 1
@@ -409,7 +409,7 @@ void TestData::limits()
 void TestData::compressionLevels_data()
 {
     // zlibLevel: -2: refused
-    const DVTestTable<float, int> row("level", "zlibLevel");
+    const DVRows<float, int> row("level", "zlibLevel");
     row("negative is zlib's default", -1.0f, -1);
     row("not-a-number is zlib's default", std::numeric_limits<float>::quiet_NaN(), -1);
     row("0 stores", 0.0f, 0);

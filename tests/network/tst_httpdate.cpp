@@ -1,6 +1,6 @@
 // HTTP dates and the parameters of URLs.
 #include "DVHttpDate.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 #include "DVUrlParameters.h"
 
 #include <QLocale>
@@ -24,7 +24,7 @@ private Q_SLOTS:
 void tst_HttpDate::reads_data()
 {
     // seconds: since 1970; -1: not a date
-    const DVTestTable<QByteArray, qint64> row("text", "seconds");
+    const DVRows<QByteArray, qint64> row("text", "seconds");
     // Seconds from `date -u -d ... +%s`.
     row("the example of RFC 9110", "Sun, 06 Nov 1994 08:49:37 GMT", 784111777);
     row("the epoch", "Thu, 01 Jan 1970 00:00:00 GMT", 0);
@@ -76,7 +76,7 @@ void tst_HttpDate::reads()
 
 void tst_HttpDate::writesOnlyWhatFits_data()
 {
-    const DVTestTable<QDateTime, QString> row("date", "text");
+    const DVRows<QDateTime, QString> row("date", "text");
     row("an invalid date", {}, {});
     row("the year 10000", QDateTime(QDate(10000, 1, 1), QTime(0, 0), Qt::UTC), {});
     row("before the year 1", QDateTime(QDate(-1, 1, 1), QTime(0, 0), Qt::UTC), {});
@@ -113,7 +113,7 @@ void tst_HttpDate::ignoresLocaleAndZone()
 void tst_HttpDate::urlParameters_data()
 {
     using Parameters = QHash<QString, QString>;
-    const DVTestTable<QByteArray, Parameters> row("url", "expected");
+    const DVRows<QByteArray, Parameters> row("url", "expected");
     row("a query", "https://a.test/x?code=1&state=2", {{u"code"_qs, u"1"_qs}, {u"state"_qs, u"2"_qs}});
     row("a fragment", "https://a.test/x#code=1&state=2", {{u"code"_qs, u"1"_qs}, {u"state"_qs, u"2"_qs}});
     row("neither", "https://a.test/x", {});

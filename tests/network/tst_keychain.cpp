@@ -1,8 +1,8 @@
 // The keychain's copy in memory, and services that are slow, silent, broken or gone.
 #include "DVFakeKeychain.h"
 #include "DVKeychain.h"
+#include "DVRows.h"
 #include "DVState.h"
-#include "DVTestTable.h"
 #include "DVWrittenLog.h"
 
 #include <QCoreApplication>
@@ -72,7 +72,7 @@ void tst_Keychain::init()
 
 void tst_Keychain::anotherProcessFindsTheItem_data()
 {
-    const DVTestTable<int> row("answers");
+    const DVRows<int> row("answers");
     row("a service that answers inside the call", int(State::AtOnce));
     row("a service that answers from a thread", int(State::FromThread));
 }
@@ -200,7 +200,7 @@ void tst_Keychain::lateItemArrivesOnTheMainThread()
 
 void tst_Keychain::lateReadLosesAgainstAChange_data()
 {
-    const DVTestTable<bool> row("saves");
+    const DVRows<bool> row("saves");
     row("a sign-in that came first stays", true);
     row("what was deleted does not come back", false);
 }
@@ -244,7 +244,7 @@ void tst_Keychain::serviceThatDiesInACallIsHarmless()
 void tst_Keychain::damagedArchives_data()
 {
     // fault: empty: that of the JSON reader
-    const DVTestTable<QString, QString> row("archive", "fault");
+    const DVRows<QString, QString> row("archive", "fault");
     row("not JSON", u"topsecret"_qs, {});
     row("cut off", u"{\"version\":1,\"text\":\"topsec"_qs, {});
     const QString foreign = u"not an archive of ours"_qs;
@@ -273,7 +273,7 @@ void tst_Keychain::damagedArchives()
 
 void tst_Keychain::textsComeBackAsTheyWere_data()
 {
-    const DVTestTable<QString> row("text");
+    const DVRows<QString> row("text");
     row("empty", u""_qs);
     row("JSON in it", u"{\"a\":\"\\\"\\\\\"}"_qs);
     row("line breaks, a null and emoji", QString(u"a\r\n" % QChar(u'\0') % u"\U0001F331"));

@@ -1,7 +1,7 @@
 // Requests, JSON answers, error objects and what the log says of them.
 #include "DVDevice.h"
 #include "DVNetwork.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 #include "NetworkDevice.h"
 
 #include <QNetworkReply>
@@ -72,7 +72,7 @@ void tst_Network::userAgentNamesDeviceAndSystem()
 
 void tst_Network::parameters_data()
 {
-    const DVTestTable<QVariantMap, QString> row("parameters", "text");
+    const DVRows<QVariantMap, QString> row("parameters", "text");
     row("none", {}, {});
     row("a blank and an ampersand", {{u"a"_qs, u"x y&z"_qs}}, u"a=x%20y%26z"_qs);
     row("two, in the order of the keys", {{u"b"_qs, u"2"_qs}, {u"a"_qs, u"1"_qs}}, u"a=1&b=2"_qs);
@@ -97,7 +97,7 @@ void tst_Network::parameters()
 void tst_Network::getRequests_data()
 {
     // query: as the server gets it; null: none
-    const DVTestTable<QVariantMap, QString> row("parameters", "query");
+    const DVRows<QVariantMap, QString> row("parameters", "query");
     row("no parameters", {}, {});
     row("one", {{u"a"_qs, u"1"_qs}}, u"a=1"_qs);
     row("a raw ampersand and equals sign", {{u"a"_qs, u"x&b=y"_qs}}, u"a=x&b=y"_qs);
@@ -122,7 +122,7 @@ void tst_Network::getRequests()
 
 void tst_Network::postRequests_data()
 {
-    const DVTestTable<bool, QVariantMap, QByteArray, QByteArray> row("form", "parameters", "type", "body");
+    const DVRows<bool, QVariantMap, QByteArray, QByteArray> row("form", "parameters", "type", "body");
     const QByteArray formType = "application/x-www-form-urlencoded";
     const QByteArray jsonType = "application/json;charset=UTF-8";
     const QVariantMap nested{{u"a"_qs, QVariantList{1, u"é"_qs, true}}};
@@ -158,8 +158,8 @@ void tst_Network::successStatuses()
 
 void tst_Network::errorsFromJson_data()
 {
-    const DVTestTable<QByteArray, QByteArray, QByteArray> row("json", "domain",
-                                                              "description"); // none: no error
+    const DVRows<QByteArray, QByteArray, QByteArray> row("json", "domain",
+                                                         "description"); // none: no error
     row("a list of two errors", R"({"response":{"errors":[{},{}],"code":"X"}})", "dorvane.SDK.server",
         "2 errors");
     row("one error", R"({"response":{"errors":["a"]}})", "dorvane.SDK.server", "1 errors");
@@ -187,7 +187,7 @@ void tst_Network::errorsFromJson()
 
 void tst_Network::jsonAnswers_data()
 {
-    const DVTestTable<int, QByteArray, QByteArray, bool> row("status", "body", "domain", "hasJson");
+    const DVRows<int, QByteArray, QByteArray, bool> row("status", "body", "domain", "hasJson");
     const QByteArray good;
     row("an object", 200, R"({"a":1})", good, true);
     row("an array", 200, "[1]", good, true);
@@ -267,7 +267,7 @@ void tst_Network::postThatBecameAGetIsNotDelivered()
 void tst_Network::dumps_data()
 {
     // text: null: nothing is written
-    const DVTestTable<bool, bool, bool, bool, QString> row("debug", "log", "post", "fails", "text");
+    const DVRows<bool, bool, bool, bool, QString> row("debug", "log", "post", "fails", "text");
     const QString getHead = u"\n-- Dorvane Network Request --\nGET https://a.test/p?x=1\n\n"
                             "{\"User-Agent\":\"me\"}\n\n\n----\n"_qs;
     row("debug: a GET", true, true, false, false, getHead + u"Response [200]\nJSON: {\"b\":1}\n----"_qs);

@@ -1,6 +1,6 @@
 // Base URLs of the environments, and the servers that an application names itself.
+#include "DVRows.h"
 #include "DVServerUrl.h"
-#include "DVTestTable.h"
 
 #include <QTest>
 #include <QUrl>
@@ -57,7 +57,7 @@ void tst_ServerUrl::unknownEnvironmentOrServer()
 void tst_ServerUrl::namedServers_data()
 {
     // base: null: refused
-    const DVTestTable<QVariant, QString> table("entry", "base");
+    const DVRows<QVariant, QString> table("entry", "base");
     const auto row = [&table](const char *name, const char *entry, const char *base = nullptr) {
         table(name, QString::fromLatin1(entry), QString::fromLatin1(base));
     };

@@ -4,8 +4,8 @@
 #include "DVFakeKeychain.h"
 #include "DVKeychain.h"
 #include "DVNetwork.h"
+#include "DVRows.h"
 #include "DVSecrets.h"
-#include "DVTestTable.h"
 #include "DVUrlParameters.h"
 #include "DVUserDefaults.h"
 #include "NetworkDevice.h"
@@ -241,7 +241,7 @@ void tst_Session::setAppetizeHost(bool present)
 
 void tst_Session::tokenAnswers_data()
 {
-    const DVTestTable<QByteArray, double, double> row("body", "expires", "refreshExpires"); // after now
+    const DVRows<QByteArray, double, double> row("body", "expires", "refreshExpires"); // after now
     const auto answer = [](const QByteArray &expires, const QByteArray &refreshExpires,
                            const QByteArray &access = "\"A\"") -> QByteArray {
         return R"({"access_token":)" + access + R"(,"refresh_token":"R","expires_in":)" + expires +
@@ -347,7 +347,7 @@ void tst_Session::failedExchangeKeepsWhatWasBefore()
 
 void tst_Session::claims_data()
 {
-    const DVTestTable<QString, QJsonObject> row("token", "expected"); // empty: nothing
+    const DVRows<QString, QJsonObject> row("token", "expected"); // empty: nothing
     const auto good = [&row](const char *name, const QString &value) {
         row(name, jwt({{u"s"_qs, value}}), {{u"s"_qs, value}});
     };
@@ -448,7 +448,7 @@ void tst_Session::refreshKeepsTheOldRefreshToken()
 
 void tst_Session::expiredSignInOpensTheLoginScreen_data()
 {
-    const DVTestTable<QByteArray, DVErrorOr> row("screen", "error");
+    const DVRows<QByteArray, DVErrorOr> row("screen", "error");
     row("who signs in goes on", "signs in", {});
     row("who cancels does not", "cancels", cancelledLogin);
     row("a dropped screen is a cancelled one", "drops", cancelledLogin);
@@ -504,7 +504,7 @@ void tst_Session::loginScreenIsSharedByRequests()
 
 void tst_Session::failedRefreshOpensTheLoginScreen_data()
 {
-    const DVTestTable<bool> row("hasForm");
+    const DVRows<bool> row("hasForm");
     row("and completes with the screen", true);
     row("or says that there is no token", false);
 }
@@ -533,7 +533,7 @@ void tst_Session::failedRefreshOpensTheLoginScreen()
 
 void tst_Session::refreshesAtTheSameTimeWithTokensForOneUse_data()
 {
-    const DVTestTable<bool> row("refusalFirst");
+    const DVRows<bool> row("refusalFirst");
     row("the refused one comes last", false);
     row("the refused one comes first", true);
 }
@@ -705,7 +705,7 @@ void tst_Session::lateKeychainSignsIn()
 
 void tst_Session::damagedKeychainItems_data()
 {
-    const DVTestTable<QString> row("text");
+    const DVRows<QString> row("text");
     row("empty", u""_qs);
     row("not JSON", u"nonsense"_qs);
     row("a list", u"[]"_qs);
@@ -752,7 +752,7 @@ void tst_Session::secretsStayOutOfLogAndFiles()
 
 void tst_Session::demonstrations_data()
 {
-    const DVTestTable<bool, QByteArray, bool> row("host", "proxy", "isDemo");
+    const DVRows<bool, QByteArray, bool> row("host", "proxy", "isDemo");
     row("the proxy in a demonstration's host", true, "shop", true);
     row("the proxy elsewhere", false, "shop", false);
     row("the host without a proxy", true, {}, false);
@@ -784,7 +784,7 @@ void tst_Session::demonstrations()
 void tst_Session::proxySigns_data()
 {
     using shop::DVAppetize;
-    const DVTestTable<int, DVErrorOr> row("manner", "error");
+    const DVRows<int, DVErrorOr> row("manner", "error");
     row("at once", int(DVAppetize::Signs), {});
     row("later", int(DVAppetize::SignsLater), {});
     row("or says why not", int(DVAppetize::Fails), DVErrorOr(DVError{u"shop"_qs, 7, u"closed"_qs}));

@@ -1,7 +1,7 @@
 // The signed family: what goes over the wire, who signs it, and what bad servers and connections make of it.
 #include "ApiPlatform.h"
 #include "DVNetwork.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QFileInfo>
 #include <QNetworkReply>
@@ -128,8 +128,8 @@ void tst_Signed::expectUsable()
 
 void tst_Signed::requests_data()
 {
-    const DVTestTable<QByteArray, int, QByteArray, QByteArray, QByteArray> row("operation", "authentication",
-                                                                               "line", "contentType", "body");
+    const DVRows<QByteArray, int, QByteArray, QByteArray, QByteArray> row("operation", "authentication",
+                                                                          "line", "contentType", "body");
     const QByteArray json = "application/json;charset=UTF-8";
     const QByteArray form = "application/x-www-form-urlencoded";
     row("GET, unsigned", "get", 0, "GET /path?a=x%20y&z", "application/json", {});
@@ -178,7 +178,7 @@ void tst_Signed::userSignsAsTheSessionSays()
 
 void tst_Signed::errorsOfASessionSendNothing_data()
 {
-    const DVTestTable<QByteArray> row("operation");
+    const DVRows<QByteArray> row("operation");
     for (const char *const operation : {"get", "post json", "put json", "upload", "download"})
         row(operation, QByteArray(operation));
 }
@@ -232,8 +232,8 @@ void tst_Signed::boundaries()
 
 void tst_Signed::bodies_data()
 {
-    const DVTestTable<QVariantMap, QStringList, QByteArray> row("parameters", "names",
-                                                                "body"); // %1: a content
+    const DVRows<QVariantMap, QStringList, QByteArray> row("parameters", "names",
+                                                           "body"); // %1: a content
     const QByteArray a = "--B\r\nContent-Disposition: multipart/form-data; name=\"a\"\r\n\r\n";
     const QByteArray b = "--B\r\nContent-Disposition: multipart/form-data; name=\"b\"\r\n\r\n";
     const QByteArray file = "--B\r\nContent-Disposition: form-data; name=\"field\"; filename=\"/2.5/";
@@ -266,7 +266,7 @@ void tst_Signed::bodies()
 
 void tst_Signed::uploads_data()
 {
-    const DVTestTable<bool, QString, QByteArray, int> row("asImage", "name", "type", "size");
+    const DVRows<bool, QString, QByteArray, int> row("asImage", "name", "type", "size");
     row("a picture", true, u"shot.png"_qs, "image/png", 1000);
     row("a file", false, u"saveFile.xlf"_qs, "application/octet-stream", 1000);
     row("an empty file", false, u"a.xlf"_qs, "application/octet-stream", 0);
@@ -301,7 +301,7 @@ void tst_Signed::uploads()
 
 void tst_Signed::filesThatCannotBeRead_data()
 {
-    const DVTestTable<QString> row("name");
+    const DVRows<QString> row("name");
     row("missing", u"missing.png"_qs);
     row("a folder", u"."_qs);
     row("a device", u"/dev/zero"_qs);
@@ -328,8 +328,8 @@ void tst_Signed::filesThatCannotBeRead()
 void tst_Signed::redirects_data()
 {
     // error: of which kind
-    const DVTestTable<QByteArray, int, int, bool, QString> row("operation", "authentication", "status",
-                                                               "elsewhere", "error");
+    const DVRows<QByteArray, int, int, bool, QString> row("operation", "authentication", "status",
+                                                          "elsewhere", "error");
     for (const QByteArray operation : {"post json", "put json", "upload"}) {
         const auto each = [&](const char *name, int authentication, int status, bool elsewhere,
                               const QString &error) {
@@ -370,9 +370,10 @@ void tst_Signed::redirects()
     if (error == u"elsewhere") {
         QCOMPARE(result->domain(), u"dorvane.network"_qs);
         QCOMPARE(result->code(), int(QNetworkReply::InsecureRedirectError));
-        QVERIFY2(result->description().contains(m_device->server.url()) &&
-                     result->description().contains(other.url()),
-                 qPrintable(result->description()));
+        QCOMPARE(
+            result->description(),
+            u"The redirect from %1 to %2 was not followed: a signed request, or one with a body, stays with "
+            "its server."_qs.arg(m_device->server.url(), other.url()));
         QCOMPARE(other.connectionCount(), 0);
         QCOMPARE(m_device->server.requests().size(), 1);
         return expectUsable();
@@ -396,11 +397,10 @@ void tst_Signed::redirects()
 void tst_Signed::cutUploads_data()
 {
     // after: bytes of the request; -1: all
-    const DVTestTable<QByteArray, qint64> row("operation", "after");
+    const DVRows<QByteArray, qint64> row("operation", "after");
     row("an upload, after its headers", "upload", 400);
     row("an upload, in its body", "upload", qint64(3 << 20));
     row("an upload, instead of an answer", "upload", -1);
-    row("a PUT, instead of an answer", "put json", -1);
     row("a POST, instead of an answer", "post json", -1);
 }
 
@@ -423,7 +423,7 @@ void tst_Signed::cutUploads()
 
 void tst_Signed::aDeadIdleConnectionCostsNothing_data()
 {
-    const DVTestTable<QByteArray> row("operation");
+    const DVRows<QByteArray> row("operation");
     for (const char *const operation : {"post json", "put json", "upload"})
         row(operation, QByteArray(operation));
 }
@@ -451,7 +451,7 @@ void tst_Signed::aDeadIdleConnectionCostsNothing()
 void tst_Signed::badAnswers_data()
 {
     // description: its beginning
-    const DVTestTable<Answer, QString, int, QString> row("answer", "domain", "code", "description");
+    const DVRows<Answer, QString, int, QString> row("answer", "domain", "code", "description");
     row("no JSON", Answer::of(200, "<html>"), u"dorvane.SDK"_qs, int(QJsonParseError::IllegalValue),
         u"Invalid JSON"_qs);
     row("a 401 to a token that looks alive",
@@ -462,8 +462,6 @@ void tst_Signed::badAnswers_data()
         400, u"xxx"_qs);
     row("a list of errors", Answer::of(400, R"({"response":{"code":"X","errors":[1,2,3]}})"),
         u"dorvane.SDK.server"_qs, 400, u"3 errors"_qs);
-    row("200 MB, announced", Answer::of(200, "{", {{"Content-Length", "209715200"}}), u"dorvane.network"_qs,
-        int(QNetworkReply::UnknownContentError), u"The answer is too large."_qs);
     row("one without an end", Answer::failing(Fault::Endless, QByteArray(1 << 20, ' ')),
         u"dorvane.network"_qs, int(QNetworkReply::UnknownContentError), u"The answer is too large."_qs);
     row("cut in the body", Answer::failing(Fault::CutBody, R"({"response":{"data":1}})"),
@@ -492,8 +490,8 @@ void tst_Signed::badAnswers()
 void tst_Signed::downloads_data()
 {
     // domain: of the error
-    const DVTestTable<int, QByteArray, QString, QString, QByteArray> row("status", "body", "domain",
-                                                                         "description", "file");
+    const DVRows<int, QByteArray, QString, QString, QByteArray> row("status", "body", "domain", "description",
+                                                                    "file");
     const QByteArray before = "before";
     row("a file", 200, "<xliff/>", {}, {}, "<xliff/>");
     row("nothing", 200, {}, {}, {}, before);
@@ -544,10 +542,8 @@ void tst_Signed::downloadsKeepWhatTheyReplace()
 void tst_Signed::downloadsFail_data()
 {
     // code: -1: any
-    const DVTestTable<Answer, QString, QString, int> row("answer", "file", "domain", "code");
+    const DVRows<Answer, QString, QString, int> row("answer", "file", "domain", "code");
     row("silence", Answer::failing(Fault::Silence), u"file"_qs, u"dorvane.network"_qs,
-        int(QNetworkReply::TimeoutError));
-    row("a stall", Answer::failing(Fault::StallInBody), u"file"_qs, u"dorvane.network"_qs,
         int(QNetworkReply::TimeoutError));
     row("a cut", Answer::failing(Fault::CutBody), u"file"_qs, u"dorvane.network"_qs,
         int(QNetworkReply::RemoteHostClosedError));

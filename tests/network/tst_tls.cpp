@@ -1,7 +1,7 @@
 // Secure connections: whom the transport trusts, and that it never leaves them for plain ones.
 #include "DVFaultServer.h"
 #include "DVHttpTransport.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 
 #include <QFile>
 #include <QNetworkReply>
@@ -144,7 +144,7 @@ void tst_Tls::trustTheCertificate()
 
 void tst_Tls::otherCertificatesAreRefused_data()
 {
-    const DVTestTable<bool, QByteArray> row("trusted", "host");
+    const DVRows<bool, QByteArray> row("trusted", "host");
     row("of somebody unknown", false, "localhost");
     row("for another name", true, "127.0.0.1");
 }

@@ -1,7 +1,7 @@
 // Progress and cancel of requests under way, at every stage.
 #include "DVMainQueue.h"
 #include "DVNetwork.h"
-#include "DVTestTable.h"
+#include "DVRows.h"
 #include "NetworkDevice.h"
 
 #include <QElapsedTimer>
@@ -150,7 +150,7 @@ void tst_Transfer::progressOfAnUpload()
 
 void tst_Transfer::progressOfADownload_data()
 {
-    const DVTestTable<bool> row("announced");
+    const DVRows<bool> row("announced");
     row("of a known size", true);
     row("in chunks", false);
 }
@@ -226,7 +226,7 @@ void tst_Transfer::bodiesAreMadeOnTheNetworkThread()
 void tst_Transfer::cancel_data()
 {
     // requests: that the server has seen of it by then
-    const DVTestTable<QString, int> row("stage", "requests");
+    const DVRows<QString, int> row("stage", "requests");
     row("before the call", u"before"_qs, 0);
     row("in the same turn", u"at once"_qs, -1);
     row("while a token is fetched", u"signing"_qs, 1);
@@ -379,7 +379,7 @@ void tst_Transfer::cancelAfterTheEndDoesNothing()
 
 void tst_Transfer::anObjectThatDiesInFlight_data()
 {
-    const DVTestTable<bool> row("cancels");
+    const DVRows<bool> row("cancels");
     row("and cancels, as it should", true);
     row("and only lets go: the request goes on", false);
 }
@@ -387,36 +387,21 @@ void tst_Transfer::anObjectThatDiesInFlight_data()
 void tst_Transfer::anObjectThatDiesInFlight()
 {
     QFETCH(bool, cancels);
-    // What progress and completion would touch.
-    struct Screen
-    {
-        explicit Screen(bool cancelsAtEnd)
-            : cancels(cancelsAtEnd)
-        {}
-        ~Screen()
-        {
-            if (cancels)
-                transfer->cancel();
-            *alive = false;
-        }
-        Q_DISABLE_COPY_MOVE(Screen)
-        const bool cancels;
-        const std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-        int steps = 0;
-        DVTransferPtr transfer;
-    };
     m_device->answer(Answer::of(200, QByteArray(1 << 20, 'b')).delayed(50));
-    auto screen = std::make_unique<Screen>(cancels);
-    Screen *const raw = screen.get();
-    const std::shared_ptr<bool> alive = screen->alive;
+    auto object = std::make_unique<int>(0); // what progress touches
+    const auto alive = std::make_shared<bool>(true);
     int late = 0;
-    screen->transfer =
-        std::make_shared<DVTransfer>([raw, alive, &late](qint64, qint64) { *alive ? ++raw->steps : ++late; });
+    auto transfer = std::make_shared<DVTransfer>(
+        [raw = object.get(), alive, &late](qint64, qint64) { *alive ? ++*raw : ++late; });
     const OperationPtr down = operation();
     DVNetwork::downloadPath(u"/down"_qs, DVAuthenticationNone, {}, 20, file(u"file"_qs), completion(down),
-                            screen->transfer);
+                            transfer);
     QVERIFY(m_device->server.waitForRequests(1, generousMs));
-    screen.reset();
+    if (cancels)
+        transfer->cancel();
+    *alive = false;
+    object.reset();
+    transfer.reset();
     QTRY_COMPLETED(down);
     QCOMPARE(down->code(), cancels ? int(QNetworkReply::OperationCanceledError) : 0);
     QCOMPARE(late > 0, !cancels);
