@@ -51,8 +51,8 @@ inline QJsonArray threads()
 inline QJsonArray openFiles()
 {
     QStringList targets;
-    const auto links = QDir(u"/proc/self/fd"_qs)
-                           .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    const auto links =
+        QDir(u"/proc/self/fd"_qs).entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     for (const QFileInfo &link : links) {
         char target[512];
         const auto length = ::readlink(QFile::encodeName(link.filePath()).constData(), target, sizeof target);

@@ -364,8 +364,7 @@ void tst_Guest::connections()
     guest.trace(u"connect,bind,listen,execve,fork,vfork,clone,clone3,kill,openat,mkdir,rename,unlink"_qs);
     run(guest, server);
     const bool serves = scenario == u"serving" && !switchedOff;
-    const QString itsServer =
-        u"sin_port=htons(%1), sin_addr=inet_addr(\"127.0.0.1\")"_qs.arg(server.port());
+    const QString itsServer = u"sin_port=htons(%1), sin_addr=inet_addr(\"127.0.0.1\")"_qs.arg(server.port());
     int connected = 0;
     int executed = 0;
     for (const QString &call : guest.traced()) {
@@ -411,21 +410,20 @@ void tst_Guest::valuesOfTheSwitch()
 
 void tst_Guest::loggersThatAsk_data()
 {
-    const DVRows<QString, QString> row("scenario", "text");
-    row("a message handler that looks texts up", u"asking-logger"_qs, u"jeden|"_qs);
-    row("a message handler that waits for the main thread", u"blocking-logger"_qs, u"jeden|"_qs);
+    const DVRows<QString> row("scenario");
+    row("a message handler that looks texts up", u"asking-logger"_qs);
+    row("a message handler that waits for the main thread", u"blocking-logger"_qs);
 }
 
 void tst_Guest::loggersThatAsk()
 {
     QFETCH(QString, scenario);
-    QFETCH(QString, text);
     const Delivery server;
     Guest guest;
     guest.run(scenario, server.url(), [&server] { QVERIFY(server.waitForRequests(3, 30000)); });
     QVERIFY2(guest.endedWith(0), guest.errors().constData());
     QVERIFY(guest.lines().constLast().value(u"handled"_qs).toInt() > 0);
-    QVERIFY(guest.lines().constLast().value(u"text"_qs).toString().startsWith(text));
+    QVERIFY(guest.lines().constLast().value(u"text"_qs).toString().startsWith(u"jeden|"_qs));
 }
 
 void tst_Guest::theHostChangesLocales()

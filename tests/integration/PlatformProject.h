@@ -25,19 +25,15 @@ public:
     // With other members of project.json.
     void setPeople(QJsonObject changes) const
     {
-        const QJsonObject ana{{u"user"_qs, u"ana"_qs},
-                              {u"password"_qs, password()},
-                              {u"name"_qs, u"Ana Gardener"_qs},
-                              {u"email"_qs, u"ana@example.com"_qs}};
-        const QJsonObject bea{{u"user"_qs, u"bea"_qs},
-                              {u"password"_qs, u"b"_qs},
-                              {u"permissions"_qs, QJsonObject{{u"canTranslateStrings"_qs, false},
-                                                              {u"canRejectStrings"_qs, false}}}};
-        const QJsonObject application{{u"userIdentifier"_qs, u"app"_qs},
-                                      {u"userSecret"_qs, u"app secret"_qs}};
+        const QJsonObject people = QJsonDocument::fromJson(R"({"users": [
+                {"user": "ana", "password": "gar den+&\u00e9", "name": "Ana Gardener", "email": "ana@example.com"},
+                {"user": "bea", "password": "b",
+                 "permissions": {"canTranslateStrings": false, "canRejectStrings": false}}],
+            "apiCredentials": [{"userIdentifier": "app", "userSecret": "app secret"}]})")
+                                       .object();
         if (!changes.contains(u"users"_qs))
-            changes.insert(u"users"_qs, QJsonArray{ana, bea});
-        changes.insert(u"apiCredentials"_qs, QJsonArray{application});
+            changes.insert(u"users"_qs, people.value(u"users"_qs));
+        changes.insert(u"apiCredentials"_qs, people.value(u"apiCredentials"_qs));
         setProject(changes);
     }
 

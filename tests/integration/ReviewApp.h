@@ -26,17 +26,23 @@ public:
         return error.isObject() ? error[u"description"_qs].toString() : error.toString();
     }
 
-    // What was wrong on the way; null when the user is signed in and the project's steps are known.
-    QString signIn(quint16 port)
+    QJsonObject start(quint16 port)
     {
         const QJsonObject options{{u"mode"_qs, u"DVInAppReviewAndContextCapture"_qs},
                                   {u"apiUserId"_qs, u"app"_qs},
                                   {u"apiUserSecret"_qs, u"app secret"_qs},
                                   {u"servers"_qs, serversAt(port)},
                                   {u"analytics"_qs, false}};
-        const QJsonObject user{{u"user"_qs, u"ana"_qs}, {u"password"_qs, PlatformProject::password()}};
-        return problemOf({doing(u"start"_qs, {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}}),
-                          doing(u"signIn"_qs, user), doing(u"workflows"_qs)});
+        return ask(u"start"_qs, {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}});
+    }
+    // What was wrong on the way; null when the user is signed in and the project's steps are known.
+    QString signIn(quint16 port)
+    {
+        if (!start(port).value(u"launched"_qs).toBool())
+            return u"it does not start"_qs;
+        return problemOf(
+            {doing(u"signIn"_qs, {{u"user"_qs, u"ana"_qs}, {u"password"_qs, PlatformProject::password()}}),
+             doing(u"workflows"_qs)});
     }
     // Kept in the data folder.
     QString chooseFrenchReview()

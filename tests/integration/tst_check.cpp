@@ -136,10 +136,8 @@ private Q_SLOTS:
 private:
     QString file(const QString &name, const QByteArray &content) const
     {
-        QFile written(m_folder.filePath(name));
-        if (!written.open(QIODevice::WriteOnly) || written.write(content) != content.size())
-            qFatal("cannot write the test's own file");
-        return written.fileName();
+        DVTestFiles::write(m_folder.filePath(name), content);
+        return m_folder.filePath(name);
     }
     // Names that are no locale.
     QStringList files(const QList<QByteArray> &documents) const

@@ -1,7 +1,6 @@
 // A review without a screen: an application driven by lines against the stand-in, from sign-in to log out.
 #include "DVFaultServer.h"
-#include "PlatformProject.h"
-#include "TryProcess.h"
+#include "ReviewApp.h"
 #include <DVRows.h>
 
 #include <QUrlQuery>
@@ -18,27 +17,6 @@ QString withoutMarkers(QString text)
     for (const char16_t marker : {u'\u200B', u'\u2062', u'\u2063', u'\u2064'})
         text.remove(QChar(marker));
     return text;
-}
-
-QJsonObject serversOf(const ServeProcess &server)
-{
-    const QByteArray option = server.ready().split('\n').at(1);
-    return QJsonDocument::fromJson(option).object().value(u"servers"_qs).toObject();
-}
-
-QJsonObject startMembers(const QJsonObject &servers)
-{
-    const QJsonObject options{{u"mode"_qs, u"DVInAppReviewAndContextCapture"_qs},
-                              {u"apiUserId"_qs, u"app"_qs},
-                              {u"apiUserSecret"_qs, u"app secret"_qs},
-                              {u"servers"_qs, servers},
-                              {u"analytics"_qs, false}};
-    return {{u"projectId"_qs, u"garden"_qs}, {u"options"_qs, options}};
-}
-
-QString errorOf(const QJsonObject &reply)
-{
-    return reply.value(u"error"_qs).toObject().value(u"description"_qs).toString();
 }
 
 QStringList list(const QJsonObject &reply, const QString &member)
@@ -85,17 +63,10 @@ private:
     // A restart, and after it somebody who is signed in.
     void launch(bool choosing)
     {
-        m_app = std::make_unique<TryProcess>(dataDir());
-        QVERIFY(m_app->ask(u"start"_qs, startMembers(serversOf(*m_server))).value(u"launched"_qs).toBool());
-        const QJsonObject signedIn = m_app->ask(
-            u"signIn"_qs, {{u"user"_qs, u"ana"_qs}, {u"password"_qs, PlatformProject::password()}});
-        QVERIFY2(signedIn.value(u"signedIn"_qs).toBool(), qPrintable(errorOf(signedIn)));
-        QCOMPARE(m_app->ask(u"workflows"_qs).value(u"steps"_qs).toArray().size(), 2);
-        if (!choosing)
-            return;
-        QCOMPARE(m_app->ask(u"useLocale"_qs, {{u"id"_qs, u"fr-CA"_qs}}).value(u"locale"_qs), u"fr_CA"_qs);
-        const QJsonObject step = m_app->ask(u"useStep"_qs, {{u"uid"_qs, u"review"_qs}});
-        QVERIFY2(errorOf(step).isEmpty(), qPrintable(errorOf(step)));
+        m_app = std::make_unique<ReviewApp>(dataDir());
+        QCOMPARE(m_app->signIn(m_server->port()), QString());
+        if (choosing)
+            QCOMPARE(m_app->chooseFrenchReview(), QString());
     }
     void kill() { m_app.reset(); }
     QJsonObject ask(const QString &name, const QJsonObject &members = {})
@@ -109,12 +80,7 @@ private:
             members.insert(u"form"_qs, form);
         return ask(u"edit"_qs, members);
     }
-    void reject(const QString &key)
-    {
-        ask(u"reject"_qs, {{u"key"_qs, key},
-                           {u"reason"_qs, u"Poor translation"_qs},
-                           {u"description"_qs, u"nobody says that"_qs}});
-    }
+    void reject(const QString &key) { QCOMPARE(m_app->reject(key, u"nobody says that"_qs), QString()); }
     // Edited, accepted, rejected, and issues to file.
     QString unsaved()
     {
@@ -139,7 +105,7 @@ private:
 
     std::unique_ptr<PlatformProject> m_project;
     std::unique_ptr<ServeProcess> m_server;
-    std::unique_ptr<TryProcess> m_app;
+    std::unique_ptr<ReviewApp> m_app;
 };
 
 void tst_Review::init()
@@ -188,10 +154,10 @@ void tst_Review::fromSignInToLogOut()
     const QJsonObject uploaded =
         ask(u"upload"_qs, {{u"image"_qs, QString(m_project->path() + u"/../picture.png")},
                            {u"strings"_qs, QJsonArray{string}}});
-    QVERIFY2(uploaded.value(u"uploaded"_qs).toBool(), qPrintable(errorOf(uploaded)));
+    QVERIFY2(uploaded.value(u"uploaded"_qs).toBool(), qPrintable(ReviewApp::errorOf(uploaded)));
 
     QCOMPARE(ask(u"signOut"_qs).value(u"signedIn"_qs), QJsonValue(false));
-    QCOMPARE(errorOf(ask(u"workflows"_qs)), u"No token found"_qs);
+    QCOMPARE(ReviewApp::errorOf(ask(u"workflows"_qs)), u"No token found"_qs);
     QCOMPARE(withoutMarkers(m_app->lookup(u"Greet"_qs)), u"Hi %1"_qs); // the source's
 }
 
@@ -238,11 +204,11 @@ void tst_Review::killedBetweenTwoCommands()
     ask(u"accept"_qs, {{u"key"_qs, u"Greet"_qs}});
     reject(u"Hello"_qs);
     for (const QString &command : sending.first(commands))
-        QVERIFY2(errorOf(ask(command)).isEmpty(), qPrintable(command));
+        QVERIFY2(ReviewApp::errorOf(ask(command)).isEmpty(), qPrintable(command));
     kill();
     launch(false);
     QTEST(unsaved(), "unsavedThen");
-    QVERIFY(errorOf(ask(u"push"_qs)).isEmpty());
+    QVERIFY(ReviewApp::errorOf(ask(u"push"_qs)).isEmpty());
     QCOMPARE(unsaved(), u"- - - -"_qs);
     QCOMPARE(taken(), (QStringList{u"imported greet"_qs, u"imported leaves"_qs, u"submitted greet"_qs,
                                    u"rejected hello"_qs, u"issue hello"_qs}));
@@ -292,16 +258,16 @@ void tst_Review::stepsLimitWhatCanBeDone()
     launch(true);
     ask(u"useStep"_qs, {{u"uid"_qs, u"translation"_qs}}); // nothing is rejected there
     const QJsonObject refused = ask(u"reject"_qs, {{u"key"_qs, u"Hello"_qs}});
-    QVERIFY(errorOf(refused).contains(u"does not allow"_qs));
+    QVERIFY(ReviewApp::errorOf(refused).contains(u"does not allow"_qs));
     QCOMPARE(list(ask(u"accept"_qs, {{u"key"_qs, u"Hello"_qs}}), u"accepted"_qs), QStringList{u"Hello"_qs});
-    QVERIFY2(!errorOf(ask(u"accept"_qs, {{u"key"_qs, u"Hello"_qs}})).isEmpty(), "it is decided");
+    QVERIFY2(!ReviewApp::errorOf(ask(u"accept"_qs, {{u"key"_qs, u"Hello"_qs}})).isEmpty(), "it is decided");
     edit(u"Hello"_qs, u"Salut"_qs);
     QCOMPARE(unsaved(), u"Hello - - -"_qs);
     ask(u"signOut"_qs);
     ask(u"signIn"_qs, {{u"user"_qs, u"bea"_qs}, {u"password"_qs, u"b"_qs}});
     ask(u"workflows"_qs);
     ask(u"useLocale"_qs, {{u"id"_qs, u"fr-CA"_qs}});
-    QVERIFY(errorOf(edit(u"Hello"_qs, u"Salut"_qs)).contains(u"may translate"_qs));
+    QVERIFY(ReviewApp::errorOf(edit(u"Hello"_qs, u"Salut"_qs)).contains(u"may translate"_qs));
     QCOMPARE(unsaved(), u"- - - -"_qs);
 }
 
@@ -322,11 +288,11 @@ void tst_Review::whatIsMissingIsSaid()
 {
     QFETCH(QString, command);
     QFETCH(QJsonObject, members);
-    TryProcess app(dataDir());
-    app.ask(u"start"_qs, startMembers(serversOf(*m_server)));
+    ReviewApp app(dataDir());
+    app.start(m_server->port());
     const QJsonObject reply = app.ask(command, members);
     QCOMPARE(reply.value(u"reply"_qs).toString(), command);
-    QVERIFY(!errorOf(reply).isEmpty());
+    QVERIFY(!ReviewApp::errorOf(reply).isEmpty());
     QCOMPARE(app.lookup(u"k"_qs), app.lookup(u"k"_qs)); // it goes on
 }
 
@@ -334,10 +300,10 @@ void tst_Review::cancelledAndShown()
 {
     launch(true);
     const int before = m_app->events();
-    QVERIFY(errorOf(ask(u"pull"_qs, {{u"progress"_qs, true}})).isEmpty());
+    QVERIFY(ReviewApp::errorOf(ask(u"pull"_qs, {{u"progress"_qs, true}})).isEmpty());
     QVERIFY2(m_app->events() >= before + 3, "two files, and that strings were updated");
     edit(u"Hello"_qs, u"Salut"_qs);
-    QVERIFY(!errorOf(ask(u"save"_qs, {{u"timeoutMs"_qs, 0}, {u"overwrite"_qs, true}})).isEmpty());
+    QVERIFY(!ReviewApp::errorOf(ask(u"save"_qs, {{u"timeoutMs"_qs, 0}, {u"overwrite"_qs, true}})).isEmpty());
     QCOMPARE(unsaved(), u"Hello - - -"_qs);
     QCOMPARE(list(ask(u"save"_qs), u"saved"_qs), QStringList{u"Hello"_qs});
 }
@@ -389,12 +355,12 @@ void tst_Review::signInPages()
     if (problem.isNull())
         server.enqueue(Answer::of(200, R"({"access_token": "a.e30.s", "refresh_token": "r", "expires_in": 300,
                                            "refresh_expires_in": 1800})"));
-    TryProcess app(dataDir());
-    app.ask(u"start"_qs, startMembers({{u"api"_qs, server.url()}, {u"sso"_qs, server.url()}}));
+    ReviewApp app(dataDir());
+    app.start(quint16(QUrl(server.url()).port()));
     const QJsonObject reply =
         app.ask(u"signIn"_qs, {{u"user"_qs, u"ana"_qs}, {u"password"_qs, u"p& \u00e9"_qs}});
     QCOMPARE(reply.value(u"signedIn"_qs).toBool(), problem.isNull());
-    QVERIFY2(errorOf(reply).contains(problem), qPrintable(errorOf(reply)));
+    QVERIFY2(ReviewApp::errorOf(reply).contains(problem), qPrintable(ReviewApp::errorOf(reply)));
     QByteArray form;
     for (const auto &request : server.requests())
         if (request.method == "POST" && !request.target.endsWith("/token"))

@@ -5,6 +5,7 @@
 #include <QTcpServer>
 
 #include <csignal>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace Delivered;
@@ -20,6 +21,9 @@ class tst_Serve : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { m_shared = std::make_unique<ServedProject>(); }
+    // Takes what the shared server has logged, before its pipe is full.
+    void cleanup() { QCoreApplication::processEvents(); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_qs)); }
 
     void saysWhereItListens();
@@ -45,6 +49,9 @@ private Q_SLOTS:
     void refusesToStart_data();
     void refusesToStart();
     void refusesAPortInUse();
+
+private:
+    std::unique_ptr<ServedProject> m_shared; // for what changes nothing
 };
 
 void tst_Serve::saysWhereItListens()
@@ -97,7 +104,7 @@ void tst_Serve::statuses()
 {
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, target);
-    auto [folder, server] = ServedProject();
+    auto &[folder, server] = *m_shared;
     const HttpAnswer answer = server.request(method, target);
     QTEST(answer.status, "status");
     QVERIFY2(fromHttpDate(answer.header("Date")).isValid(), "every answer is dated");
@@ -129,10 +136,9 @@ void tst_Serve::namesNeverBecomePaths_data()
 void tst_Serve::namesNeverBecomePaths()
 {
     QFETCH(QByteArray, target);
-    const TestProject folder;
+    auto &[folder, server] = *m_shared;
     folder.write(u"../secret.xlf"_qs, TestProject::document("secret"));
     folder.write(u"secret.xlf"_qs, TestProject::document("secret"));
-    const ServeProcess server(folder.path());
     const HttpAnswer answer = server.get(target);
     QCOMPARE(answer.status, 404);
     QVERIFY(!answer.body.contains(key().toBase64()));
@@ -248,7 +254,7 @@ void tst_Serve::trackRefusesWhatItCannotRead_data()
 void tst_Serve::trackRefusesWhatItCannotRead()
 {
     QFETCH(QByteArray, body);
-    auto [folder, server] = ServedProject();
+    auto &[folder, server] = *m_shared;
     const HttpAnswer answer = server.request("POST", "/track", {}, body);
     QCOMPARE(answer.status, 400);
     QVERIFY(QJsonDocument::fromJson(answer.body).object().value(u"response"_qs).isObject());
@@ -257,14 +263,14 @@ void tst_Serve::trackRefusesWhatItCannotRead()
 
 void tst_Serve::bigRequestsEnd()
 {
-    auto [folder, server] = ServedProject();
+    auto &[folder, server] = *m_shared;
     QCOMPARE(server.request("POST", "/track", {}, "data=" + QByteArray(20 << 20, 'A')).status, 413);
     QCOMPARE(server.get(frenchPath).status, 200);
 }
 
 void tst_Serve::garbageEndsTheConnection()
 {
-    auto [folder, server] = ServedProject();
+    auto &[folder, server] = *m_shared;
     QTcpSocket socket;
     socket.connectToHost(u"127.0.0.1"_qs, server.port());
     socket.write("\x16\x03\x01\x02 no HTTP at all\r\n\r\n");

@@ -4,6 +4,8 @@
 
 #include <QDirIterator>
 
+#include <memory>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -13,6 +15,22 @@ const QByteArray pingPath = "/auth-api/v2/ping";
 QString text(const QJsonObject &json, const QString &name)
 {
     return json.value(name).toString();
+}
+
+QByteArray accessOf(const QJsonObject &tokens)
+{
+    return text(tokens, u"access_token"_qs).toLatin1();
+}
+
+QString refreshOf(const QJsonObject &tokens)
+{
+    return text(tokens, u"refresh_token"_qs);
+}
+
+// The status that it gets.
+int ping(const PlatformPeer &peer, const QByteArray &token)
+{
+    return peer.get(pingPath, token).status;
 }
 
 QJsonObject claims(const QByteArray &token)
@@ -42,6 +60,9 @@ class tst_ServeSignIn : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { m_shared = std::make_unique<ServedPlatform>(); }
+    // Takes what the shared server has logged, before its pipe is full.
+    void cleanup() { QCoreApplication::processEvents(); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_qs)); }
 
     void thePageIsForPeople();
@@ -72,6 +93,9 @@ private Q_SLOTS:
     void saysWhoCanSignIn();
     void refusesToStart_data();
     void refusesToStart();
+
+private:
+    std::unique_ptr<ServedPlatform> m_shared; // for what changes nothing
 };
 
 void tst_ServeSignIn::thePageIsForPeople()
@@ -132,8 +156,7 @@ void tst_ServeSignIn::requestsThatAreRefused()
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, query);
     QFETCH(QByteArray, location);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
+    auto &[folder, server, peer] = *m_shared;
     const QByteArray body =
         PlatformPeer::form({{"user", u"ana"_qs}, {"password", PlatformProject::password()}});
     const HttpAnswer answer =
@@ -163,16 +186,16 @@ void tst_ServeSignIn::wrongPasswords()
 {
     QFETCH(QString, user);
     QFETCH(QString, password);
-    const PlatformProject folder;
-    const ServeProcess server(folder.path());
-    const HttpAnswer answer = PlatformPeer(server).signIn(user, password);
+    auto &[folder, server, peer] = *m_shared;
+    const QByteArray tokens = folder.received(u"tokens.json"_qs);
+    const HttpAnswer answer = peer.signIn(user, password);
     QCOMPARE(answer.status, 403);
     QVERIFY(answer.header("Location").isEmpty());
     QVERIFY(answer.body.contains("role=\"alert\">The user name or the password is wrong.</div>"));
     QVERIFY(answer.body.contains(QByteArray("value=\"" + user.toHtmlEscaped().toUtf8() + "\"")));
     QVERIFY(!answer.body.contains("<script"));
     QVERIFY(password.size() < 3 || !answer.body.contains(password.toUtf8()));
-    QVERIFY(folder.received(u"tokens.json"_qs).isEmpty());
+    QCOMPARE(folder.received(u"tokens.json"_qs), tokens);
 }
 
 void tst_ServeSignIn::aSignInGivesTokens()
@@ -190,9 +213,9 @@ void tst_ServeSignIn::aSignInGivesTokens()
     QCOMPARE(text(tokens, u"token_type"_qs), u"Bearer"_qs);
     QCOMPARE(tokens.value(u"expires_in"_qs).toInteger(), 300);
     QCOMPARE(tokens.value(u"refresh_expires_in"_qs).toInteger(), 30 * 86400);
-    QVERIFY(text(tokens, u"refresh_token"_qs).size() >= 22);
+    QVERIFY(refreshOf(tokens).size() >= 22);
 
-    const QByteArray access = text(tokens, u"access_token"_qs).toLatin1();
+    const QByteArray access = accessOf(tokens);
     const QByteArrayList pieces = access.split('.');
     QCOMPARE(pieces.size(), 3);
     QCOMPARE(QByteArray::fromBase64(pieces.at(0), QByteArray::Base64UrlEncoding),
@@ -232,16 +255,16 @@ void tst_ServeSignIn::aCodeIsGoodOnce()
     auto [folder, server, peer] = ServedPlatform();
     const QByteArray code = PlatformPeer::codeOf(peer.signIn());
     const QJsonObject first = PlatformPeer::json(peer.exchange(code));
-    const QByteArray access = text(first, u"access_token"_qs).toLatin1();
+    const QByteArray access = accessOf(first);
     const QByteArray other = peer.accessToken();
-    QCOMPARE(peer.get(pingPath, access).status, 200);
+    QCOMPARE(ping(peer, access), 200);
 
     const HttpAnswer second = peer.exchange(code);
     QCOMPARE(second.status, 400);
     QCOMPARE(text(PlatformPeer::json(second), u"error"_qs), u"invalid_grant"_qs);
-    QCOMPARE(peer.get(pingPath, access).status, 401);
-    QCOMPARE(peer.refresh(text(first, u"refresh_token"_qs)).status, 400);
-    QCOMPARE(peer.get(pingPath, other).status, 200);
+    QCOMPARE(ping(peer, access), 401);
+    QCOMPARE(peer.refresh(refreshOf(first)).status, 400);
+    QCOMPARE(ping(peer, other), 200);
 }
 
 void tst_ServeSignIn::aCodeThatHasExpired()
@@ -286,7 +309,7 @@ void tst_ServeSignIn::tokenRequestsThatAreRefused()
     QFETCH(QByteArray, body);
     QFETCH(QByteArray, contentType);
     QFETCH(QString, error);
-    auto [folder, server, peer] = ServedPlatform();
+    auto &[folder, server, peer] = *m_shared;
     body.replace("REFRESH", text(peer.tokens(), u"refresh_token"_qs).toLatin1());
     body.replace("CODE", PlatformPeer::codeOf(peer.signIn()));
     const QByteArray type = contentType.isEmpty() ? QByteArray() : "Content-Type: " + contentType + "\r\n";
@@ -309,42 +332,42 @@ void tst_ServeSignIn::refreshing()
     auto [folder, server, peer] = ServedPlatform(
         {{u"tokens"_qs, QJsonObject{{u"rotateRefresh"_qs, rotates}, {u"refreshSeconds"_qs, 5000}}}});
     const QJsonObject first = peer.tokens();
-    const QString firstRefresh = text(first, u"refresh_token"_qs);
+    const QString firstRefresh = refreshOf(first);
     const HttpAnswer answer = peer.refresh(firstRefresh);
     QCOMPARE(answer.status, 200);
     const QJsonObject second = PlatformPeer::json(answer);
     QVERIFY(text(second, u"access_token"_qs) != text(first, u"access_token"_qs));
-    QCOMPARE(text(second, u"refresh_token"_qs) != firstRefresh, rotates);
+    QCOMPARE(refreshOf(second) != firstRefresh, rotates);
     const qint64 left = second.value(u"refresh_expires_in"_qs).toInteger();
     QVERIFY2(left > 4900 && left <= 5000, QByteArray::number(left).constData());
-    QCOMPARE(peer.get(pingPath, text(second, u"access_token"_qs).toLatin1()).status, 200);
-    QCOMPARE(peer.get(pingPath, text(first, u"access_token"_qs).toLatin1()).status, 200);
+    QCOMPARE(ping(peer, accessOf(second)), 200);
+    QCOMPARE(ping(peer, accessOf(first)), 200);
     QCOMPARE(peer.refresh(firstRefresh).status, rotates ? 400 : 200);
-    QCOMPARE(peer.refresh(text(second, u"refresh_token"_qs)).status, 200);
+    QCOMPARE(peer.refresh(refreshOf(second)).status, 200);
 }
 
 void tst_ServeSignIn::accessTokensExpire()
 {
-    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 2}}}});
+    auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, 1}}}});
     const QJsonObject tokens = peer.tokens();
-    QCOMPARE(tokens.value(u"expires_in"_qs).toInteger(), 2);
-    const QByteArray access = text(tokens, u"access_token"_qs).toLatin1();
-    QTRY_COMPARE_WITH_TIMEOUT(peer.get(pingPath, access).status, 401, 20000);
-    QCOMPARE(peer.refresh(text(tokens, u"refresh_token"_qs)).status, 200);
+    QCOMPARE(tokens.value(u"expires_in"_qs).toInteger(), 1);
+    const QByteArray access = accessOf(tokens);
+    QTRY_COMPARE_WITH_TIMEOUT(ping(peer, access), 401, 20000);
+    QCOMPARE(peer.refresh(refreshOf(tokens)).status, 200);
 
     // For tests: expired when it is given out. The project is read again without a restart.
     folder.setPeople({{u"tokens"_qs, QJsonObject{{u"accessSeconds"_qs, -30}}}});
-    QCOMPARE(peer.get(pingPath, peer.accessToken()).status, 401);
+    QCOMPARE(ping(peer, peer.accessToken()), 401);
     folder.setPeople({});
-    QCOMPARE(peer.get(pingPath, peer.accessToken()).status, 200);
+    QCOMPARE(ping(peer, peer.accessToken()), 200);
 }
 
 void tst_ServeSignIn::refreshTokensExpire()
 {
     auto [folder, server, peer] = ServedPlatform({{u"tokens"_qs, QJsonObject{{u"refreshSeconds"_qs, 0}}}});
     const QJsonObject tokens = peer.tokens();
-    QCOMPARE(peer.refresh(text(tokens, u"refresh_token"_qs)).status, 400);
-    QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 200);
+    QCOMPARE(peer.refresh(refreshOf(tokens)).status, 400);
+    QCOMPARE(ping(peer, accessOf(tokens)), 200);
 }
 
 void tst_ServeSignIn::loggingOut_data()
@@ -365,14 +388,14 @@ void tst_ServeSignIn::loggingOut()
     QFETCH(bool, ends);
     auto [folder, server, peer] = ServedPlatform();
     const QJsonObject tokens = peer.tokens();
-    const QByteArray refresh = text(tokens, u"refresh_token"_qs).toLatin1();
-    const QByteArray access = text(tokens, u"access_token"_qs).toLatin1();
+    const QByteArray refresh = refreshOf(tokens).toLatin1();
+    const QByteArray access = accessOf(tokens);
     const QByteArray other = peer.accessToken();
     QTEST(server.get(PlatformPeer::openIdPath("logout") + '?' + query.replace("REFRESH", refresh)).status,
           "status");
-    QCOMPARE(peer.get(pingPath, access).status, ends ? 401 : 200);
+    QCOMPARE(ping(peer, access), ends ? 401 : 200);
     QCOMPARE(peer.refresh(QString::fromLatin1(refresh)).status, ends ? 400 : 200);
-    QCOMPARE(peer.get(pingPath, other).status, 200);
+    QCOMPARE(ping(peer, other), 200);
 }
 
 void tst_ServeSignIn::apiCredentials()
@@ -384,12 +407,12 @@ void tst_ServeSignIn::apiCredentials()
     const QJsonObject tokens = PlatformPeer::data(answer);
     QCOMPARE(tokens.value(u"expiresIn"_qs).toInteger(), 90);
     QCOMPARE(tokens.value(u"refreshExpiresIn"_qs).toInteger(), 30 * 86400);
-    QCOMPARE(peer.get(pingPath, text(tokens, u"accessToken"_qs).toLatin1()).status, 200);
+    QCOMPARE(ping(peer, text(tokens, u"accessToken"_qs).toLatin1()), 200);
 
     const QByteArray path = "/auth-api/v2/authenticate/refresh";
     const QJsonObject body{{u"refreshToken"_qs, text(tokens, u"refreshToken"_qs)}};
     const QJsonObject again = PlatformPeer::data(peer.send("POST", path, {}, body));
-    QCOMPARE(peer.get(pingPath, text(again, u"accessToken"_qs).toLatin1()).status, 200);
+    QCOMPARE(ping(peer, text(again, u"accessToken"_qs).toLatin1()), 200);
     QCOMPARE(again.value(u"expiresIn"_qs).toInteger(), 90);
 
     for (const auto &[identifier, secret] :
@@ -411,20 +434,19 @@ void tst_ServeSignIn::tokensOfOneKindAreNotThoseOfAnother()
     const QJsonObject user = peer.tokens();
     const QJsonObject application = PlatformPeer::data(peer.authenticate());
     const QByteArray path = "/auth-api/v2/authenticate/refresh";
-    QCOMPARE(peer.get(pingPath, text(user, u"refresh_token"_qs).toLatin1()).status, 401);
+    QCOMPARE(ping(peer, refreshOf(user).toLatin1()), 401);
     QCOMPARE(peer.refresh(text(user, u"access_token"_qs)).status, 400);
     QCOMPARE(peer.refresh(text(application, u"refreshToken"_qs)).status, 400);
-    QCOMPARE(peer.send("POST", path, {}, {{u"refreshToken"_qs, text(user, u"refresh_token"_qs)}}).status,
-             401);
+    QCOMPARE(peer.send("POST", path, {}, {{u"refreshToken"_qs, refreshOf(user)}}).status, 401);
 
     // Claims that somebody changed, and a signature that somebody left out.
-    const QByteArrayList pieces = text(user, u"access_token"_qs).toLatin1().split('.');
+    const QByteArrayList pieces = accessOf(user).split('.');
     const QByteArray none = QByteArray(R"({"alg":"none"})").toBase64(QByteArray::Base64UrlEncoding);
     const QByteArray bare = pieces.at(0) + '.' + pieces.at(1);
     const QByteArrayList forgeries{none + '.' + pieces.at(1) + '.', bare, bare + '.',
                                    bare + '.' + pieces.at(2) + 'A'};
     for (const QByteArray &forged : forgeries)
-        QCOMPARE(peer.get(pingPath, forged).status, 401);
+        QCOMPARE(ping(peer, forged), 401);
 }
 
 void tst_ServeSignIn::tokensOutliveTheServer()
@@ -439,15 +461,15 @@ void tst_ServeSignIn::tokensOutliveTheServer()
     } // killed
     const ServeProcess server(folder.path());
     const PlatformPeer peer(server);
-    QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 200);
-    QCOMPARE(peer.get(pingPath, application).status, 200);
-    QCOMPARE(peer.refresh(text(tokens, u"refresh_token"_qs)).status, 200);
+    QCOMPARE(ping(peer, accessOf(tokens)), 200);
+    QCOMPARE(ping(peer, application), 200);
+    QCOMPARE(peer.refresh(refreshOf(tokens)).status, 200);
 
     // And another server of the same folder sees at once who logged out.
     const ServeProcess second(folder.path());
     second.get(PlatformPeer::openIdPath("logout") +
-               "?client_id=garden&refresh_token=" + text(tokens, u"refresh_token"_qs).toLatin1());
-    QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 401);
+               "?client_id=garden&refresh_token=" + refreshOf(tokens).toLatin1());
+    QCOMPARE(ping(peer, accessOf(tokens)), 401);
 }
 
 void tst_ServeSignIn::whoLeavesTheProjectIsSignedOut()
@@ -455,8 +477,8 @@ void tst_ServeSignIn::whoLeavesTheProjectIsSignedOut()
     auto [folder, server, peer] = ServedPlatform();
     const QJsonObject tokens = peer.tokens();
     folder.setPeople({{u"users"_qs, QJsonArray()}});
-    QCOMPARE(peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1()).status, 401);
-    QCOMPARE(peer.refresh(text(tokens, u"refresh_token"_qs)).status, 400);
+    QCOMPARE(ping(peer, accessOf(tokens)), 401);
+    QCOMPARE(peer.refresh(refreshOf(tokens)).status, 400);
     QCOMPARE(peer.signIn().status, 403);
 }
 
@@ -465,11 +487,11 @@ void tst_ServeSignIn::damagedTokensSignEverybodyOut()
     auto [folder, server, peer] = ServedPlatform();
     const QByteArray access = peer.accessToken();
     folder.write(u"received/tokens.json"_qs, "{\"tokens\": [7, {}, {\"sha256\": 1}, \"x");
-    QCOMPARE(peer.get(pingPath, access).status, 401);
+    QCOMPARE(ping(peer, access), 401);
     folder.write(u"received/tokens.json"_qs, "{\"tokens\": [7, {}, {\"sha256\": 1, \"expires\": []}]}");
-    QCOMPARE(peer.get(pingPath, access).status, 401);
-    QCOMPARE(peer.get(pingPath, {}).status, 401);
-    QCOMPARE(peer.get(pingPath, peer.accessToken()).status, 200);
+    QCOMPARE(ping(peer, access), 401);
+    QCOMPARE(ping(peer, {}), 401);
+    QCOMPARE(ping(peer, peer.accessToken()), 200);
 }
 
 void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
@@ -479,8 +501,8 @@ void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
     const QByteArray code = PlatformPeer::codeOf(peer.signIn());
     const QJsonObject tokens = PlatformPeer::json(peer.exchange(code));
     const QJsonObject application = PlatformPeer::data(peer.authenticate());
-    const QByteArray refresh = text(tokens, u"refresh_token"_qs).toLatin1();
-    peer.get(pingPath, text(tokens, u"access_token"_qs).toLatin1());
+    const QByteArray refresh = refreshOf(tokens).toLatin1();
+    peer.get(pingPath, accessOf(tokens));
     server.get(PlatformPeer::openIdPath("auth") + "?code=" + code + "&client_id=x");
     server.get(PlatformPeer::openIdPath("logout") + "?client_id=garden&refresh_token=" + refresh);
     const QByteArray said = server.logWith("logout 204\n") + server.ready();
@@ -491,7 +513,7 @@ void tst_ServeSignIn::secretsStandInNoLogAndNoFile()
                                  "a wrong one 4711",
                                  "app secret",
                                  code,
-                                 text(tokens, u"access_token"_qs).toLatin1(),
+                                 accessOf(tokens),
                                  refresh,
                                  text(application, u"accessToken"_qs).toLatin1(),
                                  text(application, u"refreshToken"_qs).toLatin1(),
@@ -531,14 +553,14 @@ void tst_ServeSignIn::hostileForms_data()
 void tst_ServeSignIn::hostileForms()
 {
     QFETCH(QByteArray, body);
-    auto [folder, server, peer] = ServedPlatform();
+    auto &[folder, server, peer] = *m_shared;
     for (const QByteArray &target : {PlatformPeer::signInPath(), PlatformPeer::openIdPath("token"),
                                      PlatformPeer::openIdPath("logout")}) {
         const HttpAnswer answer = peer.postForm(target, body);
         QVERIFY2(answer.status == 400 || answer.status == 403, QByteArray::number(answer.status).constData());
         QVERIFY(answer.header("Location").isEmpty());
     }
-    QCOMPARE(peer.get(pingPath, peer.accessToken()).status, 200);
+    QCOMPARE(ping(peer, peer.accessToken()), 200);
 }
 
 void tst_ServeSignIn::saysWhoCanSignIn()

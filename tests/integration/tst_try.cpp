@@ -70,12 +70,10 @@ private Q_SLOTS:
     void servesWhatWasPublished();
     void findsTheStringsOfAText();
     void beforeTheStartTheBundleAnswers();
-    void aPublicationArrivesInTheForeground();
     void aStartIsNoEventToWaitFor();
     void changesTheLocale();
     void followsTheDevice();
     void theStartHoldsTheApplication();
-    void whatWasDownloadedIsKept();
     void repliesKeepTheirOrder_data();
     void repliesKeepTheirOrder();
     void aTerminalWorks();
@@ -179,11 +177,7 @@ void tst_Try::findsTheStringsOfAText()
 void tst_Try::beforeTheStartTheBundleAnswers()
 {
     const QTemporaryDir bundle;
-    QVERIFY(QDir(bundle.path()).mkpath(u"fr.lproj"_qs));
-    QFile strings(bundle.filePath(u"fr.lproj/Localizable.strings"_qs));
-    QVERIFY(strings.open(QIODevice::WriteOnly));
-    strings.write("\"Hello\" = \"Allo\";\n");
-    strings.close();
+    DVTestFiles::write(bundle.filePath(u"fr.lproj/Localizable.strings"_qs), "\"Hello\" = \"Allo\";\n");
     TryProcess host(dataDir(), {u"--bundle"_qs, bundle.path()});
     QCOMPARE(host.lookup(u"Hello"_qs), u"Allo"_qs);
     QCOMPARE(host.text(u"tr"_qs, {{u"context"_qs, u"Main"_qs}, {u"text"_qs, u"Hello"_qs}}), u"Hello"_qs);
@@ -199,23 +193,6 @@ void tst_Try::beforeTheStartTheBundleAnswers()
     QCOMPARE(host.ask(u"start"_qs, {{u"projectId"_qs, u""_qs}}).value(u"launched"_qs), QJsonValue(true));
 }
 
-void tst_Try::aPublicationArrivesInTheForeground()
-{
-    const ServeProcess server(m_project->path());
-    TryProcess host(dataDir());
-    host.ask(u"start"_qs, startMembers(server));
-    m_project->publish("Salut");
-    QCOMPARE(host.ask(u"foreground"_qs), (QJsonObject{{u"reply"_qs, u"foreground"_qs}}));
-    QCOMPARE(host.lookup(u"Hello"_qs), u"Bonjour"_qs); // not expired: nothing is asked
-
-    host.ask(u"clock"_qs, {{u"advanceMs"_qs, 7200000}});
-    host.ask(u"foreground"_qs);
-    const QJsonObject waited =
-        host.ask(u"wait"_qs, {{u"event"_qs, u"stringsUpdated"_qs}, {u"timeoutMs"_qs, 10000}});
-    QCOMPARE(waited, (QJsonObject{{u"reply"_qs, u"wait"_qs}, {u"waited"_qs, true}}));
-    QCOMPARE(host.lookup(u"Hello"_qs), u"Salut"_qs);
-}
-
 void tst_Try::aStartIsNoEventToWaitFor()
 {
     const ServeProcess server(m_project->path());
@@ -228,12 +205,13 @@ void tst_Try::aStartIsNoEventToWaitFor()
     // One that came on its own before anybody waited does count, once.
     host.ask(u"clock"_qs, {{u"advanceMs"_qs, 7200000}});
     m_project->publish("Salut");
-    host.ask(u"foreground"_qs);
+    QCOMPARE(host.ask(u"foreground"_qs), (QJsonObject{{u"reply"_qs, u"foreground"_qs}}));
     for (int tries = 0; tries < 1000 && host.events() == 1; ++tries)
         host.ask(u"wait"_qs, {{u"ms"_qs, 10}});
     QCOMPARE(host.events(), 2);
     QCOMPARE(host.ask(u"wait"_qs, wait).value(u"waited"_qs), QJsonValue(true));
     QCOMPARE(host.ask(u"wait"_qs, wait).value(u"waited"_qs), QJsonValue(false));
+    QCOMPARE(host.lookup(u"Hello"_qs), u"Salut"_qs);
 }
 
 void tst_Try::changesTheLocale()
@@ -286,23 +264,6 @@ void tst_Try::theStartHoldsTheApplication()
     QCOMPARE(host.lookup(u"Hello"_qs), u"Hello"_qs);
 }
 
-void tst_Try::whatWasDownloadedIsKept()
-{
-    QJsonObject start;
-    {
-        const ServeProcess server(m_project->path());
-        start = startMembers(server);
-        TryProcess host(dataDir());
-        host.ask(u"start"_qs, start);
-        host.process().closeWriteChannel();
-        QVERIFY(host.process().waitForFinished(10000));
-        QCOMPARE(host.process().exitCode(), 0);
-    }
-    TryProcess later(dataDir());
-    later.ask(u"start"_qs, start);
-    QCOMPARE(later.lookup(u"Hello"_qs), u"Bonjour"_qs);
-}
-
 void tst_Try::repliesKeepTheirOrder_data()
 {
     const DVRows<bool> row("fromFile");
@@ -317,12 +278,11 @@ void tst_Try::repliesKeepTheirOrder()
     for (int i = 0; i < 2000; ++i)
         script += "{\"do\":\"lookup\",\"key\":\"k" + QByteArray::number(i) + "\"}\n";
     script += "{\"do\":\"lookup\",\"key\":\"no line end\"}";
-    QFile file(m_data->filePath(u"script.jsonl"_qs));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(script) == script.size());
-    file.close();
+    const QString file = m_data->filePath(u"script.jsonl"_qs);
+    DVTestFiles::write(file, script);
     QProcess process;
     if (fromFile)
-        process.setStandardInputFile(file.fileName());
+        process.setStandardInputFile(file);
     process.start(QStringLiteral(DORVANE_TOOL), {u"try"_qs, u"--data-dir"_qs, dataDir()});
     if (!fromFile) {
         process.write(script);
