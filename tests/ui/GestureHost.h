@@ -37,74 +37,67 @@ struct Asked
     }
 };
 
-class RememberingEdition : public DVEditionPresenter
+template<typename Presenter> class Remembering : public Presenter
 {
 public:
-    explicit RememberingEdition(Asked *asked)
+    explicit Remembering(Asked &asked)
         : m_asked(asked)
     {}
+
+protected:
+    Asked &m_asked;
+};
+
+class RememberingEdition : public Remembering<DVEditionPresenter>
+{
+public:
+    using Remembering::Remembering;
     void presentEditionViewWithStringsAndViews(const QList<DVViewStringsPtr> &strings,
                                                const DVViewPtr &inView, QObject *viewController,
                                                bool animated) override
     {
-        m_asked->calls << (animated ? QStringLiteral("edit") : QStringLiteral("edit-at-once"));
-        m_asked->strings = strings;
-        m_asked->inView = inView;
-        m_asked->viewController = viewController;
+        m_asked.calls << (animated ? QStringLiteral("edit") : QStringLiteral("edit-at-once"));
+        m_asked.strings = strings;
+        m_asked.inView = inView;
+        m_asked.viewController = viewController;
     }
-    void dismiss() override { m_asked->calls << QStringLiteral("dismiss"); }
-
-private:
-    Asked *m_asked;
+    void dismiss() override { m_asked.calls << QStringLiteral("dismiss"); }
 };
 
-class RememberingActions : public DVActionsPresenter
+class RememberingActions : public Remembering<DVActionsPresenter>
 {
 public:
-    explicit RememberingActions(Asked *asked)
-        : m_asked(asked)
-    {}
+    using Remembering::Remembering;
     void showAndReloadStrings(bool reload) override
     {
-        m_asked->calls << (reload ? QStringLiteral("menu-reloaded") : QStringLiteral("menu"));
+        m_asked.calls << (reload ? QStringLiteral("menu-reloaded") : QStringLiteral("menu"));
     }
-
-private:
-    Asked *m_asked;
 };
 
-class RememberingLogin : public DVLoginPresenter
+class RememberingLogin : public Remembering<DVLoginPresenter>
 {
 public:
-    explicit RememberingLogin(Asked *asked)
-        : m_asked(asked)
-    {}
+    using Remembering::Remembering;
     void openLoginFormWithCompletion(std::function<void(bool)> completion) override
     {
-        m_asked->calls << QStringLiteral("login");
-        m_asked->loginEnds = std::move(completion);
+        m_asked.calls << QStringLiteral("login");
+        m_asked.loginEnds = std::move(completion);
     }
-
-private:
-    Asked *m_asked;
 };
 
-class RememberingCapture : public DVCapturePresenter
+class RememberingCapture : public Remembering<DVCapturePresenter>
 {
 public:
-    explicit RememberingCapture(Asked *asked)
-        : m_asked(asked)
-    {}
+    using Remembering::Remembering;
     void captureWindow(QObject *window, std::function<void(const DVErrorOr &)> withCompletion) override
     {
-        m_asked->calls << QStringLiteral("capture");
-        m_asked->captured = window;
-        withCompletion(m_asked->captureFails);
+        m_asked.calls << QStringLiteral("capture");
+        m_asked.captured = window;
+        withCompletion(m_asked.captureFails);
     }
-
-private:
-    Asked *m_asked;
 };
+
+class Hand;
 
 // A translator who may edit, and a clock that stands still. One at a time.
 class GestureHost
@@ -116,10 +109,10 @@ public:
     {
         DVAnimationClock::hold();
         auto &presenters = DVPresenters::shared();
-        presenters.edition = std::make_unique<RememberingEdition>(&asked);
-        presenters.actions = std::make_unique<RememberingActions>(&asked);
-        presenters.login = std::make_unique<RememberingLogin>(&asked);
-        presenters.capture = std::make_unique<RememberingCapture>(&asked);
+        presenters.edition = std::make_unique<RememberingEdition>(asked);
+        presenters.actions = std::make_unique<RememberingActions>(asked);
+        presenters.login = std::make_unique<RememberingLogin>(asked);
+        presenters.capture = std::make_unique<RememberingCapture>(asked);
         auto &state = DVState::shared();
         state.editionMode = state.loggedIn = state.canTranslate = true;
         state.screenshotMode = state.mixedMode = state.uiTest = false;
@@ -136,6 +129,9 @@ public:
     }
     Q_DISABLE_COPY_MOVE(GestureHost)
 
+    // Who is asked for what by the steps, as in "dismiss menu".
+    QString askedBy(Hand hand, const QString &steps);
+
     static QPointingDevice *touchScreen()
     {
         static QPointingDevice *device = QTest::createTouchDevice();
@@ -144,6 +140,8 @@ public:
     static int interval() { return QGuiApplication::styleHints()->mousePressAndHoldInterval(); }
     static int dragDistance() { return QGuiApplication::styleHints()->startDragDistance(); }
 };
+
+inline const QString longPress = QStringLiteral("L+ hold L-");
 
 // "L+" presses the left mouse button, "L-" lets it go; R and M likewise; "1+" and "1-" put down and lift
 // finger 1; "move 5" moves the mouse to the right, "1~5" finger 1; "hold" waits for as long as an edition
@@ -212,3 +210,9 @@ private:
     QMap<int, QPoint> m_fingers;
     QString m_before;
 };
+
+inline QString GestureHost::askedBy(Hand hand, const QString &steps)
+{
+    hand.perform(steps);
+    return asked.take();
+}

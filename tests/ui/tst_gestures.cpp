@@ -1,8 +1,8 @@
 // The two gestures in windows of widgets: what is one and what is not, and that the host's controls never
 // notice but for the click that does not come.
+#include "DVRows.h"
 #include "GestureHost.h"
 
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -22,7 +22,6 @@
 #include <QSlider>
 #include <QSpinBox>
 #include <QSplitter>
-#include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
 #include <QToolButton>
@@ -52,7 +51,7 @@ struct Window
         QCoreApplication::processEvents();
     }
     QWindow *handle() const { return window.windowHandle(); }
-    QPoint middle() const { return control->geometry().center(); }
+    Hand onControl() const { return {handle(), control->geometry().center()}; }
 };
 
 // What a control says when it is clicked or used otherwise. It grows with every such signal.
@@ -148,214 +147,6 @@ Control tabClose(const Uses &uses)
 
 Q_DECLARE_METATYPE(MakeControl)
 
-class TestGestures : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase() { QApplication::setDoubleClickInterval(0); }
-    void init() { m_host = std::make_unique<GestureHost>(); }
-    void cleanup() { m_host.reset(); }
-
-    void presses_data();
-    void presses();
-    void clicksAreNotMade_data();
-    void clicksAreNotMade();
-    void aFingerOnAButtonThatTakesTouches();
-    void buttonsSayThatTheyWereReleased();
-    void selectionStays();
-    void theHostGoesOn_data();
-    void theHostGoesOn();
-    void dragsOfTheHost();
-    void menus();
-    void boxesThatOpenOnAPress();
-    void widgetsThatProgramsPress();
-
-private:
-    std::unique_ptr<GestureHost> m_host;
-};
-
-void TestGestures::presses_data()
-{
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("expected");
-    const QString near = QString::number(GestureHost::dragDistance());
-    const QString far = QString::number(GestureHost::dragDistance() + 1);
-
-    QTest::newRow("the left button held edits") << u"L+ hold"_qs << u"edit"_qs;
-    QTest::newRow("once, however long it is held") << u"L+ hold hold hold wait 5000 L-"_qs << u"edit"_qs;
-    QTest::newRow("let go a moment before, nothing") << u"L+ wait 780 L- hold"_qs << u""_qs;
-    QTest::newRow("two short presses are no long one") << u"L+ wait 500 L- L+ wait 500 L- hold"_qs << u""_qs;
-    QTest::newRow("each long press edits") << u"L+ hold L- L+ hold L-"_qs << u"edit edit"_qs;
-    QTest::newRow("a hand may tremble") << QString(u"L+ move " + near + u" hold") << u"edit"_qs;
-    QTest::newRow("a drag is none") << QString(u"L+ move " + far + u" hold") << u""_qs;
-    QTest::newRow("not even one that returns")
-        << QString(u"L+ move " + far + u" move -" + far + u" hold") << u""_qs;
-    QTest::newRow("the mouse moved without a button") << QString(u"move " + far + u" L+ hold") << u"edit"_qs;
-    QTest::newRow("the right button alone does nothing") << u"R+ wait 5000 R-"_qs << u""_qs;
-    QTest::newRow("nor does the middle one") << u"M+ wait 5000 M-"_qs << u""_qs;
-
-    QTest::newRow("a finger held edits") << u"1+ hold"_qs << u"edit"_qs;
-    QTest::newRow("a finger lifted before does not") << u"1+ wait 780 1- hold"_qs << u""_qs;
-    QTest::newRow("a finger may tremble") << QString(u"1+ 1~" + near + u" hold") << u"edit"_qs;
-    QTest::newRow("a finger that scrolls does not") << QString(u"1+ 1~" + far + u" hold") << u""_qs;
-    QTest::newRow("a second finger ends the press of one") << u"1+ wait 400 2+ hold"_qs << u""_qs;
-    QTest::newRow("also when it is lifted again") << u"1+ 2+ 2- hold hold hold"_qs << u""_qs;
-    QTest::newRow("and the next press counts again") << u"1+ 2+ 2- 1- 1+ hold"_qs << u"edit"_qs;
-
-    QTest::newRow("two fingers for two seconds open the menu") << u"1+ 2+ wait 2000"_qs << u"dismiss menu"_qs;
-    QTest::newRow("for less they do not") << u"1+ 2+ wait 1980 2- 1- wait 2000"_qs << u""_qs;
-    QTest::newRow("the time begins with the second") << u"1+ wait 700 2+ wait 1980 2-"_qs << u""_qs;
-    QTest::newRow("one that moves is no press")
-        << QString(u"1+ 2+ wait 500 2~" + far + u" wait 5000") << u""_qs;
-    QTest::newRow("three fingers do nothing") << u"1+ 2+ 3+ wait 5000"_qs << u""_qs;
-    QTest::newRow("nor do two when the third is lifted") << u"1+ 2+ 3+ 3- wait 5000"_qs << u""_qs;
-    QTest::newRow("a third finger ends the press of two") << u"1+ 2+ wait 1900 3+ wait 5000"_qs << u""_qs;
-    QTest::newRow("an edit and then a second finger: the menu too")
-        << u"1+ hold 2+ wait 2000"_qs << u"edit dismiss menu"_qs;
-    QTest::newRow("after the menu one finger that stays does not edit")
-        << u"1+ 2+ wait 2000 2- wait 5000"_qs << u"dismiss menu"_qs;
-
-    QTest::newRow("both buttons open the menu") << u"L+ R+ wait 2000"_qs << u"dismiss menu"_qs;
-    QTest::newRow("in either order") << u"R+ L+ wait 2000"_qs << u"dismiss menu"_qs;
-    QTest::newRow("the second button ends an edit") << u"L+ wait 400 R+ hold"_qs << u""_qs;
-    QTest::newRow("three buttons do nothing") << u"L+ R+ M+ wait 5000"_qs << u""_qs;
-    QTest::newRow("both buttons that drag do nothing")
-        << QString(u"L+ R+ move " + far + u" wait 5000") << u""_qs;
-}
-
-void TestGestures::presses()
-{
-    QFETCH(const QString, steps);
-    QFETCH(const QString, expected);
-    const Window host;
-    DVState::shared().mixedMode = true; // the menu needs nobody to be signed in
-
-    Hand(host.handle(), host.middle()).perform(steps);
-
-    QCOMPARE(m_host->asked.take(), expected);
-}
-
-void TestGestures::clicksAreNotMade_data()
-{
-    QTest::addColumn<MakeControl>("make");
-    QTest::addColumn<bool>("byTouch");
-    const QList<std::pair<const char *, MakeControl>> takeNoFingers{
-        {"a header's section", header}, // as without us: their parents wait for a pan
-        {"a link in a page", linkInPage},
-    };
-    const QList<std::pair<const char *, MakeControl>> controls{
-        {"a button", button<QPushButton>},
-        {"a check box", button<QCheckBox>},
-        {"a radio button", button<QRadioButton>},
-        {"a tool button", button<QToolButton>},
-        {"an entry of a list", list},
-        {"a group box's title", groupBox},
-        {"a link in a label", linkInLabel},
-        {"an entry of a menu bar", menuBar},
-        {"a tab's closing button", tabClose},
-    };
-    for (const auto &[name, make] : takeNoFingers)
-        QTest::addRow("%s, with the mouse", name) << make << false;
-    for (const auto &[name, make] : controls) {
-        QTest::addRow("%s, with the mouse", name) << make << false;
-        QTest::addRow("%s, with a finger", name) << make << true;
-    }
-}
-
-void TestGestures::clicksAreNotMade()
-{
-    QFETCH(const MakeControl, make);
-    QFETCH(const bool, byTouch);
-    const auto uses = std::make_shared<int>(0);
-    const Control control = make(uses);
-    const Window host(control.widget);
-    const QPoint at = host.control->pos() + control.at();
-    Hand hand(host.handle(), at);
-
-    hand.perform(byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs);
-    const int usesOfAClick = *uses;
-    QVERIFY2(usesOfAClick > 0, "the control is clicked as without us");
-    QCOMPARE(m_host->asked.take(), u""_qs);
-
-    hand.perform(byTouch ? u"1+ hold 1-"_qs : u"L+ hold L-"_qs);
-    QCOMPARE(*uses, usesOfAClick);
-    QCOMPARE(m_host->asked.take(), u"edit"_qs);
-
-    hand.perform(byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs);
-    QCOMPARE(*uses, 2 * usesOfAClick);
-}
-
-void TestGestures::aFingerOnAButtonThatTakesTouches()
-{
-    class Pad : public QWidget
-    {
-    public:
-        QList<QEvent::Type> events;
-        Pad() { setAttribute(Qt::WA_AcceptTouchEvents); }
-
-    protected:
-        bool event(QEvent *event) override
-        {
-            switch (event->type()) {
-            case QEvent::TouchBegin:
-            case QEvent::TouchUpdate:
-            case QEvent::TouchEnd:
-            case QEvent::TouchCancel:
-            case QEvent::MouseButtonPress:
-            case QEvent::MouseButtonRelease:
-                events << event->type();
-                event->accept();
-                return true;
-            default:
-                return QWidget::event(event);
-            }
-        }
-    };
-    auto *pad = new Pad;
-    const Window host(pad);
-    Hand hand(host.handle(), host.middle());
-
-    hand.perform(u"1+ hold 1~1 1~40 1-"_qs);
-    QCOMPARE(pad->events, (QList<QEvent::Type>{QEvent::TouchBegin, QEvent::TouchCancel}));
-
-    pad->events.clear();
-    hand.perform(u"1+ 1~40 1-"_qs);
-    QCOMPARE(pad->events, (QList<QEvent::Type>{QEvent::TouchBegin, QEvent::TouchUpdate, QEvent::TouchEnd}));
-}
-
-void TestGestures::buttonsSayThatTheyWereReleased()
-{
-    auto *horn = new QPushButton(u"Horn"_qs); // sounds while it is held
-    int pressed = 0;
-    int released = 0;
-    connect(horn, &QPushButton::pressed, this, [&] { ++pressed; });
-    connect(horn, &QPushButton::released, this, [&] { ++released; });
-    const Window host(horn);
-
-    Hand(host.handle(), host.middle()).perform(u"L+ hold"_qs);
-
-    QCOMPARE(pressed, 1);
-    QCOMPARE(released, 1);
-    QVERIFY(!horn->isDown());
-}
-
-void TestGestures::selectionStays()
-{
-    auto *entries = new QListWidget;
-    entries->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    entries->addItems({u"One"_qs, u"Two"_qs, u"Three"_qs});
-    const Window host(entries);
-    entries->item(0)->setSelected(true);
-    const QPoint second =
-        entries->viewport()->mapTo(&host.window, entries->visualItemRect(entries->item(1)).center());
-
-    Hand(host.handle(), second).perform(u"L+ hold L-"_qs);
-
-    QVERIFY(entries->item(1)->isSelected()); // by the press, as ever
-    QCOMPARE(m_host->asked.take(), u"edit"_qs);
-}
-
 namespace {
 
 Control slider(const Uses &uses)
@@ -427,141 +218,282 @@ Control contextMenu(const Uses &uses)
 
 } // namespace
 
-void TestGestures::theHostGoesOn_data()
+class TestGestures : public QObject
 {
-    QTest::addColumn<MakeControl>("make");
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("expected"); // of the gestures
-    QTest::addColumn<bool>("used");
+    Q_OBJECT
 
-    QTest::newRow("a slider is moved")
-        << MakeControl(slider) << u"L+ move 15 move 15 hold L-"_qs << u""_qs << true;
-    QTest::newRow("a slider that is only held keeps its value")
-        << MakeControl(slider) << u"L+ hold move 40 L-"_qs << u"capture"_qs << false;
-    QTest::newRow("a scroll bar goes on by pages while it is held")
-        << MakeControl(scrollBar) << u"L+ hold L-"_qs << u""_qs << true;
-    QTest::newRow("an arrow of a spin box goes on")
-        << MakeControl(spinBox) << u"L+ hold L-"_qs << u""_qs << true;
-    QTest::newRow("a button that repeats goes on")
-        << MakeControl(repeating) << u"L+ hold L-"_qs << u""_qs << true;
-    QTest::newRow("text is selected")
-        << MakeControl(text) << u"L+ move 30 move 30 hold L-"_qs << u""_qs << true;
-    QTest::newRow("text is not selected by an edit")
-        << MakeControl(text) << u"L+ hold move 30 move 30 L-"_qs << u"capture"_qs << false;
-    QTest::newRow("text in a field is selected")
-        << MakeControl(field) << u"L+ move 30 move 30 hold L-"_qs << u""_qs << true;
-    QTest::newRow("a splitter is moved")
-        << MakeControl(splitter) << u"L+ move 15 move 15 L-"_qs << u""_qs << true;
-    QTest::newRow("a splitter is not moved by an edit")
-        << MakeControl(splitter) << u"L+ hold move 15 move 15 L-"_qs << u"capture"_qs << false;
-    QTest::newRow("the right button opens a context menu")
-        << MakeControl(contextMenu) << u"R+ R-"_qs << u""_qs << true;
-}
+private Q_SLOTS:
+    void initTestCase() { QApplication::setDoubleClickInterval(0); }
+    void init() { m_host = std::make_unique<GestureHost>(); }
+    void cleanup() { m_host.reset(); }
 
-void TestGestures::theHostGoesOn()
-{
-    QFETCH(const MakeControl, make);
-    QFETCH(const QString, steps);
-    QFETCH(const QString, expected);
-    QFETCH(const bool, used);
-    const auto uses = std::make_shared<int>(0);
-    const Control control = make(uses);
-    const Window host(control.widget);
-    DVState::shared().screenshotMode = true; // a picture needs no text under the finger
-    *uses = 0;
-
-    Hand(host.handle(), host.control->pos() + control.at()).perform(steps);
-
-    QCOMPARE(m_host->asked.take(), expected);
-    QCOMPARE(*uses > 0, used);
-}
-
-void TestGestures::dragsOfTheHost()
-{
-    class Source : public QLabel
+    void presses_data()
     {
-    public:
-        using QLabel::QLabel;
-        int drags = 0;
+        const DVRows<const char *, const char *> row("steps", "expected");
+        row("the left button held edits", "L+ hold", "edit");
+        row("once, however long it is held", "L+ hold hold hold wait 5000 L-", "edit");
+        row("let go a moment before, nothing", "L+ wait 780 L- hold", "");
+        row("two short presses are no long one", "L+ wait 500 L- L+ wait 500 L- hold", "");
+        row("each long press edits", "L+ hold L- L+ hold L-", "edit edit");
+        row("a hand may tremble", "L+ move near hold", "edit");
+        row("a drag is none", "L+ move far hold", "");
+        row("not even one that returns", "L+ move far move -far hold", "");
+        row("the mouse moved without a button", "move far L+ hold", "edit");
+        row("the right button alone does nothing", "R+ wait 5000 R-", "");
 
-    protected:
-        void mouseMoveEvent(QMouseEvent *event) override
+        row("a finger held edits", "1+ hold", "edit");
+        row("a finger lifted before does not", "1+ wait 780 1- hold", "");
+        row("a finger may tremble", "1+ 1~near hold", "edit");
+        row("a finger that scrolls does not", "1+ 1~far hold", "");
+        row("a second finger ends the press of one", "1+ wait 400 2+ hold", "");
+        row("also when it is lifted again", "1+ 2+ 2- hold hold hold", "");
+        row("and the next press counts again", "1+ 2+ 2- 1- 1+ hold", "edit");
+
+        row("two fingers for two seconds open the menu", "1+ 2+ wait 2000", "dismiss menu");
+        row("for less they do not", "1+ 2+ wait 1980 2- 1- wait 2000", "");
+        row("the time begins with the second", "1+ wait 700 2+ wait 1980 2-", "");
+        row("one that moves is no press", "1+ 2+ wait 500 2~far wait 5000", "");
+        row("three fingers do nothing", "1+ 2+ 3+ wait 5000", "");
+        row("nor do two when the third is lifted", "1+ 2+ 3+ 3- wait 5000", "");
+        row("a third finger ends the press of two", "1+ 2+ wait 1900 3+ wait 5000", "");
+        row("an edit and then a second finger: the menu too", "1+ hold 2+ wait 2000", "edit dismiss menu");
+        row("after the menu one finger that stays does not edit", "1+ 2+ wait 2000 2- wait 5000",
+            "dismiss menu");
+
+        row("both buttons open the menu", "L+ R+ wait 2000", "dismiss menu");
+        row("in either order", "R+ L+ wait 2000", "dismiss menu");
+        row("the second button ends an edit", "L+ wait 400 R+ hold", "");
+        row("three buttons do nothing", "L+ R+ M+ wait 5000", "");
+        row("both buttons that drag do nothing", "L+ R+ move far wait 5000", "");
+    }
+
+    void presses()
+    {
+        QFETCH(QString, steps);
+        steps.replace(u"near"_qs, QString::number(GestureHost::dragDistance()));
+        steps.replace(u"far"_qs, QString::number(GestureHost::dragDistance() + 1));
+        const Window host;
+        DVState::shared().mixedMode = true; // the menu needs nobody to be signed in
+        QTEST(m_host->askedBy(host.onControl(), steps), "expected");
+    }
+
+    void clicksAreNotMade_data()
+    {
+        QTest::addColumn<MakeControl>("make");
+        QTest::addColumn<bool>("byTouch");
+        const auto control = [](const char *name, const MakeControl &make, bool takesFingers = true) {
+            QTest::addRow("%s, with the mouse", name) << make << false;
+            if (takesFingers)
+                QTest::addRow("%s, with a finger", name) << make << true;
+        };
+        control("a header's section", header, false); // as without us: their parents wait for a pan
+        control("a link in a page", linkInPage, false);
+        control("a button", button<QPushButton>);
+        control("a check box", button<QCheckBox>);
+        control("a radio button", button<QRadioButton>);
+        control("a tool button", button<QToolButton>);
+        control("an entry of a list", list);
+        control("a group box's title", groupBox);
+        control("a link in a label", linkInLabel);
+        control("an entry of a menu bar", menuBar);
+        control("a tab's closing button", tabClose);
+    }
+
+    void clicksAreNotMade()
+    {
+        QFETCH(const MakeControl, make);
+        QFETCH(const bool, byTouch);
+        const QString click = byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs;
+        const auto uses = std::make_shared<int>(0);
+        const Control control = make(uses);
+        const Window host(control.widget);
+        const Hand hand(host.handle(), host.control->pos() + control.at());
+
+        QCOMPARE(m_host->askedBy(hand, click), u""_qs);
+        const int usesOfAClick = *uses;
+        QVERIFY2(usesOfAClick > 0, "the control is clicked as without us");
+
+        QCOMPARE(m_host->askedBy(hand, byTouch ? u"1+ hold 1-"_qs : longPress), u"edit"_qs);
+        QCOMPARE(*uses, usesOfAClick);
+
+        m_host->askedBy(hand, click);
+        QCOMPARE(*uses, 2 * usesOfAClick);
+    }
+
+    void aFingerOnAButtonThatTakesTouches()
+    {
+        class Pad : public QWidget
         {
-            if (!event->buttons().testFlag(Qt::LeftButton) || drags > 0)
-                return;
-            ++drags; // before any distance, as some applications do
-            auto *drag = new QDrag(this);
-            auto *carried = new QMimeData;
-            carried->setText(u"dragged"_qs);
-            drag->setMimeData(carried);
-            // While it lasts no window hears of the mouse.
-            QTimer::singleShot(0, this, [] { DVAnimationClock::advance(5000); });
-            QTimer::singleShot(10, this, [] { QDrag::cancel(); });
-            drag->exec();
-        }
-    };
-    auto *source = new Source(u"Drag me"_qs);
-    const Window host(source);
+        public:
+            QList<QEvent::Type> events;
+            Pad() { setAttribute(Qt::WA_AcceptTouchEvents); }
 
-    Hand(host.handle(), host.middle()).perform(u"L+ move 3 L-"_qs);
+        protected:
+            bool event(QEvent *event) override
+            {
+                switch (event->type()) {
+                case QEvent::TouchBegin:
+                case QEvent::TouchUpdate:
+                case QEvent::TouchEnd:
+                case QEvent::TouchCancel:
+                case QEvent::MouseButtonPress:
+                case QEvent::MouseButtonRelease:
+                    events << event->type();
+                    event->accept();
+                    return true;
+                default:
+                    return QWidget::event(event);
+                }
+            }
+        };
+        auto *pad = new Pad;
+        const Window host(pad);
+        host.onControl().perform(u"1+ hold 1~1 1~40 1-"_qs);
+        QCOMPARE(pad->events, (QList<QEvent::Type>{QEvent::TouchBegin, QEvent::TouchCancel}));
 
-    QCOMPARE(source->drags, 1);
-    QCOMPARE(m_host->asked.take(), u""_qs);
-}
+        pad->events.clear();
+        host.onControl().perform(u"1+ 1~40 1-"_qs);
+        QCOMPARE(pad->events,
+                 (QList<QEvent::Type>{QEvent::TouchBegin, QEvent::TouchUpdate, QEvent::TouchEnd}));
+    }
 
-void TestGestures::menus()
-{
-    QMenu menu;
-    int triggered = 0;
-    QAction *action = menu.addAction(u"An entry of the menu"_qs);
-    connect(action, &QAction::triggered, this, [&] { ++triggered; });
-    const Window host;
-    menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
-    QVERIFY(QTest::qWaitForWindowExposed(&menu));
-    const QPoint entry = menu.actionGeometry(action).center();
+    void buttonsSayThatTheyWereReleased()
+    {
+        auto *horn = new QPushButton(u"Horn"_qs); // sounds while it is held
+        int pressed = 0;
+        int released = 0;
+        connect(horn, &QPushButton::pressed, this, [&] { ++pressed; });
+        connect(horn, &QPushButton::released, this, [&] { ++released; });
+        const Window host(horn);
+        host.onControl().perform(u"L+ hold"_qs);
+        QCOMPARE(pressed, 1);
+        QCOMPARE(released, 1);
+        QVERIFY(!horn->isDown());
+    }
 
-    Hand(menu.windowHandle(), entry).perform(u"L+ hold L-"_qs);
-    QCOMPARE(triggered, 0);
-    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+    void selectionStays()
+    {
+        auto *entries = new QListWidget;
+        entries->setSelectionMode(QAbstractItemView::ExtendedSelection);
+        entries->addItems({u"One"_qs, u"Two"_qs, u"Three"_qs});
+        const Window host(entries);
+        entries->item(0)->setSelected(true);
+        const QPoint second =
+            entries->viewport()->mapTo(&host.window, entries->visualItemRect(entries->item(1)).center());
+        QCOMPARE(m_host->askedBy({host.handle(), second}, longPress), u"edit"_qs);
+        QVERIFY(entries->item(1)->isSelected()); // by the press, as ever
+    }
 
-    menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
-    QCoreApplication::processEvents();
-    Hand(menu.windowHandle(), entry).perform(u"L+ wait 300 L-"_qs);
-    QCOMPARE(triggered, 1);
-    QCOMPARE(m_host->asked.take(), u""_qs);
-}
+    void theHostGoesOn_data()
+    {
+        const DVRows<MakeControl, const char *, const char *, bool> row("make", "steps", "expected", "used");
+        row("a slider is moved", slider, "L+ move 15 move 15 hold L-", "", true);
+        row("a slider that is only held keeps its value", slider, "L+ hold move 40 L-", "capture", false);
+        row("a scroll bar goes on by pages while it is held", scrollBar, "L+ hold L-", "", true);
+        row("an arrow of a spin box goes on", spinBox, "L+ hold L-", "", true);
+        row("a button that repeats goes on", repeating, "L+ hold L-", "", true);
+        row("text is selected", text, "L+ move 30 move 30 hold L-", "", true);
+        row("text is not selected by an edit", text, "L+ hold move 30 move 30 L-", "capture", false);
+        row("text in a field is selected", field, "L+ move 30 move 30 hold L-", "", true);
+        row("a splitter is moved", splitter, "L+ move 15 move 15 L-", "", true);
+        row("a splitter is not moved by an edit", splitter, "L+ hold move 15 move 15 L-", "capture", false);
+        row("the right button opens a context menu", contextMenu, "R+ R-", "", true);
+    }
 
-void TestGestures::boxesThatOpenOnAPress()
-{
-    auto *box = new QComboBox;
-    box->addItems({u"One"_qs, u"Two"_qs, u"Three"_qs});
-    const Window host(box);
-    int chosen = 0;
-    connect(box, &QComboBox::activated, this, [&] { ++chosen; });
+    void theHostGoesOn()
+    {
+        QFETCH(const MakeControl, make);
+        QFETCH(const QString, steps);
+        const auto uses = std::make_shared<int>(0);
+        const Control control = make(uses);
+        const Window host(control.widget);
+        DVState::shared().screenshotMode = true; // a picture needs no text under the finger
+        *uses = 0;
+        QTEST(m_host->askedBy({host.handle(), host.control->pos() + control.at()}, steps), "expected");
+        QTEST(*uses > 0, "used");
+    }
 
-    Hand(host.handle(), host.middle()).perform(u"L+ hold L-"_qs);
+    void dragsOfTheHost()
+    {
+        class Source : public QLabel
+        {
+        public:
+            using QLabel::QLabel;
+            int drags = 0;
 
-    QCOMPARE(chosen, 0);
-    QCOMPARE(m_host->asked.take(), u"edit"_qs);
-    box->hidePopup();
-}
+        protected:
+            void mouseMoveEvent(QMouseEvent *event) override
+            {
+                if (!event->buttons().testFlag(Qt::LeftButton) || drags > 0)
+                    return;
+                ++drags; // before any distance, as some applications do
+                auto *drag = new QDrag(this);
+                auto *carried = new QMimeData;
+                carried->setText(u"dragged"_qs);
+                drag->setMimeData(carried);
+                // While it lasts no window hears of the mouse.
+                QTimer::singleShot(0, this, [] { DVAnimationClock::advance(5000); });
+                QTimer::singleShot(10, this, [] { QDrag::cancel(); });
+                drag->exec();
+            }
+        };
+        auto *source = new Source(u"Drag me"_qs);
+        const Window host(source);
+        QCOMPARE(m_host->askedBy(host.onControl(), u"L+ move 3 L-"_qs), u""_qs);
+        QCOMPARE(source->drags, 1);
+    }
 
-void TestGestures::widgetsThatProgramsPress()
-{
-    auto *button = new QPushButton(u"Press"_qs);
-    int clicks = 0;
-    connect(button, &QPushButton::clicked, this, [&] { ++clicks; });
-    const Window host(button);
+    void menus()
+    {
+        QMenu menu;
+        int triggered = 0;
+        QAction *action = menu.addAction(u"An entry of the menu"_qs);
+        connect(action, &QAction::triggered, this, [&] { ++triggered; });
+        const Window host;
+        menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        const QPoint entry = menu.actionGeometry(action).center();
+        QCOMPARE(m_host->askedBy({menu.windowHandle(), entry}, longPress), u"edit"_qs);
+        QCOMPARE(triggered, 0);
 
-    QTest::mousePress(button, Qt::LeftButton);
-    DVAnimationClock::advance(GestureHost::interval());
-    QTest::mouseRelease(button, Qt::LeftButton);
-    QCOMPARE(clicks, 0);
-    QCOMPARE(m_host->asked.take(), u"edit"_qs);
+        menu.popup(host.window.mapToGlobal(QPoint(20, 20)));
+        QCoreApplication::processEvents();
+        QCOMPARE(m_host->askedBy({menu.windowHandle(), entry}, u"L+ wait 300 L-"_qs), u""_qs);
+        QCOMPARE(triggered, 1);
+    }
 
-    QTest::mouseClick(button, Qt::LeftButton);
-    QCOMPARE(clicks, 1);
-}
+    void boxesThatOpenOnAPress()
+    {
+        auto *box = new QComboBox;
+        box->addItems({u"One"_qs, u"Two"_qs, u"Three"_qs});
+        const Window host(box);
+        int chosen = 0;
+        connect(box, &QComboBox::activated, this, [&] { ++chosen; });
+        QCOMPARE(m_host->askedBy(host.onControl(), longPress), u"edit"_qs);
+        QCOMPARE(chosen, 0);
+        box->hidePopup();
+    }
+
+    void widgetsThatProgramsPress()
+    {
+        auto *button = new QPushButton(u"Press"_qs);
+        int clicks = 0;
+        connect(button, &QPushButton::clicked, this, [&] { ++clicks; });
+        const Window host(button);
+
+        QTest::mousePress(button, Qt::LeftButton);
+        DVAnimationClock::advance(GestureHost::interval());
+        QTest::mouseRelease(button, Qt::LeftButton);
+        QCOMPARE(clicks, 0);
+        QCOMPARE(m_host->asked.take(), u"edit"_qs);
+
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(clicks, 1);
+    }
+
+private:
+    std::unique_ptr<GestureHost> m_host;
+};
 
 QTEST_MAIN(TestGestures)
 #include "tst_gestures.moc"
