@@ -11,6 +11,20 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <functional>
+#include <memory>
+#include <optional>
+
+// What `work` gives the completion that it is handed; none when that never comes.
+template<typename Result>
+std::optional<Result> resultOf(const std::function<void(std::function<void(const Result &)>)> &work)
+{
+    const auto result = std::make_shared<std::optional<Result>>(); // it may come when nobody waits any more
+    work([result](const Result &value) { *result = value; });
+    Q_UNUSED(QTest::qWaitFor([&] { return result->has_value(); }, 20000))
+    return *result;
+}
+
 // Project "p", source en, target fr-CA. The step "translate" may do everything from en to fr-CA, the step
 // "look" nothing, from en to de.
 class ReviewPlatform
@@ -90,14 +104,10 @@ public:
     }
     static void signIn()
     {
-        DVErrorOr failure;
-        bool done = false;
-        DVSession::sharedInstance().getTokenWithCode(QStringLiteral("code"), false, [&](const auto &error) {
-            failure = error;
-            done = true;
+        const auto failure = resultOf<DVErrorOr>([](const auto &done) {
+            DVSession::sharedInstance().getTokenWithCode(QStringLiteral("code"), false, done);
         });
-        QTRY_VERIFY(done);
-        QVERIFY(!failure);
+        QVERIFY(failure && !*failure);
     }
 
     static QJsonObject json(const char *text) { return QJsonDocument::fromJson(text).object(); }

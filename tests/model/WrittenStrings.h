@@ -6,6 +6,7 @@
 
 #include <QMap>
 
+#include <iterator>
 #include <random>
 
 // Texts are written as dv_stringShowingCues shows them.
@@ -77,69 +78,19 @@ public:
 private:
     QString piece()
     {
-        static const QStringList pieces{
-            u"</target>"_qs,
-            u"</trans-unit>"_qs,
-            u"<target>"_qs,
-            u"</xliff>"_qs,
-            u"<source>(null)</source>"_qs,
-            u"<ph id=\"1\" ctype=\"x-dorvane-placeholder\">%@</ph>"_qs,
-            u"</ph>"_qs,
-            u"<b>"_qs,
-            u"&Save"_qs,
-            u"&amp;"_qs,
-            u"&#10;"_qs,
-            u"&quot;"_qs,
-            u"&lt;"_qs,
-            u"&"_qs,
-            u"<"_qs,
-            u">"_qs,
-            u"]]>"_qs,
-            u"]]"_qs,
-            u"<![CDATA["_qs,
-            u"<!-- "_qs,
-            u"-->"_qs,
-            u"<?xml?>"_qs,
-            u"<!DOCTYPE a>"_qs,
-            u"\""_qs,
-            u"'"_qs,
-            u"\r"_qs,
-            u"\n"_qs,
-            u"\r\n"_qs,
-            u"\t"_qs,
-            u" "_qs,
-            u"  "_qs,
-            u"%"_qs,
-            u"%@"_qs,
-            u"%1"_qs,
-            u"%%"_qs,
-            u"\uFF05"_qs,
-            u"\uFEFF"_qs,
-            u"\U0001F600"_qs,
-            u"\U0001F469\u200D\U0001F680"_qs,
-            QString(QChar(0xD83D)),
-            QString(QChar(0xDE00)),
-            QString(QChar(0xFFFE)),
-            QString(QChar(0xFFFF)),
-            QString(QChar(0)),
-            u"\u0001"_qs,
-            u"\u0004"_qs,
-            u"\u001F"_qs,
-            u"\u007F"_qs,
-            u"\u0085"_qs,
-            u"\u2028"_qs,
-            u"\u2404"_qs,
-            u"\u0130"_qs,
-            u"\u05D0\u05D1"_qs,
-            u"\u200E"_qs,
-            u"(null)"_qs,
-            u"plain "_qs,
-            u"a"_qs,
-        };
+        static const QStringList pieces =
+            u"</target>|</trans-unit>|<target>|</xliff>|<source>(null)</source>|</ph>|<b>|&Save|&amp;|&#10;|"
+            "<ph id=\"1\" ctype=\"x-dorvane-placeholder\">%@</ph>|&quot;|&lt;|]]>|]]|<![CDATA[|<!-- |-->|"
+            "<?xml?>|<!DOCTYPE a>|\r\n|  |%@|%1|%%|\U0001F600|\U0001F469\u200D\U0001F680|\u05D0\u05D1|(null)|"
+            "plain "_qs.split(u'|');
+        // The zero at its end is one of them.
+        static constexpr char16_t characters[] = u"&<>\"'\r\n\t %\uFF05\uFEFF\xD83D\xDE00\xFFFE\xFFFF\u0001"
+                                                 "\u0004\u001F\u007F\u0085\u2028\u2404\u0130\u200Ea";
         // Every third piece is a marker: those decide what an argument is.
         if (below(3) == 0)
             return QString(QChar(u"\u200B\u2062\u2063\u2064"[below(4)]));
-        return pieces.at(below(int(pieces.size())));
+        const int chosen = below(int(pieces.size()) + int(std::size(characters)));
+        return chosen < pieces.size() ? pieces.at(chosen) : QString(characters[chosen - pieces.size()]);
     }
 
     std::mt19937 m_random;

@@ -1,11 +1,11 @@
 #include "DVCueMarkers.h"
+#include "DVRows.h"
 #include "DVState.h"
 
 #include <QElapsedTimer>
 #include <QTest>
 
 #include <algorithm>
-#include <random>
 
 namespace {
 
@@ -78,310 +78,192 @@ class tst_Cues : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-    void cue_data();
-    void cue();
-    void marking_data();
-    void marking();
-    void arguments_data();
-    void arguments();
-    void showingAndRemoving();
-    void pieces_data();
-    void pieces();
-    void piecesOfEveryOrderOfCues();
-    void piecesOfRandomTexts();
-    void hostileTexts_data();
-    void hostileTexts();
-    void messages();
-};
-
-void tst_Cues::cue_data()
-{
-    QTest::addColumn<QChar>("character");
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<QString>("description");
-
-    QTest::newRow("a string start") << QChar(0x200B) << 0u << "[";
-    QTest::newRow("a string end") << QChar(0x2062) << 1u << "]";
-    QTest::newRow("an argument start") << QChar(0x2063) << 2u << "{";
-    QTest::newRow("an argument end") << QChar(0x2064) << 3u << "}";
-    QTest::newRow("no marker at all") << QChar(u'x') << 0u << "[";
-    QTest::newRow("the neighbour of a marker") << QChar(0x2061) << 0u << "[";
-}
-
-void tst_Cues::cue()
-{
-    QFETCH(QChar, character);
-    const DVCue cue = DVCue::cueWithChar(character, 12);
-    QTEST(cue.cueType, "type");
-    QTEST(cue.description(), "description");
-    QCOMPARE(cue.position, 12);
-    QCOMPARE((DVCue{4, 0}.description()), QStringLiteral("<DVCue>"));
-}
-
-void tst_Cues::marking_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("marked");
-
-    QTest::newRow("a text without arguments") << "Hello"
-                                              << "[Hello]";
-    QTest::newRow("an empty text") << ""
-                                   << "[]";
-    QTest::newRow("a text that is marked already") << "[Hello {%d}]"
-                                                   << "[Hello {%d}]";
-    QTest::newRow("a text that only begins with a marker") << "[%d"
-                                                           << "[%d";
-    QTest::newRow("one argument") << "Total: %d items"
-                                  << "[Total: {%d} items]";
-    QTest::newRow("an argument at each end") << "%@ of %@"
-                                             << "[{%@} of {%@}]";
-    QTest::newRow("arguments that touch") << "%d%d"
-                                          << "[{%d}{%d}]";
-    QTest::newRow("a position and a precision") << "%1$.2f|%2$ld"
-                                                << "[{%1$.2f}|{%2$ld}]";
-    QTest::newRow("a percent sign before a blank takes the next conversion") << "50% off"
-                                                                             << "[50{% o}ff]";
-    QTest::newRow("a specifier reaches over line ends") << "%\n\td"
-                                                        << "[{%\n\td}]";
-    QTest::newRow("an escaped percent sign stays") << "100%% sure"
-                                                   << "[100%% sure]";
-    QTest::newRow("an escaped one at the end is lost") << "100%%"
-                                                       << "[100]";
-    QTest::newRow("nothing but an escaped one is lost") << "%%"
-                                                        << "[]";
-    QTest::newRow("an escaped one before the last character stays") << "%%x"
-                                                                    << "[%%x]";
-    QTest::newRow("an escaped one before an argument") << "%%%d"
-                                                       << "[%%{%d}]";
-    QTest::newRow("three signs at the end") << "a%%%"
-                                            << "[a%%]";
-    QTest::newRow("four signs") << "%%%%"
-                                << "[%%]";
-    QTest::newRow("a lone percent sign") << "%"
-                                         << "[]";
-    QTest::newRow("no conversion before the end drops the rest") << "5 % 3 - 2"
-                                                                 << "[5 ]";
-    QTest::newRow("no conversion after an argument") << "%d and % 3"
-                                                     << "[{%d} and ]";
-    QTest::newRow("the fullwidth sign is an ordinary character")
-        << QStringLiteral("50\uFF05 off") << QStringLiteral("[50\uFF05 off]");
-    QTest::newRow("surrogate pairs are left alone") << QStringLiteral("😀%d😀") << QStringLiteral("[😀{%d}😀]");
-    for (const char *conversion = "@dDuUxXoOfeEgGcCsSpaAF"; *conversion; ++conversion) {
-        const QString specifier = u'%' + QString(QLatin1Char(*conversion));
-        QTest::addRow("conversion %c", *conversion) << specifier << QString(u"[{" % specifier % u"}]");
+    void marking_data()
+    {
+        const DVRows<QString, QString> row("text", "marked");
+        row("a text without arguments", "Hello", "[Hello]");
+        row("an empty text", "", "[]");
+        row("a text that is marked already", "[Hello {%d}]", "[Hello {%d}]");
+        row("a text that only begins with a marker", "[%d", "[%d");
+        row("one argument", "Total: %d items", "[Total: {%d} items]");
+        row("an argument at each end", "%@ of %@", "[{%@} of {%@}]");
+        row("arguments that touch", "%d%d", "[{%d}{%d}]");
+        row("a position and a precision", "%1$.2f|%2$ld", "[{%1$.2f}|{%2$ld}]");
+        row("a percent sign before a blank takes the next conversion", "50% off", "[50{% o}ff]");
+        row("a specifier reaches over line ends", "%\n\td", "[{%\n\td}]");
+        row("an escaped percent sign stays", "100%% sure", "[100%% sure]");
+        row("an escaped one at the end is lost", "100%%", "[100]");
+        row("nothing but an escaped one is lost", "%%", "[]");
+        row("an escaped one before the last character stays", "%%x", "[%%x]");
+        row("an escaped one before an argument", "%%%d", "[%%{%d}]");
+        row("three signs at the end", "a%%%", "[a%%]");
+        row("four signs", "%%%%", "[%%]");
+        row("a lone percent sign", "%", "[]");
+        row("no conversion before the end drops the rest", "5 % 3 - 2", "[5 ]");
+        row("no conversion after an argument", "%d and % 3", "[{%d} and ]");
+        row("the fullwidth sign is an ordinary character", "50\uFF05 off", "[50\uFF05 off]");
+        row("surrogate pairs are left alone", "😀%d😀", "[😀{%d}😀]");
+        for (const char *conversion = "@dDuUxXoOfeEgGcCsSpaAF"; *conversion; ++conversion) {
+            const QString specifier = u'%' + QString(QLatin1Char(*conversion));
+            QTest::addRow("conversion %c", *conversion) << specifier << QString(u"[{" % specifier % u"}]");
+        }
+        for (const char *other = "bBiIhHjklLmMnNPqQrRtTvVwWyYzZ"; *other; ++other)
+            QTest::addRow("%c is no conversion", *other)
+                << QString(u'%' + QString(QLatin1Char(*other))) << "[]";
     }
-    for (const char *other = "bBiIhHjklLmMnNPqQrRtTvVwWyYzZ"; *other; ++other)
-        QTest::addRow("%c is no conversion", *other) << QString(u'%' + QString(QLatin1Char(*other))) << "[]";
-}
+    void marking()
+    {
+        QFETCH(QString, text);
+        const QString marked = dv_stringWithCues(withMarkers(text));
+        QTEST(dv_stringShowingCues(marked), "marked");
+        QCOMPARE(dv_stringWithCues(marked), marked);
+    }
 
-void tst_Cues::marking()
-{
-    QFETCH(QString, text);
-    const QString marked = dv_stringWithCues(withMarkers(text));
-    QTEST(dv_stringShowingCues(marked), "marked");
-    QCOMPARE(dv_stringWithCues(marked), marked);
-}
+    void arguments_data()
+    {
+        const DVRows<QString, QStringList, QString, QString> row("text", "found", "emptied", "replaced");
+        row("a text without arguments", "[Hello]", {}, "[Hello]", "[Hello]");
+        row("a lone argument end", "a}b", {}, "a}b", "a}b");
+        row("two arguments", "[{%@} of {%d}]", {"%@", "%d"}, "[{} of {}]", "[{<%@>} of {<%d>}]");
+        row("an empty argument is not asked for", "[{}{5}]", {"5"}, "[{}{}]", "[{}{<5>}]");
+        row("an argument that does not end", "[{%d items]", {"%d items]"}, "[{}", "[{<%d items]>}");
+        row("an argument start at the end", "a{", {}, "a{}", "a{}");
+        row("the first end closes", "{a{b}c}d", {"a{b"}, "{}c}d", "{<a{b>}c}d");
+        row("an end before the start", "}a{b}", {"b"}, "}a{}", "}a{<b>}");
+        row("a nested string", "[{[in {5}]} out]", {"[in {5"}, "[{}]} out]", "[{<[in {5>}]} out]");
+    }
+    void arguments()
+    {
+        QFETCH(QString, text);
 
-void tst_Cues::arguments_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("found");
-    QTest::addColumn<QString>("emptied");
-    QTest::addColumn<QString>("replaced");
+        QStringList found;
+        const auto replace = [&](const QString &argument) {
+            found.append(dv_stringShowingCues(argument));
+            return std::optional<QString>(u'<' % argument % u'>');
+        };
+        QTEST(dv_stringShowingCues(dv_enumerateCuesUsingBlock(withMarkers(text), replace)), "replaced");
+        QTEST(found, "found");
+        const auto empty = [](const QString &) { return std::optional<QString>(); };
+        QTEST(dv_stringShowingCues(dv_enumerateCuesUsingBlock(withMarkers(text), empty)), "emptied");
+        const auto keep = [](const QString &argument) { return std::optional(argument); };
+        if (text.count(u'{') == text.count(u'}'))
+            QCOMPARE(dv_enumerateCuesUsingBlock(withMarkers(text), keep), withMarkers(text));
+    }
 
-    const auto list = [](std::initializer_list<const char *> items) {
-        QStringList texts;
-        for (const char *item : items)
-            texts.append(QString::fromUtf8(item));
-        return texts;
-    };
-    QTest::newRow("a text without arguments") << "[Hello]" << list({}) << "[Hello]"
-                                              << "[Hello]";
-    QTest::newRow("a lone argument end") << "a}b" << list({}) << "a}b"
-                                         << "a}b";
-    QTest::newRow("two arguments") << "[{%@} of {%d}]" << list({"%@", "%d"}) << "[{} of {}]"
-                                   << "[{<%@>} of {<%d>}]";
-    QTest::newRow("an empty argument is not asked for") << "[{}{5}]" << list({"5"}) << "[{}{}]"
-                                                        << "[{}{<5>}]";
-    QTest::newRow("an argument that does not end") << "[{%d items]" << list({"%d items]"}) << "[{}"
-                                                   << "[{<%d items]>}";
-    QTest::newRow("an argument start at the end") << "a{" << list({}) << "a{}"
-                                                  << "a{}";
-    QTest::newRow("the first end closes") << "{a{b}c}d" << list({"a{b"}) << "{}c}d"
-                                          << "{<a{b>}c}d";
-    QTest::newRow("an end before the start") << "}a{b}" << list({"b"}) << "}a{}"
-                                             << "}a{<b>}";
-    QTest::newRow("a nested string") << "[{[in {5}]} out]" << list({"[in {5"}) << "[{}]} out]"
-                                     << "[{<[in {5>}]} out]";
-}
+    void showingAndRemoving()
+    {
+        const QString marked = dv_stringWithCues(QStringLiteral("Total: %d items"));
+        QCOMPARE(marked, QStringLiteral("\u200BTotal: \u2063%d\u2064 items\u2062"));
+        QCOMPARE(dv_stringShowingCues(marked), QStringLiteral("[Total: {%d} items]"));
+        QCOMPARE(dv_stringByRemovingCues(marked), QStringLiteral("Total: %d items"));
+        QCOMPARE(dv_stringByRemovingCues(QStringLiteral("\u2064\u2064a\u2061b\u200C\u200B")),
+                 QStringLiteral("a\u2061b\u200C"));
+    }
 
-void tst_Cues::arguments()
-{
-    QFETCH(QString, text);
+    void pieces_data()
+    {
+        const DVRows<QString, QStringList> row("text", "items");
+        row("no marker", "Hello", {});
+        row("nothing", "", {});
+        row("argument markers alone", "{5}", {});
+        row("one piece", "[Hello]", {"0+7 level 1: [Hello]"});
+        row("one piece is the whole text, with what stands around it", "a [b] c", {"0+7 level 1: a [b] c"});
+        row("the empty marked string", "[]", {"0+2 level 1: []"});
+        row("two in a row, the right one first", "[A] [B]", {"4+3 level 1: [B]", "0+3 level 1: [A]"});
+        row("four cues leave out what stands around them", "x[A]y[B]z",
+            {"5+3 level 1: [B]", "1+3 level 1: [A]"});
+        row("one inside another", "[a {[b]} c]", {"4+3 level 2: [b]", "0+11 level 1: [a {[b]} c]"});
+        row("two inside another, and one beside", "[{[a]}{[b]}][c]",
+            {"12+3 level 1: [c]", "7+3 level 2: [b]", "2+3 level 2: [a]", "0+12 level 1: [{[a]}{[b]}]"});
+        row("three levels", "[[[a]]]", {"2+3 level 3: [a]", "1+5 level 2: [[a]]", "0+7 level 1: [[[a]]]"});
+        row("the first start was cut off: it is put back", "lo]", {"0+4 level 1: [lo]"});
+        row("cut off before a second piece", "lo] [B]", {"5+3 level 1: [B]", "0+4 level 1: [lo]"});
+        row("cut off, and still out of order", "a]b]c]", {});
+        row("a text that begins with a start has lost none", "[a]b]", {});
+        row("a start without its end", "[a] [b", {});
+        row("an end without its start inside the text", "[a] b] c", {});
+        row("a lone start", "[", {});
+        row("a lone end is a piece whose start was cut off", "]", {"0+2 level 1: []"});
+        row("two cues in the wrong order", "a]b[c", {});
+        row("two starts", "[a[b", {});
+        row("two ends", "a]b]", {});
+        row("positions are UTF-16 units", "\U0001F600[\U0001F600][b]",
+            {"6+3 level 1: [b]", "2+4 level 1: [\U0001F600]"});
+    }
+    void pieces()
+    {
+        QFETCH(QString, text);
+        QTEST(described(dv_localizedStringsInString(withMarkers(text))), "items");
+    }
 
-    QStringList found;
-    const auto replace = [&](const QString &argument) {
-        found.append(dv_stringShowingCues(argument));
-        return std::optional<QString>(u'<' % argument % u'>');
-    };
-    QTEST(dv_stringShowingCues(dv_enumerateCuesUsingBlock(withMarkers(text), replace)), "replaced");
-    QTEST(found, "found");
-    const auto empty = [](const QString &) { return std::optional<QString>(); };
-    QTEST(dv_stringShowingCues(dv_enumerateCuesUsingBlock(withMarkers(text), empty)), "emptied");
-    const auto keep = [](const QString &argument) { return std::optional(argument); };
-    if (text.count(u'{') == text.count(u'}'))
-        QCOMPARE(dv_enumerateCuesUsingBlock(withMarkers(text), keep), withMarkers(text));
-}
-
-void tst_Cues::showingAndRemoving()
-{
-    const QString marked = dv_stringWithCues(QStringLiteral("Total: %d items"));
-    QCOMPARE(marked, QStringLiteral("\u200BTotal: \u2063%d\u2064 items\u2062"));
-    QCOMPARE(dv_stringShowingCues(marked), QStringLiteral("[Total: {%d} items]"));
-    QCOMPARE(dv_stringByRemovingCues(marked), QStringLiteral("Total: %d items"));
-    QCOMPARE(dv_stringByRemovingCues(QStringLiteral("\u2064\u2064a\u2061b\u200C\u200B")),
-             QStringLiteral("a\u2061b\u200C"));
-}
-
-void tst_Cues::pieces_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("items");
-
-    const auto row = [](const char *name, const char *text, std::initializer_list<const char *> items) {
-        QStringList expected;
-        for (const char *item : items)
-            expected.append(QString::fromUtf8(item));
-        QTest::newRow(name) << QString::fromUtf8(text) << expected;
-    };
-    row("no marker", "Hello", {});
-    row("nothing", "", {});
-    row("argument markers alone", "{5}", {});
-    row("one piece", "[Hello]", {"0+7 level 1: [Hello]"});
-    row("one piece is the whole text, with what stands around it", "a [b] c", {"0+7 level 1: a [b] c"});
-    row("the empty marked string", "[]", {"0+2 level 1: []"});
-    row("two in a row, the right one first", "[A] [B]", {"4+3 level 1: [B]", "0+3 level 1: [A]"});
-    row("four cues leave out what stands around them", "x[A]y[B]z", {"5+3 level 1: [B]", "1+3 level 1: [A]"});
-    row("one inside another", "[a {[b]} c]", {"4+3 level 2: [b]", "0+11 level 1: [a {[b]} c]"});
-    row("two inside another, and one beside", "[{[a]}{[b]}][c]",
-        {"12+3 level 1: [c]", "7+3 level 2: [b]", "2+3 level 2: [a]", "0+12 level 1: [{[a]}{[b]}]"});
-    row("three levels", "[[[a]]]", {"2+3 level 3: [a]", "1+5 level 2: [[a]]", "0+7 level 1: [[[a]]]"});
-    row("the first start was cut off: it is put back", "lo]", {"0+4 level 1: [lo]"});
-    row("cut off before a second piece", "lo] [B]", {"5+3 level 1: [B]", "0+4 level 1: [lo]"});
-    row("cut off, and still out of order", "a]b]c]", {});
-    row("a text that begins with a start has lost none", "[a]b]", {});
-    row("a start without its end", "[a] [b", {});
-    row("an end without its start inside the text", "[a] b] c", {});
-    row("a lone start", "[", {});
-    row("a lone end is a piece whose start was cut off", "]", {"0+2 level 1: []"});
-    row("two cues in the wrong order", "a]b[c", {});
-    row("two starts", "[a[b", {});
-    row("two ends", "a]b]", {});
-    row("four cues that begin with an end", "a][b][", {});
-    row("four cues of which the last is a start", "[a]]b[", {});
-    row("positions are UTF-16 units", "\U0001F600[\U0001F600][b]",
-        {"6+3 level 1: [b]", "2+4 level 1: [\U0001F600]"});
-}
-
-void tst_Cues::pieces()
-{
-    QFETCH(QString, text);
-    QTEST(described(dv_localizedStringsInString(withMarkers(text))), "items");
-}
-
-void tst_Cues::piecesOfEveryOrderOfCues()
-{
-    int balanced = 0;
-    for (int length = 4; length <= 14; length += 2) {
-        for (quint32 order = 0; order < 1u << length; ++order) {
-            QString text;
-            for (int i = 0; i < length; ++i) {
-                text += QChar(char16_t(u'a' + i));
-                text += QChar(order >> i & 1 ? DVCueMarker::stringEnd : DVCueMarker::stringStart);
+    void piecesOfEveryOrderOfCues()
+    {
+        int balanced = 0;
+        for (int length = 4; length <= 14; length += 2) {
+            for (quint32 order = 0; order < 1u << length; ++order) {
+                QString text;
+                for (int i = 0; i < length; ++i) {
+                    text += QChar(char16_t(u'a' + i));
+                    text += QChar(order >> i & 1 ? DVCueMarker::stringEnd : DVCueMarker::stringStart);
+                }
+                const auto expected = piecesByRemoval(text);
+                QVERIFY2(dv_localizedStringsInString(text) == expected,
+                         qPrintable(dv_stringShowingCues(text)));
+                balanced += !expected.isEmpty();
             }
-            const auto expected = piecesByRemoval(text);
-            QVERIFY2(dv_localizedStringsInString(text) == expected, qPrintable(dv_stringShowingCues(text)));
-            balanced += !expected.isEmpty();
         }
+        // The Catalan numbers of 2 to 7 pairs: 2 + 5 + 14 + 42 + 132 + 429.
+        QCOMPARE(balanced, 624);
     }
-    // The Catalan numbers of 2 to 7 pairs: 2 + 5 + 14 + 42 + 132 + 429.
-    QCOMPARE(balanced, 624);
-}
 
-void tst_Cues::piecesOfRandomTexts()
-{
-    std::mt19937 random(20240229);
-    const auto below = [&](int limit) { return int(random() % quint32(limit)); };
-    for (int round = 0; round < 2000; ++round) {
-        const int pairs = 2 + below(60);
-        QString text;
-        for (int open = 0, started = 0; started < pairs || open > 0;) {
-            const bool start = started < pairs && (open == 0 || below(2) == 0);
-            text += QString(below(3), QChar(u'x')) +
-                    QChar(start ? DVCueMarker::stringStart : DVCueMarker::stringEnd);
-            started += start;
-            open += start ? 1 : -1;
-        }
-        // Every fourth text has two characters exchanged, which often breaks the balance.
-        if (round % 4 == 0)
-            std::swap(text[below(int(text.size()))], text[below(int(text.size()))]);
-        QVERIFY2(dv_localizedStringsInString(text) == piecesByRemoval(text),
-                 qPrintable(dv_stringShowingCues(text)));
+    void hostileTexts_data()
+    {
+        const DVRows<QString, qsizetype> row("text", "items");
+        constexpr int many = 300000;
+        const QString start(QChar{DVCueMarker::stringStart});
+        const QString end(QChar{DVCueMarker::stringEnd});
+        row("as deep as it is long", nested(many), qsizetype(many));
+        row("a long row", QString(start + end).repeated(many), qsizetype(many));
+        row("deep, then a long row", nested(many) + QString(start + end).repeated(many), qsizetype(2 * many));
+        row("starts alone", start.repeated(2 * many), qsizetype(0));
+        row("ends alone", end.repeated(2 * many), qsizetype(0));
+        row("deep, and the first start was cut off",
+            QString(u'x' + start.repeated(many - 1) + end.repeated(many)), qsizetype(many));
+        row("percent signs alone", QString(2 * many, u'%'), qsizetype(0));
+        row("argument starts alone", QString(2 * many, QChar(DVCueMarker::argumentStart)), qsizetype(0));
+        row("argument starts and one end",
+            QString(QString(2 * many, QChar(DVCueMarker::argumentStart)) + QChar(DVCueMarker::argumentEnd)),
+            qsizetype(0));
     }
-}
+    // Removing pairs from a list would take minutes here; one pass takes milliseconds, so the limit holds
+    // on a slow machine and under a sanitizer.
+    void hostileTexts()
+    {
+        QFETCH(QString, text);
+        QFETCH(qsizetype, items);
 
-void tst_Cues::hostileTexts_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<qsizetype>("items");
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(dv_localizedStringsInString(text).size(), items);
+        QVERIFY(dv_stringWithCues(text).size() >= 2);
+        QVERIFY(dv_enumerateCuesUsingBlock(text, [](const QString &argument) {
+                    return std::optional(argument);
+                }).size() >= text.size());
+        QVERIFY(timer.elapsed() < 5000);
+    }
 
-    constexpr int many = 300000;
-    const QString start(QChar{DVCueMarker::stringStart});
-    const QString end(QChar{DVCueMarker::stringEnd});
-    QTest::newRow("as deep as it is long") << nested(many) << qsizetype(many);
-    QTest::newRow("a long row") << QString(start + end).repeated(many) << qsizetype(many);
-    QTest::newRow("deep, then a long row")
-        << nested(many) + QString(start + end).repeated(many) << qsizetype(2 * many);
-    QTest::newRow("starts alone") << start.repeated(2 * many) << qsizetype(0);
-    QTest::newRow("ends alone") << end.repeated(2 * many) << qsizetype(0);
-    QTest::newRow("deep, and the first start was cut off")
-        << QString(u'x' + start.repeated(many - 1) + end.repeated(many)) << qsizetype(many);
-    QTest::newRow("percent signs alone") << QString(2 * many, u'%') << qsizetype(0);
-    QTest::newRow("argument starts alone")
-        << QString(2 * many, QChar(DVCueMarker::argumentStart)) << qsizetype(0);
-    QTest::newRow("argument starts and one end")
-        << QString(QString(2 * many, QChar(DVCueMarker::argumentStart)) + QChar(DVCueMarker::argumentEnd))
-        << qsizetype(0);
-}
-
-// Removing pairs from a list would take minutes here; one pass takes milliseconds, so the limit holds
-// on a slow machine and under a sanitizer.
-void tst_Cues::hostileTexts()
-{
-    QFETCH(QString, text);
-    QFETCH(qsizetype, items);
-
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(dv_localizedStringsInString(text).size(), items);
-    QVERIFY(dv_stringWithCues(text).size() >= 2);
-    QVERIFY(dv_enumerateCuesUsingBlock(text, [](const QString &argument) {
-                return std::optional(argument);
-            }).size() >= text.size());
-    QVERIFY(timer.elapsed() < 5000);
-}
-
-void tst_Cues::messages()
-{
-    DVState::shared().debug = true;
-    QTest::ignoreMessage(QtInfoMsg, "[DV] Incorrect number of cues found in [a] [b {%1}");
-    QVERIFY(dv_localizedStringsInString(withMarkers(QStringLiteral("[a] [b {%1}"))).isEmpty());
-    QTest::ignoreMessage(QtInfoMsg, "[DV] 2 juxtaposed strings found in [%1][%2]");
-    QCOMPARE(dv_localizedStringsInString(withMarkers(QStringLiteral("[%1][%2]"))).size(), 2);
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-    QCOMPARE(dv_localizedStringsInString(withMarkers(QStringLiteral("[one]"))).size(), 1);
-    DVState::shared().debug = false;
-}
+    void messages()
+    {
+        DVState::shared().debug = true;
+        QTest::ignoreMessage(QtInfoMsg, "[DV] Incorrect number of cues found in [a] [b {%1}");
+        QVERIFY(dv_localizedStringsInString(withMarkers(QStringLiteral("[a] [b {%1}"))).isEmpty());
+        QTest::ignoreMessage(QtInfoMsg, "[DV] 2 juxtaposed strings found in [%1][%2]");
+        QCOMPARE(dv_localizedStringsInString(withMarkers(QStringLiteral("[%1][%2]"))).size(), 2);
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+        QCOMPARE(dv_localizedStringsInString(withMarkers(QStringLiteral("[one]"))).size(), 1);
+        DVState::shared().debug = false;
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_Cues)
 #include "tst_cues.moc"

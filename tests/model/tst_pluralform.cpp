@@ -1,4 +1,5 @@
 #include "DVPluralForm.h"
+#include "DVRows.h"
 
 #include <QSet>
 #include <QTest>
@@ -183,198 +184,158 @@ class tst_PluralForm : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-    void wholeNumbersAgainstCldr();
-    void fractionsAgainstCldr_data();
-    void fractionsAgainstCldr();
-    void chosenForms_data();
-    void chosenForms();
-    void codesAreLowerCaseAndShort();
-    void identifiers_data();
-    void identifiers();
-    void categoryNames();
-};
-
-void tst_PluralForm::wholeNumbersAgainstCldr()
-{
-    const QSet<QString> languages = languagesOfCldr() | languagesOfTable();
-    QVERIFY(languages.size() > 200);
-    QStringList surprises;
-    for (const QString &code : languages) {
-        IcuRules icu(code);
-        const Predicate differs = expectedDifference(code);
-        for (int n = 0; n <= 200; ++n) {
-            const QString ours = selected(code, n);
-            const QString theirs = icu.select(n);
-            if ((ours != theirs) != differs(n))
-                surprises.append(
-                    QStringLiteral("%1 %2: %3, CLDR %4").arg(code, QString::number(n), ours, theirs));
+    void wholeNumbersAgainstCldr()
+    {
+        const QSet<QString> languages = languagesOfCldr() | languagesOfTable();
+        QVERIFY(languages.size() > 200);
+        QStringList surprises;
+        for (const QString &code : languages) {
+            IcuRules icu(code);
+            const Predicate differs = expectedDifference(code);
+            for (int n = 0; n <= 200; ++n) {
+                const QString ours = selected(code, n);
+                const QString theirs = icu.select(n);
+                if ((ours != theirs) != differs(n))
+                    surprises.append(
+                        QStringLiteral("%1 %2: %3, CLDR %4").arg(code, QString::number(n), ours, theirs));
+            }
+        }
+        surprises.sort();
+        QCOMPARE(surprises.join(u'\n'), QString());
+        for (const auto &difference : differences) {
+            for (const QString &code : words(difference.codes))
+                QVERIFY2(languages.contains(code), qPrintable(code));
         }
     }
-    surprises.sort();
-    QCOMPARE(surprises.join(u'\n'), QString());
-    for (const auto &difference : differences) {
-        for (const QString &code : words(difference.codes))
-            QVERIFY2(languages.contains(code), qPrintable(code));
+
+    void fractionsAgainstCldr_data()
+    {
+        const DVRows<QString, std::function<bool(double)>> row("code", "differs");
+        using Differs = std::function<bool(double)>;
+        const Differs never = [](double) { return false; };
+        row("French counts up to 2 as one", "fr", never);
+        row("Fula counts up to 2 as one", "ff", never);
+        row("Kabyle counts up to 2 as one", "kab", never);
+        row("Tachelhit looks at whole numbers for few", "shi",
+            Differs([](double v) { return 2 < v && v < 11 && v != int(v); }));
+        row("Langi calls what is below 1 zero", "lag", Differs([](double v) { return 0 < v && v < 1; }));
     }
-}
+    void fractionsAgainstCldr()
+    {
+        QFETCH(QString, code);
+        QFETCH(std::function<bool(double)>, differs);
 
-void tst_PluralForm::fractionsAgainstCldr_data()
-{
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<std::function<bool(double)>>("differs");
-
-    using Differs = std::function<bool(double)>;
-    const Differs never = [](double) { return false; };
-    QTest::newRow("French counts up to 2 as one") << "fr" << never;
-    QTest::newRow("Fula counts up to 2 as one") << "ff" << never;
-    QTest::newRow("Kabyle counts up to 2 as one") << "kab" << never;
-    QTest::newRow("Tachelhit looks at whole numbers for few")
-        << "shi" << Differs([](double v) { return 2 < v && v < 11 && v != int(v); });
-    QTest::newRow("Langi calls what is below 1 zero")
-        << "lag" << Differs([](double v) { return 0 < v && v < 1; });
-}
-
-void tst_PluralForm::fractionsAgainstCldr()
-{
-    QFETCH(QString, code);
-    QFETCH(std::function<bool(double)>, differs);
-
-    IcuRules icu(code);
-    for (int quarters = 0; quarters <= 50; ++quarters) {
-        const double v = quarters / 4.0; // exact in binary
-        QVERIFY2((selected(code, v) != icu.select(v)) == differs(v), qPrintable(QString::number(v)));
+        IcuRules icu(code);
+        for (int quarters = 0; quarters <= 50; ++quarters) {
+            const double v = quarters / 4.0; // exact in binary
+            QVERIFY2((selected(code, v) != icu.select(v)) == differs(v), qPrintable(QString::number(v)));
+        }
     }
-}
 
-void tst_PluralForm::chosenForms_data()
-{
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QString>("forms"); // number and category, in turn
-
-    const auto row = [](const char *name, const char *code, const char *forms) {
-        QTest::newRow(name) << code << forms;
-    };
-    row("English", "en", "1 one 0 other 2 other -1 other 1.5 one 1.99 one 2.5 other");
-    row("Hindi: nought and one", "hi", "0 one 1 one 2 other 0.5 one 1.5 one -1 other -0.5 one");
-    row("French: below two", "fr", "0 one 0.5 one 1 one 1.5 one 1.9 one 2 other 3 other -0.5 other -1 other");
-    row("French: the number is taken in single precision", "fr", "1.9999999 one 1.99999999 other");
-    row("Inuktitut: a dual", "iu", "1 one 2 two 3 other 0 other 12 other -2 other");
-    row("Russian", "ru",
-        "1 one 21 one 101 one 2 few 22 few 104 few 5 many 11 many 12 many 14 many 0 many 111 many");
-    row("Russian: negative numbers", "ru", "-1 other -2 other -5 other -10 many -11 other -100 many");
-    row("Czech", "cs", "0 other 1 one 2 few 4 few 5 other 22 other -2 other");
-    row("Lithuanian", "lt",
-        "1 one 21 one 11 other 2 few 9 few 12 other 19 other 10 other 20 other 22 few -1 other");
-    row("Latvian", "lv", "0 zero 1 one 21 one 11 other 10 other 2 other 111 other");
-    row("Macedonian", "mk", "1 one 21 one 11 other 111 one 0 other");
-    row("Maltese", "mt", "1 one 0 few 2 few 10 few 11 many 19 many 20 other 101 other 102 few 111 many");
-    row("Polish", "pl", "1 one 22 few 2 few 12 many 0 many 21 many 5 many 112 many -2 many");
-    row("Romanian and Moldavian", "ro",
-        "0 few 1 one 2 few 19 few 20 other 101 few 119 few 120 other 100 other");
-    row("Moldavian", "mo", "0 few 1 one 20 other 101 few");
-    row("Irish", "ga", "1 one 2 two 3 few 6 few 7 many 10 many 11 other 0 other");
-    row("Scottish Gaelic", "gd",
-        "1 one 11 one 2 two 12 two 3 few 10 few 13 few 19 few 20 other 0 other 101 other");
-    row("Manx", "gv", "0 one 20 one 1 one 2 one 11 one 3 other 10 other 100 one 110 other -20 one");
-    row("Hebrew", "he", "0 other 1 one 2 two 10 many 20 many 100 many 11 other -10 many");
-    row("Arabic", "ar",
-        "0 zero 1 one 2 two 3 few 10 few 11 many 99 many 100 other 102 other 103 few -5 many -100 other");
-    row("Welsh", "cy", "0 zero 1 one 2 two 3 few 4 other 5 other 6 many 7 other 106 other -1 other");
-    row("Breton", "br",
-        "1 one 11 other 71 other 91 other 81 one 2 two 72 other 82 two 3 few 4 few 9 few 13 other "
-        "79 other 99 other 0 other 1000000 many 3000000 many 1000001 one");
-    row("Slovenian", "sl", "1 one 101 one 2 two 102 two 3 few 4 few 5 other 11 other 0 other -1 other");
-    row("Tachelhit", "shi", "0 one 0.5 one 1 one 1.5 other 2 few 10 few 2.5 few 11 other -0.5 other");
-    row("Central Atlas Tamazight", "tzm", "0 one 1 one 2 other 10 other 11 one 99 one 100 other");
-    row("Colognian", "ksh", "0 zero 1 one 2 other 0.5 zero");
-    row("Langi", "lag", "0 zero 0.5 zero 1 one 1.9 one 2 other -0.5 zero -1 other");
-    row("a language without plurals", "ja", "0 other 1 other 2 other 1.5 other");
-    row("out of range above: as the largest whole number", "ru", "1e300 many inf many");
-    row("out of range below", "ru", "-1e300 other -inf other");
-    row("infinity is no small number", "fr", "inf other -inf other");
-    row("not a number reads as nought", "ar", "nan zero");
-}
-
-void tst_PluralForm::chosenForms()
-{
-    QFETCH(QString, code);
-    QFETCH(QString, forms);
-
-    const QStringList parts = forms.split(u' ');
-    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
-        bool whole = false;
-        const qint64 n = parts[i].toLongLong(&whole);
-        const DVNumber number = whole ? DVNumber(n) : DVNumber(parts[i].toDouble());
-        QCOMPARE(QString(parts[i] % u' ' % selected(code, number)), QString(parts[i] % u' ' % parts[i + 1]));
+    void chosenForms_data()
+    {
+        // forms: number and category, in turn
+        const DVRows<QString, QString> row("code", "forms");
+        row("English", "en", "1 one 0 other 2 other -1 other 1.5 one 1.99 one 2.5 other");
+        row("Hindi: nought and one", "hi", "0 one 1 one 2 other 0.5 one 1.5 one -1 other -0.5 one");
+        row("French: below two", "fr",
+            "0 one 0.5 one 1 one 1.5 one 1.9 one 2 other 3 other -0.5 other -1 other");
+        row("French: the number is taken in single precision", "fr", "1.9999999 one 1.99999999 other");
+        row("Inuktitut: a dual", "iu", "1 one 2 two 3 other 0 other 12 other -2 other");
+        row("Russian", "ru",
+            "1 one 21 one 101 one 2 few 22 few 104 few 5 many 11 many 12 many 14 many 0 many 111 many");
+        row("Russian: negative numbers", "ru", "-1 other -2 other -5 other -10 many -11 other -100 many");
+        row("Czech", "cs", "0 other 1 one 2 few 4 few 5 other 22 other -2 other");
+        row("Lithuanian", "lt",
+            "1 one 21 one 11 other 2 few 9 few 12 other 19 other 10 other 20 other 22 few -1 other");
+        row("Latvian", "lv", "0 zero 1 one 21 one 11 other 10 other 2 other 111 other");
+        row("Maltese", "mt", "1 one 0 few 2 few 10 few 11 many 19 many 20 other 101 other 102 few 111 many");
+        row("Polish", "pl", "1 one 22 few 2 few 12 many 0 many 21 many 5 many 112 many -2 many");
+        row("Manx", "gv", "0 one 20 one 1 one 2 one 11 one 3 other 10 other 100 one 110 other -20 one");
+        row("Hebrew", "he", "0 other 1 one 2 two 10 many 20 many 100 many 11 other -10 many");
+        row("Arabic", "ar",
+            "0 zero 1 one 2 two 3 few 10 few 11 many 99 many 100 other 102 other 103 few -5 many -100 other");
+        row("Welsh", "cy", "0 zero 1 one 2 two 3 few 4 other 5 other 6 many 7 other 106 other -1 other");
+        row("Breton", "br",
+            "1 one 11 other 71 other 91 other 81 one 2 two 72 other 82 two 3 few 4 few 9 few 13 other "
+            "79 other 99 other 0 other 1000000 many 3000000 many 1000001 one");
+        row("Slovenian", "sl", "1 one 101 one 2 two 102 two 3 few 4 few 5 other 11 other 0 other -1 other");
+        row("Langi", "lag", "0 zero 0.5 zero 1 one 1.9 one 2 other -0.5 zero -1 other");
+        row("out of range above: as the largest whole number", "ru", "1e300 many inf many");
+        row("out of range below", "ru", "-1e300 other -inf other");
+        row("infinity is no small number", "fr", "inf other -inf other");
+        row("not a number reads as nought", "ar", "nan zero");
     }
-}
+    void chosenForms()
+    {
+        QFETCH(QString, code);
+        QFETCH(QString, forms);
 
-void tst_PluralForm::codesAreLowerCaseAndShort()
-{
-    const auto noRule = DVPluralForm::ruleForLocale(DVLocale());
-    const auto hasRule = [&](const QString &code) {
-        return DVPluralForm::ruleForLocale(DVLocale(code)) != noRule;
-    };
-    const QSet<QString> codes = languagesOfTable();
-    for (const QString &code : codes) {
-        QVERIFY2(!hasRule(code.toUpper()), qPrintable(code));
-        QVERIFY2(!hasRule(code.left(1).toUpper() + code.mid(1)), qPrintable(code));
-        QVERIFY2(!hasRule(code.left(1)), qPrintable(code));
-        QVERIFY2(!hasRule(code.leftJustified(4, u'a')), qPrintable(code));
-        QVERIFY2(!hasRule(u'a' + code.rightJustified(3, u'a')), qPrintable(code));
-        QVERIFY2(!hasRule(QChar(0x100 + code[0].unicode()) + code.mid(1)), qPrintable(code)); // same low byte
-        QVERIFY2(!hasRule(u' ' + code), qPrintable(code));
-        QVERIFY2(hasRule(code + QStringLiteral("_XX")), qPrintable(code));
+        const QStringList parts = forms.split(u' ');
+        for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+            bool whole = false;
+            const qint64 n = parts[i].toLongLong(&whole);
+            const DVNumber number = whole ? DVNumber(n) : DVNumber(parts[i].toDouble());
+            QCOMPARE(QString(parts[i] % u' ' % selected(code, number)),
+                     QString(parts[i] % u' ' % parts[i + 1]));
+        }
     }
-}
 
-void tst_PluralForm::identifiers_data()
-{
-    QTest::addColumn<QString>("identifier");
-    QTest::addColumn<QString>("formOfTwo");
-
-    QTest::newRow("a region, device form") << "pl_PL"
-                                           << "few";
-    QTest::newRow("a region, platform form") << "pl-PL"
-                                             << "few";
-    QTest::newRow("a script and a region") << "sr_Latn_ME"
-                                           << "few";
-    QTest::newRow("both signs") << "sr-Latn_ME"
-                                << "few";
-    QTest::newRow("three letters") << "shi-Tfng"
-                                   << "few";
-    QTest::newRow("a language without plurals") << "zh-Hans"
-                                                << "other";
-    QTest::newRow("the name of a language") << "polish"
-                                            << "other";
-    QTest::newRow("no code before the sign") << "_PL"
-                                             << "other";
-    QTest::newRow("no identifier") << ""
-                                   << "other";
-}
-
-void tst_PluralForm::identifiers()
-{
-    QFETCH(QString, identifier);
-    QTEST(DVPluralForm::pluralFormForValue(2, DVLocale(identifier)), "formOfTwo");
-}
-
-void tst_PluralForm::categoryNames()
-{
-    const QStringList names = words("zero one two few many other none");
-    for (int i = 0; i < DVPluralCategoryCount; ++i) {
-        DVPluralCategory category{};
-        QCOMPARE(dv_pluralCategoryName(DVPluralCategory(i)), names[i]);
-        QVERIFY(dv_pluralCategoryFromName(names[i], &category));
-        QCOMPARE(int(category), i);
+    void codesAreLowerCaseAndShort()
+    {
+        const auto noRule = DVPluralForm::ruleForLocale(DVLocale());
+        const auto hasRule = [&](const QString &code) {
+            return DVPluralForm::ruleForLocale(DVLocale(code)) != noRule;
+        };
+        const QSet<QString> codes = languagesOfTable();
+        for (const QString &code : codes) {
+            QVERIFY2(!hasRule(code.toUpper()), qPrintable(code));
+            QVERIFY2(!hasRule(code.left(1).toUpper() + code.mid(1)), qPrintable(code));
+            QVERIFY2(!hasRule(code.left(1)), qPrintable(code));
+            QVERIFY2(!hasRule(code.leftJustified(4, u'a')), qPrintable(code));
+            QVERIFY2(!hasRule(u'a' + code.rightJustified(3, u'a')), qPrintable(code));
+            QVERIFY2(!hasRule(QChar(0x100 + code[0].unicode()) + code.mid(1)),
+                     qPrintable(code)); // same low byte
+            QVERIFY2(!hasRule(u' ' + code), qPrintable(code));
+            QVERIFY2(hasRule(code + QStringLiteral("_XX")), qPrintable(code));
+        }
     }
-    for (const QString &unknown :
-         {QString(), QStringLiteral("One"), QStringLiteral("ones"), QStringLiteral("fe")}) {
-        auto category = DVPluralCategory::Few;
-        QVERIFY(!dv_pluralCategoryFromName(unknown, &category));
-        QCOMPARE(category, DVPluralCategory::None);
+
+    void identifiers_data()
+    {
+        const DVRows<QString, QString> row("identifier", "formOfTwo");
+        row("a region, device form", "pl_PL", "few");
+        row("a region, platform form", "pl-PL", "few");
+        row("a script and a region", "sr_Latn_ME", "few");
+        row("both signs", "sr-Latn_ME", "few");
+        row("three letters", "shi-Tfng", "few");
+        row("the name of a language", "polish", "other");
+        row("no code before the sign", "_PL", "other");
+        row("no identifier", "", "other");
     }
-}
+    void identifiers()
+    {
+        QFETCH(QString, identifier);
+        QTEST(DVPluralForm::pluralFormForValue(2, DVLocale(identifier)), "formOfTwo");
+    }
+
+    void categoryNames()
+    {
+        const QStringList names = words("zero one two few many other none");
+        for (int i = 0; i < DVPluralCategoryCount; ++i) {
+            DVPluralCategory category{};
+            QCOMPARE(dv_pluralCategoryName(DVPluralCategory(i)), names[i]);
+            QVERIFY(dv_pluralCategoryFromName(names[i], &category));
+            QCOMPARE(int(category), i);
+        }
+        for (const QString &unknown :
+             {QString(), QStringLiteral("One"), QStringLiteral("ones"), QStringLiteral("fe")}) {
+            auto category = DVPluralCategory::Few;
+            QVERIFY(!dv_pluralCategoryFromName(unknown, &category));
+            QCOMPARE(category, DVPluralCategory::None);
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_PluralForm)
 #include "tst_pluralform.moc"

@@ -1,4 +1,5 @@
 // How the bytes of a document arrive must not matter, nor what a document is made of.
+#include "DVRows.h"
 #include "HostileXliff.h"
 #include "XliffUnits.h"
 
@@ -143,106 +144,99 @@ class tst_XliffCuts : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-    void everyCutOfASmallDocument();
-    void randomCutsOfRandomDocuments();
-    void sameTextsAsAnotherParser();
-    void hostile_data();
-    void hostile();
+    void everyCutOfASmallDocument()
+    {
+        const QByteArray document =
+            "<?xml version='1.0'?><a><!-- > --><trans-unit id='1[one]' resname='&gt;>'>"
+            "<source>\xC3\xA9\r\n%<ph>%@</ph></source><target><![CDATA[]]]]>&amp;</target>"
+            "<note>n</note></trans-unit><b c='d>e'/></a>";
+        const Reading whole = read(document, true);
+        QCOMPARE(whole.error, std::nullopt);
+        QCOMPARE(whole.units, QStringList{u">> 1[one] one | [é\n％{%@}] | []]&] | n"_qs});
+        for (qsizetype end = 0; end <= document.size(); ++end) {
+            const QByteArray part = document.first(end);
+            const Reading expected = read(part, true);
+            QCOMPARE(!expected.error, end == document.size());
+            for (qsizetype cut = 0; cut <= end; ++cut) {
+                bool first = true;
+                const auto reading = readInPieces(
+                    part, true, [&] { return std::exchange(first, false) ? cut : document.size(); });
+                QCOMPARE(reading, expected);
+            }
+        }
+    }
+
+    void randomCutsOfRandomDocuments()
+    {
+        QRandomGenerator random(1);
+        qsizetype longest = 0;
+        for (quint32 seed = 0; seed < 60; ++seed) {
+            QByteArray document = RandomDocument(seed).make();
+            longest = std::max(longest, document.size());
+            if (seed % 3 == 0)
+                document = damaged(document, random);
+            const Reading expected = read(document, true);
+            if (seed % 3 != 0)
+                QCOMPARE(expected.error, std::nullopt);
+            for (const quint32 bound : {2u, 8u, 70'000u, 300'000u}) {
+                const auto reading =
+                    readInPieces(document, true, [&] { return qsizetype(random.bounded(1u, bound)); });
+                QVERIFY2(reading == expected,
+                         qPrintable(QStringLiteral("seed %1, pieces below %2").arg(seed).arg(bound)));
+            }
+        }
+        QVERIFY(longest > 5 * DVXliffReader::maximumMarkupLength);
+    }
+
+    void sameTextsAsAnotherParser()
+    {
+        for (quint32 seed = 100; seed < 140; ++seed) {
+            const QByteArray document = RandomDocument(seed).make();
+            QStringList targets;
+            const auto error = DVXliffReader::read(document, false, [&targets](const DVXliffUnit &unit) {
+                // Placeholders hold no other text than a percent sign and a digit here.
+                targets.append(QString::fromUtf8(unit.target.data(), qsizetype(unit.target.size()))
+                                   .replace(u'％', u'%'));
+            });
+            QCOMPARE(error, std::nullopt);
+            QCOMPARE(targets, targetsByOtherParser(document));
+        }
+    }
+
+    void hostile_data()
+    {
+        const DVRows<int> row("document");
+        const auto documents = HostileXliff::all();
+        for (size_t i = 0; i < documents.size(); ++i)
+            row(documents[i].name, int(i));
+    }
+    // A reader that goes back needs four times as long for twice as much. The machine may be busy: what
+    // looks like it is measured again.
+    void hostile()
+    {
+        QFETCH(int, document);
+        const HostileDocument hostile = HostileXliff::all()[size_t(document)];
+        const auto once = QByteArray::fromStdString(hostile.make(600'000));
+        const auto twice = QByteArray::fromStdString(hostile.make(1'200'000));
+        const Reading expected = read(twice, true);
+        QCOMPARE(!expected.error, hostile.isRead);
+        for (const qsizetype piece : {1, 7, 64 * 1024}) {
+            const auto time = [piece](const QByteArray &bytes) {
+                return milliseconds([&] { readInPieces(bytes, true, [piece] { return piece; }); });
+            };
+            constexpr double unmeasurable = 1;
+            double shorter = time(once);
+            double longer = time(twice);
+            for (int round = 0; round < 10 && longer > 2.5 * shorter + unmeasurable; ++round) {
+                shorter = std::min(shorter, time(once));
+                longer = std::min(longer, time(twice));
+            }
+            QVERIFY2(longer <= 2.5 * shorter + unmeasurable,
+                     qPrintable(u"%1 ms, then %2 ms in pieces of %3"_qs.arg(shorter).arg(longer).arg(piece)));
+            QCOMPARE(readInPieces(twice, true, [piece] { return piece; }), expected);
+        }
+    }
 };
-
-void tst_XliffCuts::everyCutOfASmallDocument()
-{
-    const QByteArray document =
-        "<?xml version='1.0'?><a><!-- > --><trans-unit id='1[one]' resname='&gt;>'>"
-        "<source>\xC3\xA9\r\n%<ph>%@</ph></source><target><![CDATA[]]]]>&amp;</target>"
-        "<note>n</note></trans-unit><b c='d>e'/></a>";
-    const Reading whole = read(document, true);
-    QCOMPARE(whole.error, std::nullopt);
-    QCOMPARE(whole.units, QStringList{u">> 1[one] one | [é\n％{%@}] | []]&] | n"_qs});
-    for (qsizetype end = 0; end <= document.size(); ++end) {
-        const QByteArray part = document.first(end);
-        const Reading expected = read(part, true);
-        QCOMPARE(!expected.error, end == document.size());
-        for (qsizetype cut = 0; cut <= end; ++cut) {
-            bool first = true;
-            const auto reading =
-                readInPieces(part, true, [&] { return std::exchange(first, false) ? cut : document.size(); });
-            QCOMPARE(reading, expected);
-        }
-    }
-}
-
-void tst_XliffCuts::randomCutsOfRandomDocuments()
-{
-    QRandomGenerator random(1);
-    qsizetype longest = 0;
-    for (quint32 seed = 0; seed < 60; ++seed) {
-        QByteArray document = RandomDocument(seed).make();
-        longest = std::max(longest, document.size());
-        if (seed % 3 == 0)
-            document = damaged(document, random);
-        const Reading expected = read(document, true);
-        if (seed % 3 != 0)
-            QCOMPARE(expected.error, std::nullopt);
-        for (const quint32 bound : {2u, 8u, 70'000u, 300'000u}) {
-            const auto reading =
-                readInPieces(document, true, [&] { return qsizetype(random.bounded(1u, bound)); });
-            QVERIFY2(reading == expected,
-                     qPrintable(QStringLiteral("seed %1, pieces below %2").arg(seed).arg(bound)));
-        }
-    }
-    QVERIFY(longest > 5 * DVXliffReader::maximumMarkupLength);
-}
-
-void tst_XliffCuts::sameTextsAsAnotherParser()
-{
-    for (quint32 seed = 100; seed < 140; ++seed) {
-        const QByteArray document = RandomDocument(seed).make();
-        QStringList targets;
-        const auto error = DVXliffReader::read(document, false, [&targets](const DVXliffUnit &unit) {
-            // Placeholders hold no other text than a percent sign and a digit here.
-            targets.append(
-                QString::fromUtf8(unit.target.data(), qsizetype(unit.target.size())).replace(u'％', u'%'));
-        });
-        QCOMPARE(error, std::nullopt);
-        QCOMPARE(targets, targetsByOtherParser(document));
-    }
-}
-
-void tst_XliffCuts::hostile_data()
-{
-    QTest::addColumn<int>("document");
-    const auto documents = HostileXliff::all();
-    for (size_t i = 0; i < documents.size(); ++i)
-        QTest::newRow(documents[i].name) << int(i);
-}
-
-// A reader that goes back needs four times as long for twice as much. The machine may be busy: what
-// looks like it is measured again.
-void tst_XliffCuts::hostile()
-{
-    QFETCH(int, document);
-    const HostileDocument hostile = HostileXliff::all()[size_t(document)];
-    const auto once = QByteArray::fromStdString(hostile.make(600'000));
-    const auto twice = QByteArray::fromStdString(hostile.make(1'200'000));
-    const Reading expected = read(twice, true);
-    QCOMPARE(!expected.error, hostile.isRead);
-    for (const qsizetype piece : {1, 7, 64 * 1024}) {
-        const auto time = [piece](const QByteArray &bytes) {
-            return milliseconds([&] { readInPieces(bytes, true, [piece] { return piece; }); });
-        };
-        constexpr double unmeasurable = 1;
-        double shorter = time(once);
-        double longer = time(twice);
-        for (int round = 0; round < 10 && longer > 2.5 * shorter + unmeasurable; ++round) {
-            shorter = std::min(shorter, time(once));
-            longer = std::min(longer, time(twice));
-        }
-        QVERIFY2(longer <= 2.5 * shorter + unmeasurable,
-                 qPrintable(u"%1 ms, then %2 ms in pieces of %3"_qs.arg(shorter).arg(longer).arg(piece)));
-        QCOMPARE(readInPieces(twice, true, [piece] { return piece; }), expected);
-    }
-}
 
 QTEST_APPLESS_MAIN(tst_XliffCuts)
 #include "tst_xliffcuts.moc"

@@ -72,109 +72,91 @@ class tst_XliffTables : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-    void formsOfOneKey();
-    void dynamicForm();
-    void unitsWithoutText();
-    void sources();
-    void keepsWhatWasReadBeforeAnError();
-    void randomDocuments();
-};
-
-void tst_XliffTables::formsOfOneKey()
-{
-    const auto group = onlyGroup("<trans-unit id='7[one]' resname='k'><target>a</target></trans-unit>"
-                                 "<trans-unit id='7[other]' resname='k'><target>b</target></trans-unit>",
-                                 true);
-    QVERIFY(group);
-    QVERIFY(group->hasPlurals);
-    QCOMPARE(group->sortedPluralFormNames(), (QStringList{u"one"_qs, u"other"_qs}));
-    QCOMPARE(group->status, quint32(DVStringStatusPublished));
-    QCOMPARE(group->uid(), u"7"_qs);
-    QCOMPARE(onlyGroup("<trans-unit id='7' resname='k'><target>a</target></trans-unit>", true)->status,
-             quint32(DVStringStatusNone));
-    const auto twice = onlyGroup("<trans-unit id='1' resname='k'><target>a</target></trans-unit>"
-                                 "<trans-unit id='2' resname='k'><target>b</target></trans-unit>",
-                                 false);
-    QCOMPARE(twice->pluralForms.size(), 1);
-    QCOMPARE(twice->stringForPluralForm({}, true)->localizedFormat, u"b"_qs);
-}
-
-void tst_XliffTables::dynamicForm()
-{
-    const QByteArray unit = "<trans-unit id='1' resname='k'><target>Hello <ph>%@</ph>!</target></trans-unit>";
-    const auto form = onlyGroup(unit, true)->stringForPluralForm({}, true);
-    QCOMPARE(form->localizedFormat, u"\u200BHello \u2063%@\u2064!\u2062"_qs);
-    QVERIFY(form->dynamic);
-    QCOMPARE(form->argumentFormatSpecifiers, QStringList{u"%@"_qs});
-    const auto percent =
-        onlyGroup("<trans-unit id='1' resname='k'><target>50% off</target></trans-unit>", true)
-            ->stringForPluralForm({}, true);
-    QCOMPARE(percent->localizedFormat, u"\u200B50％ off\u2062"_qs);
-    QVERIFY(!percent->dynamic);
-}
-
-void tst_XliffTables::unitsWithoutText()
-{
-    const QByteArray untranslated = "<trans-unit id='1' resname='k'><source>a</source><target/></trans-unit>";
-    QVERIFY(!onlyGroup(untranslated, true));
-    QCOMPARE(onlyGroup(untranslated, false)->stringForPluralForm({}, true)->localizedFormat, u""_qs);
-    // Without a target element nothing is marked, and so it is not the marked empty text.
-    const auto missing = onlyGroup("<trans-unit id='1' resname='k'/>", true)->stringForPluralForm({}, true);
-    QCOMPARE(missing->localizedFormat, u""_qs);
-    QVERIFY(!missing->localizedFormat.isNull());
-}
-
-void tst_XliffTables::sources()
-{
-    Strings sources;
-    DVErrorOr error;
-    DVXliffParser::parseXliffData("<a><trans-unit id='1[one]' resname='k'><source>a</source></trans-unit>"
-                                  "<trans-unit id='1[other]' resname='k'><source>b</source></trans-unit>"
-                                  "<trans-unit id='2' resname='l'><source>c</source></trans-unit>"
-                                  "<trans-unit id='3' resname='m'><source/></trans-unit></a>",
-                                  &sources, DVStringStatusPublished, &error, true);
-    QCOMPARE(error, std::nullopt);
-    QCOMPARE(sources.size(), 2);
-    QCOMPARE(sources[u"k"_qs]->status, quint32(DVStringStatusUntranslated));
-    QCOMPARE(sources[u"l"_qs]->status, quint32(DVStringStatusNone));
-}
-
-void tst_XliffTables::keepsWhatWasReadBeforeAnError()
-{
-    const QByteArray document = "<a><trans-unit id='1' resname='k'><target>a</target></trans-unit></b>";
-    DVErrorOr error;
-    QCOMPARE(DVXliffParser::parseXliffData(document, 1, &error, false).keys(), QStringList{u"k"_qs});
-    QVERIFY(error);
-    DVStringTableBuilder builder(false);
-    QCOMPARE(dv_readXliffIntoTables(document, 1, builder, nullptr, false), error);
-    QCOMPARE(builder.build()->size(), 1);
-    const std::atomic<bool> cancelled = true;
-    QCOMPARE(dv_readXliffIntoTables("<a/>", 1, builder, nullptr, false, &cancelled)->code, 4);
-}
-
-// Two documents, one over the other as files of a locale are.
-void tst_XliffTables::randomDocuments()
-{
-    QRandomGenerator random(3);
-    for (int round = 0; round < 40; ++round) {
-        const bool needCues = round % 2;
-        DVStringTableBuilder tables(needCues);
-        DVStringTableBuilder sourceTables(needCues);
-        Strings strings;
-        Strings sourceStrings;
-        for (const quint32 status : {1u, 0u}) {
-            const QByteArray document = randomDocument(random);
-            DVErrorOr error;
-            Strings sources;
-            strings.insert(DVXliffParser::parseXliffData(document, &sources, status, &error, needCues));
-            sourceStrings.insert(sources);
-            QCOMPARE(error, std::nullopt);
-            QCOMPARE(dv_readXliffIntoTables(document, status, tables, &sourceTables, needCues), std::nullopt);
-        }
-        QCOMPARE(described(*tables.build()), described(strings));
-        QCOMPARE(described(*sourceTables.build()), described(sourceStrings));
+    void formsOfOneKey()
+    {
+        const auto group = onlyGroup("<trans-unit id='7[one]' resname='k'><target>a</target></trans-unit>"
+                                     "<trans-unit id='7[other]' resname='k'><target>b</target></trans-unit>",
+                                     true);
+        QVERIFY(group);
+        QVERIFY(group->hasPlurals);
+        QCOMPARE(group->sortedPluralFormNames(), (QStringList{u"one"_qs, u"other"_qs}));
+        QCOMPARE(group->status, quint32(DVStringStatusPublished));
+        QCOMPARE(group->uid(), u"7"_qs);
+        QCOMPARE(onlyGroup("<trans-unit id='7' resname='k'><target>a</target></trans-unit>", true)->status,
+                 quint32(DVStringStatusNone));
+        const auto twice = onlyGroup("<trans-unit id='1' resname='k'><target>a</target></trans-unit>"
+                                     "<trans-unit id='2' resname='k'><target>b</target></trans-unit>",
+                                     false);
+        QCOMPARE(twice->pluralForms.size(), 1);
+        QCOMPARE(twice->stringForPluralForm({}, true)->localizedFormat, u"b"_qs);
     }
-}
+
+    void unitsWithoutText()
+    {
+        const QByteArray untranslated =
+            "<trans-unit id='1' resname='k'><source>a</source><target/></trans-unit>";
+        QVERIFY(!onlyGroup(untranslated, true));
+        QCOMPARE(onlyGroup(untranslated, false)->stringForPluralForm({}, true)->localizedFormat, u""_qs);
+        // Without a target element nothing is marked, and so it is not the marked empty text.
+        const auto missing =
+            onlyGroup("<trans-unit id='1' resname='k'/>", true)->stringForPluralForm({}, true);
+        QCOMPARE(missing->localizedFormat, u""_qs);
+        QVERIFY(!missing->localizedFormat.isNull());
+    }
+
+    void sources()
+    {
+        Strings sources;
+        DVErrorOr error;
+        DVXliffParser::parseXliffData("<a><trans-unit id='1[one]' resname='k'><source>a</source></trans-unit>"
+                                      "<trans-unit id='1[other]' resname='k'><source>b</source></trans-unit>"
+                                      "<trans-unit id='2' resname='l'><source>c</source></trans-unit>"
+                                      "<trans-unit id='3' resname='m'><source/></trans-unit></a>",
+                                      &sources, DVStringStatusPublished, &error, true);
+        QCOMPARE(error, std::nullopt);
+        QCOMPARE(sources.size(), 2);
+        QCOMPARE(sources[u"k"_qs]->status, quint32(DVStringStatusUntranslated));
+        QCOMPARE(sources[u"l"_qs]->status, quint32(DVStringStatusNone));
+    }
+
+    void keepsWhatWasReadBeforeAnError()
+    {
+        const QByteArray document = "<a><trans-unit id='1' resname='k'><target>a</target></trans-unit></b>";
+        DVErrorOr error;
+        QCOMPARE(DVXliffParser::parseXliffData(document, 1, &error, false).keys(), QStringList{u"k"_qs});
+        QVERIFY(error);
+        DVStringTableBuilder builder(false);
+        QCOMPARE(dv_readXliffIntoTables(document, 1, builder, nullptr, false), error);
+        QCOMPARE(builder.build()->size(), 1);
+        const std::atomic<bool> cancelled = true;
+        QCOMPARE(dv_readXliffIntoTables("<a/>", 1, builder, nullptr, false, &cancelled)->code, 4);
+    }
+
+    // Two documents, one over the other as files of a locale are.
+    void randomDocuments()
+    {
+        QRandomGenerator random(3);
+        for (int round = 0; round < 40; ++round) {
+            const bool needCues = round % 2;
+            DVStringTableBuilder tables(needCues);
+            DVStringTableBuilder sourceTables(needCues);
+            Strings strings;
+            Strings sourceStrings;
+            for (const quint32 status : {1u, 0u}) {
+                const QByteArray document = randomDocument(random);
+                DVErrorOr error;
+                Strings sources;
+                strings.insert(DVXliffParser::parseXliffData(document, &sources, status, &error, needCues));
+                sourceStrings.insert(sources);
+                QCOMPARE(error, std::nullopt);
+                QCOMPARE(dv_readXliffIntoTables(document, status, tables, &sourceTables, needCues),
+                         std::nullopt);
+            }
+            QCOMPARE(described(*tables.build()), described(strings));
+            QCOMPARE(described(*sourceTables.build()), described(sourceStrings));
+        }
+    }
+};
 
 QTEST_APPLESS_MAIN(tst_XliffTables)
 #include "tst_xlifftables.moc"

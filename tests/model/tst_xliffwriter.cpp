@@ -1,3 +1,4 @@
+#include "DVRows.h"
 #include "WrittenStrings.h"
 #include "WrittenXliff.h"
 
@@ -65,54 +66,35 @@ class tst_XliffWriter : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); }
 
-    void bodies_data();
-    void bodies();
-    void tags_data();
-    void tags();
-    void escapes_data();
-    void escapes();
-    void headerReadsBack();
-    void failures_data();
-    void failures();
-    void longestThatCanBeRead_data();
-    void longestThatCanBeRead();
-    void roundTrip_data();
-    void roundTrip();
-    void hostileTextsTakeLinearTime_data();
-    void hostileTextsTakeLinearTime();
-};
-
-void tst_XliffWriter::bodies_data()
-{
-    QTest::addColumn<QList<DVStringPtr>>("forms");
-    QTest::addColumn<QList<DVStringPtr>>("base");
-    QTest::addColumn<QString>("body");
-    using Forms = QList<DVStringPtr>;
-    const auto form = [](const char *key, const char *uid, const char *text, const char *plural = nullptr) {
-        return writtenForm(QString::fromUtf8(key), QString::fromUtf8(uid),
-                           withMarkers(QString::fromUtf8(text)), QString::fromUtf8(plural));
-    };
-    QTest::newRow("no strings: header, an empty line and the end") << Forms() << Forms() << u""_qs;
-    QTest::newRow("a text, and none in the base language")
-        << Forms{form("k", "1", "[Bonjour]")} << Forms()
-        << QString::fromUtf8(R"(<trans-unit id="1" resname="k" phase-name="step-7">
+    void bodies_data()
+    {
+        const DVRows<QList<DVStringPtr>, QList<DVStringPtr>, QString> row("forms", "base", "body");
+        using Forms = QList<DVStringPtr>;
+        const auto form = [](const char *key, const char *uid, const char *text,
+                             const char *plural = nullptr) {
+            return writtenForm(QString::fromUtf8(key), QString::fromUtf8(uid),
+                               withMarkers(QString::fromUtf8(text)), QString::fromUtf8(plural));
+        };
+        row("no strings: header, an empty line and the end", Forms(), Forms(), "");
+        row("a text, and none in the base language", Forms{form("k", "1", "[Bonjour]")}, Forms(),
+            QString::fromUtf8(R"(<trans-unit id="1" resname="k" phase-name="step-7">
 <source>(null)</source>
 <target>Bonjour</target>
 </trans-unit>
 
-)");
-    QTest::newRow("source and target number their placeholders each for itself")
-        << Forms{form("k", "1", "[{%2$@} et {%1$@}]")} << Forms{form("k", "9", "[{%@}, {%@}: {%d}]")}
-        << QString::fromUtf8(R"(<trans-unit id="1" resname="k" phase-name="step-7">
+)"));
+        row("source and target number their placeholders each for itself",
+            Forms{form("k", "1", "[{%2$@} et {%1$@}]")}, Forms{form("k", "9", "[{%@}, {%@}: {%d}]")},
+            QString::fromUtf8(R"(<trans-unit id="1" resname="k" phase-name="step-7">
 <source><ph id="1" ctype="x-dorvane-placeholder">%@</ph>, <ph id="2" ctype="x-dorvane-placeholder">%@</ph>: <ph id="3" ctype="x-dorvane-placeholder">%d</ph></source>
 <target><ph id="1" ctype="x-dorvane-placeholder">%2$@</ph> et <ph id="2" ctype="x-dorvane-placeholder">%1$@</ph></target>
 </trans-unit>
 
-)");
-    QTest::newRow("plural forms stand in a group, in the categories' order, with the base form of their own")
-        << Forms{form("k", "1[other]", "[Fichiers]", "other"), form("k", "1[one]", "[Fichier]", "one")}
-        << Forms{form("k", "1[one]", "[File]", "one"), form("k", "1", "[wrong]")}
-        << QString::fromUtf8(R"(<group restype="x-cldr-plurals">
+)"));
+        row("plural forms stand in a group, in the categories' order, with the base form of their own",
+            Forms{form("k", "1[other]", "[Fichiers]", "other"), form("k", "1[one]", "[Fichier]", "one")},
+            Forms{form("k", "1[one]", "[File]", "one"), form("k", "1", "[wrong]")},
+            QString::fromUtf8(R"(<group restype="x-cldr-plurals">
 <trans-unit id="1[one]" resname="k" phase-name="step-7">
 <source>File</source>
 <target>Fichier</target>
@@ -125,14 +107,14 @@ void tst_XliffWriter::bodies_data()
 
 </group>
 
-)");
-    QTest::newRow("keys are sorted, and nothing is escaped")
-        << Forms{form("z", "2", "[]"), form("&Save \"<b>\"", "1", "[5\uFF05 & <b>\"x\"</b> &amp;]")}
-        << Forms()
-        << QString::fromUtf8(R"(<trans-unit id="1" resname="&Save "<b>"" phase-name="step-7">
+)"));
+        row("keys are sorted, and nothing is escaped",
+            Forms{form("z", "2", "[]"), form("&Save \"<b>\"", "1", "[5\uFF05 & <b>\"x\"</b> &amp;]")},
+            Forms(),
+            QString::fromUtf8(R"(<trans-unit id="1" resname="&Save "<b>"" phase-name="step-7">
 <source>(null)</source>
 <target>5)") + u"\uFF05"_qs +
-               QString::fromUtf8(R"( & <b>"x"</b> &amp;</target>
+                QString::fromUtf8(R"( & <b>"x"</b> &amp;</target>
 </trans-unit>
 
 <trans-unit id="2" resname="z" phase-name="step-7">
@@ -140,255 +122,239 @@ void tst_XliffWriter::bodies_data()
 <target></target>
 </trans-unit>
 
-)");
-}
-
-void tst_XliffWriter::bodies()
-{
-    QFETCH(QList<DVStringPtr>, forms);
-    QFETCH(QList<DVStringPtr>, base);
-    WrittenStrings strings;
-    std::for_each(forms.begin(), forms.end(), [&](const auto &form) { strings.add(form); });
-    std::for_each(base.begin(), base.end(), [&](const auto &form) { strings.addBase(form); });
-    DVXliffWriter::Failures failures;
-    const QString document = written(strings, &failures);
-    QVERIFY(document.startsWith(head) && document.endsWith(tail));
-    QTEST(bodyOf(document), "body");
-    QVERIFY(failures.isEmpty());
-}
-
-void tst_XliffWriter::tags_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("tagged"); // "<n:" and ">" for the n-th placeholder's tags
-    const auto row = [](const char *name, const char *text, const char *tagged) {
-        QTest::newRow(name) << withMarkers(QString::fromUtf8(text)) << withMarkers(QString::fromUtf8(tagged));
-    };
-    row("markers stay", "[a {%@} b {%d}]", "[a {<1:%@>} b {<2:%d>}]");
-    row("a text without arguments stays as it is", "[50% & more]", "[50% & more]");
-    row("an empty argument gets no placeholder and no number", "[{} {%@}]", "[{} {<1:%@>}]");
-    row("an argument without an end is closed", "[a {%@", "[a {<1:%@>}");
-    row("an argument may hold a string with markers", "[a {[%@]}]", "[a {<1:[%@]>}]");
-    row("markers of arguments in an argument and behind it", "[{a{b}c}]", "[{<1:a{b>}c}]");
-}
-
-void tst_XliffWriter::tags()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, tagged);
-    tagged.replace(u">"_qs, u"</ph>"_qs);
-    for (const QString &number : {u"1"_qs, u"2"_qs}) {
-        tagged.replace(QString(u'<' + number + u':'),
-                       QString(u"<ph id=\""_qs + number + u"\" ctype=\"x-dorvane-placeholder\">"));
+)"));
     }
-    DVString string;
-    string.localizedFormat = text;
-    QCOMPARE(DVXliffWriter::stringWithTagsForString(string), tagged);
-
-    // The same stands in a unit, without the markers.
-    string.uid = u"1"_qs;
-    const QString unit = DVXliffWriter::xliffForString(string, u"p"_qs, {});
-    QVERIFY(unit.contains(QString(u"<target>"_qs + dv_stringByRemovingCues(tagged) + u"</target>\n")));
-}
-
-void tst_XliffWriter::escapes_data()
-{
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QByteArray>("inText");
-    QTest::addColumn<QByteArray>("inAttribute");
-    const auto row = [](const char *name, const QString &value, const char *inText, const char *inAttribute) {
-        QTest::newRow(name) << value << QByteArray(inText) << QByteArray(inAttribute);
-    };
-    row("markup", u"<b>&Save</b>"_qs, "&lt;b&gt;&amp;Save&lt;/b&gt;", "&lt;b&gt;&amp;Save&lt;/b&gt;");
-    row("what looks like a reference", u"&amp;&#10;"_qs, "&amp;amp;&amp;#10;", "&amp;amp;&amp;#10;");
-    row("the end of a section", u"]]>"_qs, "]]&gt;", "]]&gt;");
-    row("quotes", u"\"it's\""_qs, "\"it's\"", "&quot;it's&quot;");
-    row("white space", u" \t\n\r\n"_qs, " \t\n&#13;\n", " &#9;&#10;&#13;&#10;");
-    row("characters of two to four bytes", u"\u00E9\u20AC\U0001F600"_qs,
-        "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
-    row("a byte order mark", u"\uFEFF"_qs, "\xEF\xBB\xBF", "\xEF\xBB\xBF");
-    row("control characters become pictures", QString(QChar(0)) + u"\u0004\u001F\u007F"_qs,
-        "\xE2\x90\x80\xE2\x90\x84\xE2\x90\x9F\x7F", "\xE2\x90\x80\xE2\x90\x84\xE2\x90\x9F\x7F");
-    row("no characters become a replacement", QString(QChar(0xFFFE)) + QChar(0xFFFF),
-        "\xEF\xBF\xBD\xEF\xBF\xBD", "\xEF\xBF\xBD\xEF\xBF\xBD");
-    row("halves of pairs too, the wrong way round or alone",
-        QString(QChar(0xDE00)) + QChar(0xD83D) + u'a' + QChar(0xD83D),
-        "\xEF\xBF\xBD\xEF\xBF\xBD"
-        "a\xEF\xBF\xBD",
-        "\xEF\xBF\xBD\xEF\xBF\xBD"
-        "a\xEF\xBF\xBD");
-    row("a pair around an empty argument is one character",
-        QString(QChar(0xD83D)) + withMarkers(u"{}"_qs) + QChar(0xDE00), "\xF0\x9F\x98\x80", nullptr);
-}
-
-void tst_XliffWriter::escapes()
-{
-    QFETCH(QString, value);
-    QFETCH(QByteArray, inText);
-    QFETCH(QByteArray, inAttribute);
-    const bool isText = inAttribute.isNull();
-    WrittenStrings strings;
-    strings.add(writtenForm(isText ? u"k"_qs : value, u"1"_qs, value));
-    DVXliffWriter::Failures failures;
-    const QByteArray bytes = bytesOf(strings, &failures);
-    QVERIFY2(bytes.contains(QByteArray("<target>" + inText + "</target>")), bytes.constData());
-    if (!isText)
-        QVERIFY2(bytes.contains(QByteArray("resname=\"" + inAttribute + "\" phase-name")), bytes.constData());
-}
-
-void tst_XliffWriter::headerReadsBack()
-{
-    WrittenStrings strings;
-    DVXliffWriter::Failures failures;
-    const QByteArray bytes = bytesOf(strings, &failures);
-    QVERIFY(bytes.contains("process-name=\"Review &amp; &quot;sign-off&quot;\"/>"));
-    QVERIFY(!DVXliffReader::read(bytes, true, [](const DVXliffUnit &) {}));
-
-    // A server may call a step what it likes: the strings have to stay readable.
-    DVXliffHeader header = strings.header();
-    header.stepName = QString(100'000, u'"');
-    const auto document = DVXliffWriter::documentFromStrings({}, header, &failures);
-    QVERIFY(!DVXliffReader::read(dv_escapedXliff(document), true, [](const DVXliffUnit &) {}));
-}
-
-void tst_XliffWriter::failures_data()
-{
-    QTest::addColumn<DVStringPtr>("bad");
-    QTest::newRow("a form without a text") << writtenForm(u"k"_qs, u"1"_qs, {});
-    QTest::newRow("a form without a uid") << writtenForm(u"k"_qs, {}, u"text"_qs);
-    QTest::newRow("a plural form without a text") << writtenForm(u"k"_qs, u"1[few]"_qs, {}, u"few"_qs);
-    QTest::newRow("a text longer than can be read")
-        << writtenForm(u"k"_qs, u"1"_qs, QString(1'048'576, u'a'));
-    QTest::newRow("a text that is longer than can be read as read: percent signs grow")
-        << writtenForm(u"k"_qs, u"1"_qs, QString(400'000, u'%'));
-    QTest::newRow("a key longer than can be read") << writtenForm(u"<"_qs.repeated(16'384), u"1"_qs, u"a"_qs);
-    QTest::newRow("a uid longer than can be read") << writtenForm(u"k"_qs, QString(65'536, u'1'), u"a"_qs);
-}
-
-// The others are written, and the document stays readable.
-void tst_XliffWriter::failures()
-{
-    QFETCH(DVStringPtr, bad);
-    WrittenStrings strings;
-    strings.add(writtenForm(u"a"_qs, u"7"_qs, u"before"_qs));
-    strings.add(writtenForm(u"other form"_qs, u"8"_qs, u"behind"_qs));
-    if (!bad->pluralForm.isNull())
-        strings.add(writtenForm(bad->key, u"1[other]"_qs, u"other"_qs, u"other"_qs));
-    strings.add(bad);
-    DVXliffWriter::Failures failures;
-    const QByteArray bytes = bytesOf(strings, &failures);
-    QCOMPARE(failures.keys(), QStringList{bad->key});
-    QCOMPARE(std::get<DVStringPtr>(failures.first()), bad);
-    DVErrorOr error;
-    const auto read = DVXliffParser::parseXliffData(bytes, 0, &error, true);
-    QVERIFY(!error);
-    QCOMPARE(read.size(), bad->pluralForm.isNull() ? 2 : 3);
-
-    failures.clear();
-    const auto group = std::make_shared<DVStringGroup>();
-    DVXliffWriter::xliffFromStrings({{u"empty"_qs, group}, {u"none"_qs, nullptr}}, {}, &failures);
-    QCOMPARE(failures.keys(), (QStringList{u"empty"_qs, u"none"_qs}));
-    QCOMPARE(std::get<DVStringGroupPtr>(failures.first()), group);
-}
-
-void tst_XliffWriter::longestThatCanBeRead_data()
-{
-    QTest::addColumn<QString>("unit"); // of which the text is made
-    QTest::addColumn<int>("count");    // that can be read: 1,048,576 bytes less two markers of three
-    QTest::newRow("letters") << u"a"_qs << 1'048'570;
-    QTest::newRow("ampersands, written as five bytes") << u"&"_qs << 1'048'570;
-    QTest::newRow("percent signs, read as three bytes") << u"%"_qs << 349'523;
-    QTest::newRow("emoji") << u"\U0001F600"_qs << 262'142;
-}
-
-void tst_XliffWriter::longestThatCanBeRead()
-{
-    QFETCH(QString, unit);
-    QFETCH(int, count);
-    for (const int more : {0, 1}) {
+    void bodies()
+    {
+        QFETCH(QList<DVStringPtr>, forms);
+        QFETCH(QList<DVStringPtr>, base);
         WrittenStrings strings;
-        const QString text = unit.repeated(count + more);
-        strings.add(writtenForm(u"k"_qs, u"1"_qs, text));
+        std::for_each(forms.begin(), forms.end(), [&](const auto &form) { strings.add(form); });
+        std::for_each(base.begin(), base.end(), [&](const auto &form) { strings.addBase(form); });
+        DVXliffWriter::Failures failures;
+        const QString document = written(strings, &failures);
+        QVERIFY(document.startsWith(head) && document.endsWith(tail));
+        QTEST(bodyOf(document), "body");
+        QVERIFY(failures.isEmpty());
+    }
+
+    void tags_data()
+    {
+        // tagged: "<n:" and ">" for the n-th placeholder's tags
+        const DVRows<QString, QString> row("text", "tagged");
+        row("markers stay", "[a {%@} b {%d}]", "[a {<1:%@>} b {<2:%d>}]");
+        row("a text without arguments stays as it is", "[50% & more]", "[50% & more]");
+        row("an empty argument gets no placeholder and no number", "[{} {%@}]", "[{} {<1:%@>}]");
+        row("an argument without an end is closed", "[a {%@", "[a {<1:%@>}");
+        row("an argument may hold a string with markers", "[a {[%@]}]", "[a {<1:[%@]>}]");
+        row("markers of arguments in an argument and behind it", "[{a{b}c}]", "[{<1:a{b>}c}]");
+    }
+    void tags()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, tagged);
+        text = withMarkers(text);
+        tagged = withMarkers(tagged.replace(u">"_qs, u"</ph>"_qs));
+        for (const QString &number : {u"1"_qs, u"2"_qs}) {
+            tagged.replace(QString(u'<' + number + u':'),
+                           QString(u"<ph id=\""_qs + number + u"\" ctype=\"x-dorvane-placeholder\">"));
+        }
+        DVString string;
+        string.localizedFormat = text;
+        QCOMPARE(DVXliffWriter::stringWithTagsForString(string), tagged);
+
+        // The same stands in a unit, without the markers.
+        string.uid = u"1"_qs;
+        const QString unit = DVXliffWriter::xliffForString(string, u"p"_qs, {});
+        QVERIFY(unit.contains(QString(u"<target>"_qs + dv_stringByRemovingCues(tagged) + u"</target>\n")));
+    }
+
+    void escapes_data()
+    {
+        const DVRows<QString, QByteArray, QByteArray> row("value", "inText", "inAttribute");
+        row("markup", "<b>&Save</b>", "&lt;b&gt;&amp;Save&lt;/b&gt;", "&lt;b&gt;&amp;Save&lt;/b&gt;");
+        row("what looks like a reference", "&amp;&#10;", "&amp;amp;&amp;#10;", "&amp;amp;&amp;#10;");
+        row("the end of a section", "]]>", "]]&gt;", "]]&gt;");
+        row("quotes", "\"it's\"", "\"it's\"", "&quot;it's&quot;");
+        row("white space", " \t\n\r\n", " \t\n&#13;\n", " &#9;&#10;&#13;&#10;");
+        row("characters of two to four bytes", "\u00E9\u20AC\U0001F600",
+            "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+        row("a byte order mark", u"\uFEFF"_qs, "\xEF\xBB\xBF", "\xEF\xBB\xBF");
+        row("control characters become pictures", QString(QChar(0)) + u"\u0004\u001F\u007F"_qs,
+            "\xE2\x90\x80\xE2\x90\x84\xE2\x90\x9F\x7F", "\xE2\x90\x80\xE2\x90\x84\xE2\x90\x9F\x7F");
+        row("no characters become a replacement", QString(QChar(0xFFFE)) + QChar(0xFFFF),
+            "\xEF\xBF\xBD\xEF\xBF\xBD", "\xEF\xBF\xBD\xEF\xBF\xBD");
+        row("halves of pairs too, the wrong way round or alone",
+            QString(QChar(0xDE00)) + QChar(0xD83D) + u'a' + QChar(0xD83D),
+            "\xEF\xBF\xBD\xEF\xBF\xBD"
+            "a\xEF\xBF\xBD",
+            "\xEF\xBF\xBD\xEF\xBF\xBD"
+            "a\xEF\xBF\xBD");
+        row("a pair around an empty argument is one character",
+            QString(QChar(0xD83D)) + withMarkers(u"{}"_qs) + QChar(0xDE00), "\xF0\x9F\x98\x80", nullptr);
+    }
+    void escapes()
+    {
+        QFETCH(QString, value);
+        QFETCH(QByteArray, inText);
+        QFETCH(QByteArray, inAttribute);
+        const bool isText = inAttribute.isNull();
+        WrittenStrings strings;
+        strings.add(writtenForm(isText ? u"k"_qs : value, u"1"_qs, value));
         DVXliffWriter::Failures failures;
         const QByteArray bytes = bytesOf(strings, &failures);
-        QCOMPARE(failures.size(), more);
-        QVERIFY(onlyTextIn(bytes) == (more ? QString() : WrittenXliff::readBack(text)));
+        QVERIFY2(bytes.contains(QByteArray("<target>" + inText + "</target>")), bytes.constData());
+        if (!isText)
+            QVERIFY2(bytes.contains(QByteArray("resname=\"" + inAttribute + "\" phase-name")),
+                     bytes.constData());
     }
-}
 
-void tst_XliffWriter::roundTrip_data()
-{
-    QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 1; seed <= 40; ++seed)
-        QTest::addRow("strings generated from %u", seed) << seed;
-}
+    void headerReadsBack()
+    {
+        WrittenStrings strings;
+        DVXliffWriter::Failures failures;
+        const QByteArray bytes = bytesOf(strings, &failures);
+        QVERIFY(bytes.contains("process-name=\"Review &amp; &quot;sign-off&quot;\"/>"));
+        QVERIFY(!DVXliffReader::read(bytes, true, [](const DVXliffUnit &) {}));
 
-void tst_XliffWriter::roundTrip()
-{
-    QFETCH(quint32, seed);
-    const auto strings = WrittenStrings::generated(seed, 60);
-    const auto expected = WrittenXliff::expectedOf(strings.groups, strings.header());
-    QVERIFY(expected.targets.size() > 60 && !expected.failures.isEmpty());
-    DVXliffWriter::Failures failures;
-    const auto document = DVXliffWriter::documentFromStrings(strings.groups, strings.header(), &failures);
-    QCOMPARE(failures.keys(), expected.failures);
+        // A server may call a step what it likes: the strings have to stay readable.
+        DVXliffHeader header = strings.header();
+        header.stepName = QString(100'000, u'"');
+        const auto document = DVXliffWriter::documentFromStrings({}, header, &failures);
+        QVERIFY(!DVXliffReader::read(dv_escapedXliff(document), true, [](const DVXliffUnit &) {}));
+    }
 
-    DVErrorOr error;
-    DVXliffParser::Strings sources;
-    const auto read = DVXliffParser::parseXliffData(dv_escapedXliff(document), &sources, 0, &error, true);
-    QVERIFY2(!error, error ? qPrintable(error->description) : "");
-    QCOMPARE(WrittenXliff::formsOf(read), expected.targets);
-    QCOMPARE(WrittenXliff::formsOf(sources), expected.sources);
+    void failures_data()
+    {
+        const DVRows<DVStringPtr> row("bad");
+        row("a form without a text", writtenForm(u"k"_qs, u"1"_qs, {}));
+        row("a form without a uid", writtenForm(u"k"_qs, {}, u"text"_qs));
+        row("a plural form without a text", writtenForm(u"k"_qs, u"1[few]"_qs, {}, u"few"_qs));
+        row("a key longer than can be read", writtenForm(u"<"_qs.repeated(16'384), u"1"_qs, u"a"_qs));
+        row("a uid longer than can be read", writtenForm(u"k"_qs, QString(65'536, u'1'), u"a"_qs));
+    }
+    // The others are written, and the document stays readable.
+    void failures()
+    {
+        QFETCH(DVStringPtr, bad);
+        WrittenStrings strings;
+        strings.add(writtenForm(u"a"_qs, u"7"_qs, u"before"_qs));
+        strings.add(writtenForm(u"other form"_qs, u"8"_qs, u"behind"_qs));
+        if (!bad->pluralForm.isNull())
+            strings.add(writtenForm(bad->key, u"1[other]"_qs, u"other"_qs, u"other"_qs));
+        strings.add(bad);
+        DVXliffWriter::Failures failures;
+        const QByteArray bytes = bytesOf(strings, &failures);
+        QCOMPARE(failures.keys(), QStringList{bad->key});
+        QCOMPARE(std::get<DVStringPtr>(failures.first()), bad);
+        DVErrorOr error;
+        const auto read = DVXliffParser::parseXliffData(bytes, 0, &error, true);
+        QVERIFY(!error);
+        QCOMPARE(read.size(), bad->pluralForm.isNull() ? 2 : 3);
 
-    // Unescaped, a unit is its texts as they are tagged, whatever they look like.
-    QString body = bodyOf(document.text());
-    for (const auto &group : strings.groups) {
-        for (const auto &form : std::as_const(group->pluralForms)) {
-            const QString unit = DVXliffWriter::xliffForString(*form, u"step-7"_qs, strings.header());
-            const QString target = dv_stringByRemovingCues(DVXliffWriter::stringWithTagsForString(*form));
-            QVERIFY(unit.isNull() || unit.contains(QString(u"<target>"_qs + target + u"</target>\n")));
-            QCOMPARE(unit.isNull(), form->localizedFormat.isNull() || form->uid.isNull());
-            QVERIFY(body.contains(unit));
+        failures.clear();
+        const auto group = std::make_shared<DVStringGroup>();
+        DVXliffWriter::xliffFromStrings({{u"empty"_qs, group}, {u"none"_qs, nullptr}}, {}, &failures);
+        QCOMPARE(failures.keys(), (QStringList{u"empty"_qs, u"none"_qs}));
+        QCOMPARE(std::get<DVStringGroupPtr>(failures.first()), group);
+    }
+
+    void longestThatCanBeRead_data()
+    {
+        // unit: of which the text is made; count: that can be read: 1,048,576 bytes less two markers of three
+        const DVRows<QString, int> row("unit", "count");
+        row("letters", "a", 1'048'570);
+        row("ampersands, written as five bytes", "&", 1'048'570);
+        row("percent signs, read as three bytes", "%", 349'523);
+        row("emoji", "\U0001F600", 262'142);
+    }
+    void longestThatCanBeRead()
+    {
+        QFETCH(QString, unit);
+        QFETCH(int, count);
+        for (const int more : {0, 1}) {
+            WrittenStrings strings;
+            const QString text = unit.repeated(count + more);
+            strings.add(writtenForm(u"k"_qs, u"1"_qs, text));
+            DVXliffWriter::Failures failures;
+            const QByteArray bytes = bytesOf(strings, &failures);
+            QCOMPARE(failures.size(), more);
+            QVERIFY(onlyTextIn(bytes) == (more ? QString() : WrittenXliff::readBack(text)));
         }
     }
-}
 
-void tst_XliffWriter::hostileTextsTakeLinearTime_data()
-{
-    QTest::addColumn<QString>("unit");
-    QTest::newRow("ampersands") << u"&"_qs;
-    QTest::newRow("halves of pairs") << QString(QChar(0xD83D));
-    QTest::newRow("section ends") << u"]]>"_qs;
-    QTest::newRow("arguments") << withMarkers(u"{%@}"_qs);
-    QTest::newRow("empty arguments") << withMarkers(u"a{}"_qs);
-    QTest::newRow("arguments that never end") << withMarkers(u"{"_qs);
-    QTest::newRow("starts of strings") << withMarkers(u"["_qs);
-}
-
-// What is quadratic takes a minute and more for these.
-void tst_XliffWriter::hostileTextsTakeLinearTime()
-{
-    QFETCH(QString, unit);
-    WrittenStrings strings;
-    const QString text = unit.repeated(400'000 / unit.size());
-    const auto form = std::make_shared<DVString>();
-    form->localizedFormat = text;
-    form->uid = text;
-    form->key = text;
-    strings.add(form);
-    DVXliffWriter::Failures failures;
-    QElapsedTimer timer;
-    timer.start();
-    bytesOf(strings, &failures);
-    DVXliffDocument document;
-    document.addAttribute(text);
-    for (const QChar c : text) {
-        document.addText(QStringView(&c, 1));
-        document.addMarkup(u"<a/>");
+    void roundTrip_data()
+    {
+        const DVRows<quint32> row("seed");
+        for (quint32 seed = 1; seed <= 40; ++seed)
+            QTest::addRow("strings generated from %u", seed) << seed;
     }
-    QVERIFY(dv_escapedXliff(document).size() > 2 * text.size());
-    QVERIFY2(timer.elapsed() < 20'000, qPrintable(QString::number(timer.elapsed())));
-}
+    void roundTrip()
+    {
+        QFETCH(quint32, seed);
+        const auto strings = WrittenStrings::generated(seed, 60);
+        const auto expected = WrittenXliff::expectedOf(strings.groups, strings.header());
+        QVERIFY(expected.targets.size() > 60 && !expected.failures.isEmpty());
+        DVXliffWriter::Failures failures;
+        const auto document = DVXliffWriter::documentFromStrings(strings.groups, strings.header(), &failures);
+        QCOMPARE(failures.keys(), expected.failures);
+
+        DVErrorOr error;
+        DVXliffParser::Strings sources;
+        const auto read = DVXliffParser::parseXliffData(dv_escapedXliff(document), &sources, 0, &error, true);
+        QVERIFY2(!error, error ? qPrintable(error->description) : "");
+        QCOMPARE(WrittenXliff::formsOf(read), expected.targets);
+        QCOMPARE(WrittenXliff::formsOf(sources), expected.sources);
+
+        // Unescaped, a unit is its texts as they are tagged, whatever they look like.
+        QString body = bodyOf(document.text());
+        for (const auto &group : strings.groups) {
+            for (const auto &form : std::as_const(group->pluralForms)) {
+                const QString unit = DVXliffWriter::xliffForString(*form, u"step-7"_qs, strings.header());
+                const QString target = dv_stringByRemovingCues(DVXliffWriter::stringWithTagsForString(*form));
+                QVERIFY(unit.isNull() || unit.contains(QString(u"<target>"_qs + target + u"</target>\n")));
+                QCOMPARE(unit.isNull(), form->localizedFormat.isNull() || form->uid.isNull());
+                QVERIFY(body.contains(unit));
+            }
+        }
+    }
+
+    void hostileTextsTakeLinearTime_data()
+    {
+        const DVRows<QString> row("unit");
+        row("ampersands", "&");
+        row("halves of pairs", QString(QChar(0xD83D)));
+        row("section ends", "]]>");
+        row("arguments", withMarkers(u"{%@}"_qs));
+        row("empty arguments", withMarkers(u"a{}"_qs));
+        row("arguments that never end", withMarkers(u"{"_qs));
+        row("starts of strings", withMarkers(u"["_qs));
+    }
+    // What is quadratic takes a minute and more for these.
+    void hostileTextsTakeLinearTime()
+    {
+        QFETCH(QString, unit);
+        WrittenStrings strings;
+        const QString text = unit.repeated(400'000 / unit.size());
+        const auto form = std::make_shared<DVString>();
+        form->localizedFormat = text;
+        form->uid = text;
+        form->key = text;
+        strings.add(form);
+        DVXliffWriter::Failures failures;
+        QElapsedTimer timer;
+        timer.start();
+        bytesOf(strings, &failures);
+        DVXliffDocument document;
+        document.addAttribute(text);
+        for (const QChar c : text) {
+            document.addText(QStringView(&c, 1));
+            document.addMarkup(u"<a/>");
+        }
+        QVERIFY(dv_escapedXliff(document).size() > 2 * text.size());
+        QVERIFY2(timer.elapsed() < 20'000, qPrintable(QString::number(timer.elapsed())));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_XliffWriter)
 #include "tst_xliffwriter.moc"

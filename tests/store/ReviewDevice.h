@@ -79,6 +79,12 @@ public:
         return QString(u"<xliff version=\"1.2\"><file><body>\n" + units + u"</body></file></xliff>").toUtf8();
     }
 
+    // What the device has of fr-CA in version 1.0.
+    void publish(const Targets &targets) const
+    {
+        write(file(QStringLiteral("1.0_fr_CA_published.xlf")), xliff(targets));
+    }
+
     static DVStringGroupPtr group(const QString &key, const Forms &forms)
     {
         auto group = std::make_shared<DVStringGroup>();
@@ -105,6 +111,15 @@ public:
         return result;
     }
 
+    // Edits of these strings and of no others, by key.
+    static void setEdits(DVLocaleStrings &strings, const QMap<QString, QString> &texts)
+    {
+        DVStringGroups edits;
+        for (auto text = texts.constBegin(); text != texts.constEnd(); ++text)
+            edits.insert(text.key(), group(text.key(), *text));
+        strings.setDirtyStrings(edits);
+    }
+
     // As the in-place editor does it: the record itself changes, and its group becomes dirty.
     static void editInPlace(DVLocaleStrings &strings, const QString &key, const QString &text,
                             const QString &form = {})
@@ -120,6 +135,11 @@ public:
         strings.setDirtyStrings(dirty);
     }
 
+    // What a lookup shows, without markers.
+    static QString served(const DVLocaleStrings &strings, const QString &key, const QString &form = {})
+    {
+        return plain(strings.localizedStringForKey(key, form));
+    }
     static QString plain(const QString &text) { return dv_stringByRemovingCues(text); }
     // Of every form, without markers.
     static Forms texts(const DVStringGroupPtr &group)
