@@ -1,5 +1,6 @@
 // Pulls for a review from a server: what arrives, what a pull costs, and what a failed one leaves.
 #include "ApiPlatform.h"
+#include "DVOutcome.h"
 #include "DVReviewLocaleStrings.h"
 #include "DVRows.h"
 #include "DVTransfer.h"
@@ -15,20 +16,6 @@ using Device = ReviewDevice;
 namespace {
 
 const QByteArray exportPath = "/files-api/v2/projects/p1/locales/fr-CA/content/export?retrievalType=";
-
-struct Outcome
-{
-    int calls = 0;
-    DVErrorOr error;
-
-    DVLocaleStrings::PullCompletion take()
-    {
-        return [this](const DVErrorOr &why) {
-            ++calls;
-            error = why;
-        };
-    }
-};
 
 Answer document(const Device::Targets &targets)
 {
@@ -60,14 +47,14 @@ private Q_SLOTS:
         const qint64 before = DVClock::now().toSecsSinceEpoch();
         m_platform->server.enqueue(document({{u"k"_qs, u"published"_qs}, {u"p"_qs, u"published"_qs}}));
         m_platform->server.enqueue(document({{u"k"_qs, u"pending & \"new\""_qs}}));
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take());
-        QCOMPARE(outcome.calls, 0);
+        QCOMPARE(outcome->calls, 0);
         QVERIFY(strings->dirtyStrings().isEmpty() && strings->acceptedStrings().isEmpty());
         const std::weak_ptr<DVLocaleStrings> alive = strings;
         strings.reset(); // the controller may change its locale meanwhile
-        QTRY_COMPARE(outcome.calls, 1);
-        QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description : QString()));
+        QTRY_COMPLETED(outcome);
+        QVERIFY2(!outcome->error, qPrintable(outcome->error ? outcome->error->description : QString()));
         QTRY_VERIFY(alive.expired());
         QCOMPARE(targets(), (QByteArrayList{exportPath + "PUBLISHED",
                                             exportPath + "PENDING&workflowStepUids[0]=step-1"}));
@@ -89,10 +76,10 @@ private Q_SLOTS:
         const auto strings = editedStore();
         m_platform->server.enqueue(Answer::of(200, "<xliff version=\"1.2\"><file>"));
         m_platform->server.enqueue(document({{u"p"_qs, u"pending"_qs}}));
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take());
-        QTRY_COMPARE(outcome.calls, 1);
-        QVERIFY(!outcome.error);
+        QTRY_COMPLETED(outcome);
+        QVERIFY(!outcome->error);
         const auto next = m_device->restarted();
         QCOMPARE(Device::served(*next, u"k"_qs), u"old"_qs);
         QCOMPARE(Device::served(*next, u"p"_qs), u"pending"_qs);
@@ -118,12 +105,12 @@ private Q_SLOTS:
         Answer answer = Answer::of(status, R"({"response":{"code":"NO","errors":[]}})");
         answer.fault = DVFaultServer::Fault(fault);
         m_platform->answer(answer);
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take());
-        QTRY_COMPARE_WITH_TIMEOUT(outcome.calls, 1, 30000);
-        QVERIFY(outcome.error);
+        QTRY_COMPLETED(outcome);
+        QVERIFY(outcome->error);
         if (!domain.isNull())
-            QCOMPARE(outcome.error->domain, domain);
+            QCOMPARE(outcome->error->domain, domain);
 
         const auto next = m_device->restarted();
         QCOMPARE(Device::read(strings->publishedFilePath()), before);
@@ -137,7 +124,7 @@ private Q_SLOTS:
         }
         // Tried again, with nothing to discard: what is kept stays.
         strings->pullWithCompletion(outcome.take());
-        QTRY_COMPARE_WITH_TIMEOUT(outcome.calls, 2, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(outcome->calls, 2, 30000);
         QCOMPARE(m_device->restarted()->discardedStrings().keys(), QStringList(u"k"_qs));
     }
 
@@ -146,12 +133,12 @@ private Q_SLOTS:
         auto strings = editedStore();
         m_platform->answer(Answer::failing(DVFaultServer::Fault::Silence));
         const auto transfer = std::make_shared<DVTransfer>();
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take(), transfer);
         QTRY_COMPARE(m_platform->requests().size(), 1);
         transfer->cancel();
-        QTRY_COMPARE(outcome.calls, 1);
-        QCOMPARE(outcome.error->code, int(QNetworkReply::OperationCanceledError));
+        QTRY_COMPLETED(outcome);
+        QCOMPARE(outcome->error->code, int(QNetworkReply::OperationCanceledError));
         QCOMPARE(m_platform->requests().size(), 1);
         QCOMPARE(strings->discardedStrings().keys(), QStringList(u"k"_qs));
         QCOMPARE(strings->lastDownloadDate().toSecsSinceEpoch(), 1'600'000'000);
@@ -161,11 +148,11 @@ private Q_SLOTS:
     {
         auto strings = DVLocaleStrings::localeStringsForLocale(DVLocale(u"../../fr"_qs));
         Device::setEdits(*strings, {{u"k"_qs, u"mine"_qs}});
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take());
-        QCOMPARE(outcome.calls, 0);
-        QTRY_COMPARE(outcome.calls, 1);
-        QCOMPARE(outcome.error->domain, u"dorvane.SDK"_qs);
+        QCOMPARE(outcome->calls, 0);
+        QTRY_COMPLETED(outcome);
+        QCOMPARE(outcome->error->domain, u"dorvane.SDK"_qs);
         QCOMPARE(m_platform->requests().size(), 0);
         QVERIFY2(!strings->dirtyStrings().isEmpty(), "nothing was pulled, and nothing is lost");
     }
@@ -177,10 +164,10 @@ private Q_SLOTS:
         m_platform->server.enqueue(document({{u"k"_qs, u"old"_qs}, {u"j"_qs, u"old"_qs}}));
         m_platform->server.enqueue(document({{u"k"_qs, u"theirs"_qs}}));
         const QStringList files = m_device->files();
-        Outcome outcome;
+        const DVOutcome<> outcome;
         review->pullWithCompletion(outcome.take());
-        QTRY_COMPARE(outcome.calls, 1);
-        QVERIFY(!outcome.error);
+        QTRY_COMPLETED(outcome);
+        QVERIFY(!outcome->error);
         review->loadStrings();
         QCOMPARE(m_device->files(), files);
         const QList<DVStringConflict> conflicts = review->conflictsWith(*strings);
@@ -208,11 +195,11 @@ private Q_SLOTS:
         m_platform->server.enqueue(document({{u"k"_qs, u"published"_qs}}));
         m_platform->server.enqueue(document({{u"j"_qs, u"pending"_qs}}));
         const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
-        Outcome outcome;
+        const DVOutcome<> outcome;
         base->pullWithCompletion(outcome.take());
-        QCOMPARE(outcome.calls, 0);
-        QTRY_COMPARE(outcome.calls, 1);
-        QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description : QString()));
+        QCOMPARE(outcome->calls, 0);
+        QTRY_COMPLETED(outcome);
+        QVERIFY2(!outcome->error, qPrintable(outcome->error ? outcome->error->description : QString()));
         QCOMPARE(base->fetchedLocale().identifier(), u"fr_CA"_qs);
         QCOMPARE(targets().mid(1), (QByteArrayList{exportPath + "PUBLISHED",
                                                    exportPath + "PENDING&workflowStepUids[0]=step-1"}));
@@ -238,11 +225,11 @@ private Q_SLOTS:
         QFETCH(QByteArray, data);
         m_platform->answer(ApiPlatform::success(data));
         const auto base = DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs));
-        Outcome outcome;
+        const DVOutcome<> outcome;
         m_platform->takeLog();
         base->pullWithCompletion(outcome.take());
-        QTRY_COMPARE(outcome.calls, 1);
-        QCOMPARE(outcome.error,
+        QTRY_COMPLETED(outcome);
+        QCOMPARE(outcome->error,
                  DVErrorOr(DVError{u"dorvane.API"_qs, 404, u"Project has no target locales"_qs}));
         QCOMPARE(m_platform->takeLog(), QStringList(u"Project has no target locales"_qs));
         QCOMPARE(m_platform->requests().size(), 1);
@@ -250,9 +237,9 @@ private Q_SLOTS:
 
         m_platform->answer(Answer::of(500, "{}"));
         base->pullWithCompletion(outcome.take());
-        QTRY_COMPARE(outcome.calls, 2);
+        QTRY_COMPARE(outcome->calls, 2);
         QVERIFY(m_platform->takeLog().contains(
-            QString(u"Error getting project locales: " + outcome.error->description)));
+            QString(u"Error getting project locales: " + outcome->error->description)));
     }
 
     void nobodyWaits()
@@ -263,9 +250,9 @@ private Q_SLOTS:
         DVBaseLocaleStrings::localeStringsForLocale(DVLocale(u"en"_qs))->pullWithCompletion({});
         DVLocaleStrings::localeStringsForLocale(DVLocale(u"/"_qs))->pullWithCompletion({});
         QTRY_COMPARE(m_platform->requests().size(), 3);
-        Outcome outcome;
+        const DVOutcome<> outcome;
         strings->pullWithCompletion(outcome.take());
-        QTRY_COMPARE(outcome.calls, 1);
+        QTRY_COMPLETED(outcome);
     }
 
 private:
