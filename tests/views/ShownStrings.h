@@ -5,7 +5,9 @@
 #include "DVCue.h"
 #include "DVLocaleStrings.h"
 #include "DVMainController.h"
+#include "DVState.h"
 #include "DVView.h"
+#include "DVWrittenLog.h"
 
 #include <QHash>
 #include <QObject>
@@ -66,6 +68,24 @@ public:
         DVMainController::sharedInstance().setLocaleStrings(nullptr);
         DVMainController::sharedInstance().setBaseLocaleStrings(nullptr);
     }
+};
+
+// While it lives, DVWrittenLog has debug messages, too.
+class HeardDebug
+{
+public:
+    HeardDebug()
+    {
+        DVState::shared().debug = true;
+        DVWrittenLog::begin();
+        DVWrittenLog::take();
+    }
+    ~HeardDebug()
+    {
+        DVWrittenLog::end();
+        DVState::shared().debug = false;
+    }
+    Q_DISABLE_COPY_MOVE(HeardDebug)
 };
 
 // A view of nothing: it shows what it is told, and says what happens to it.
