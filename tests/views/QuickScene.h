@@ -1,8 +1,7 @@
 // A window of QML for tests, and what a search for texts finds in it.
 #pragma once
 
-#include "DVCueMarkers.h"
-#include "DVView.h"
+#include "FoundTexts.h"
 
 #include <QHash>
 #include <QQmlComponent>
@@ -38,29 +37,6 @@ public:
         return word.isEmpty() ? QString() : marked(word);
     }
 };
-
-// The views with a text at or below a view, those below labels left out.
-inline QList<DVViewPtr> labels(const DVViewPtr &view)
-{
-    if (!view)
-        return {};
-    if (view->text())
-        return {view};
-    QList<DVViewPtr> found;
-    for (const DVViewPtr &child : view->subviews())
-        found << labels(child);
-    return found;
-}
-
-inline QStringList texts(const DVViewPtr &view)
-{
-    QStringList found;
-    for (const DVViewPtr &label : labels(view)) {
-        if (!label->text()->text.isEmpty())
-            found << dv_stringShowingCues(label->text()->text);
-    }
-    return found;
-}
 
 // What the tools do after a change: every text that was found is shown again with its pieces replaced.
 using Replacements = QList<QPair<QString, QString>>;

@@ -1,6 +1,7 @@
 // The texts of real Qt Quick windows: each found once, where it is shown, and hit by a point; also inside
 // widgets.
 #include "DVCleanQuick.h"
+#include "DVRows.h"
 #include "QuickScene.h"
 
 #include <QApplication>
@@ -32,14 +33,6 @@ private:
     QString m_title;
 };
 
-void row(const char *name, const char16_t *body, std::initializer_list<const char *> found)
-{
-    QStringList texts;
-    for (const char *text : found)
-        texts << QString::fromUtf8(text);
-    QTest::newRow(name) << QString::fromUtf16(body) << texts;
-}
-
 QPointF centre(const QQuickItem *item)
 {
     return item->mapToScene({item->width() / 2, item->height() / 2});
@@ -61,148 +54,140 @@ private Q_SLOTS:
 
     void eachShownTextIsFoundOnce_data()
     {
-        QTest::addColumn<QString>("body");
-        QTest::addColumn<QStringList>("found");
-        row("texts and labels", uR"(Column { Text { text: "‹A›" } Label { text: "‹B›" } })", {"[A]", "[B]"});
+        const DVRows<const char *, const char *> row("body", "found"); // several texts are separated by bars
+        row("texts and labels", R"(Column { Text { text: "‹A›" } Label { text: "‹B›" } })", "[A]|[B]");
         row("what lies in front comes last",
-            uR"(Text { text: "‹front›"; z: 1 } Text { text: "‹back›"; z: -1 } Text { text: "‹middle›" })",
-            {"[back]", "[middle]", "[front]"});
-        row("not what is hidden", uR"(
+            R"(Text { text: "‹front›"; z: 1 } Text { text: "‹back›"; z: -1 } Text { text: "‹middle›" })",
+            "[back]|[middle]|[front]");
+        row("not what is hidden", R"(
             Text { text: "‹invisible›"; visible: false }
             Text { text: "‹transparent›"; opacity: 0 }
             Item { visible: false; Text { text: "‹inside invisible›" } }
             Item { opacity: 0; Text { text: "‹inside transparent›" } }
             Text { text: "‹there›" })",
-            {"[there]"});
-        row("not what is clipped away", uR"(
+            "[there]");
+        row("not what is clipped away", R"(
             Item { clip: true; width: 50; height: 20
                 Text { text: "‹cut in part›"; width: 90; height: 20 }
                 Item { x: 60; Text { text: "‹cut off›" } } }
             Text { x: 500; text: "‹beside the window›" })",
-            {"[cut in part]"});
-        row("children of an item without a size", uR"(Item { Item { Text { text: "‹A›" } } })", {"[A]"});
-        row("buttons", uR"(Column {
+            "[cut in part]");
+        row("children of an item without a size", R"(Item { Item { Text { text: "‹A›" } } })", "[A]");
+        row("buttons", R"(Column {
             Button { text: "‹&Save›" } CheckBox { text: "‹check›" } RadioButton { text: "‹radio›" }
             Switch { text: "‹switch›" } ToolButton { text: "‹tool›" } RoundButton { text: "‹round›" }
             ItemDelegate { text: "‹item›" } CheckDelegate { text: "‹checked item›" }
             DelayButton { text: "‹delay›" } })",
-            {"[&Save]", "[check]", "[radio]", "[switch]", "[tool]", "[round]", "[item]", "[checked item]",
-             "[delay]"});
-        row("a button that shows its icon only", uR"(Button { text: "‹A›"; display: Button.IconOnly })", {});
-        row("a button with contents of its own", uR"(Button { text: "‹unseen›"
+            "[&Save]|[check]|[radio]|[switch]|[tool]|[round]|[item]|[checked item]|[delay]");
+        row("a button that shows its icon only", R"(Button { text: "‹A›"; display: Button.IconOnly })", "");
+        row("a button with contents of its own", R"(Button { text: "‹unseen›"
             contentItem: Row { Text { text: "‹A›" } Text { text: "‹B›" } } })",
-            {"[A]", "[B]"});
-        row("two buttons of one text", uR"(Row { Button { text: "‹OK›" } Button { text: "‹OK›" } })",
-            {"[OK]", "[OK]"});
+            "[A]|[B]");
+        row("two buttons of one text", R"(Row { Button { text: "‹OK›" } Button { text: "‹OK›" } })",
+            "[OK]|[OK]");
         row("a group box",
-            uR"(GroupBox { title: "‹group›"; Column { Text { text: "‹A›" } Text { text: "‹B›" } } })",
-            {"[group]", "[A]", "[B]"});
-        row("a group box with a text like its title", uR"(GroupBox { title: "‹A›"; Text { text: "‹A›" } })",
-            {"[A]", "[A]"});
-        row("tabs", uR"(TabBar { width: 300; TabButton { text: "‹one›" } TabButton { text: "‹two›" } })",
-            {"[one]", "[two]"});
-        row("a closed menu", uR"(menuBar: MenuBar { Menu { title: "‹&File›"; Action { text: "‹Open›" } } })",
-            {"[&File]"});
-        row("an open menu", uR"(Menu { title: "‹unseen›"; Component.onCompleted: open()
+            R"(GroupBox { title: "‹group›"; Column { Text { text: "‹A›" } Text { text: "‹B›" } } })",
+            "[group]|[A]|[B]");
+        row("a group box with a text like its title", R"(GroupBox { title: "‹A›"; Text { text: "‹A›" } })",
+            "[A]|[A]");
+        row("tabs", R"(TabBar { width: 300; TabButton { text: "‹one›" } TabButton { text: "‹two›" } })",
+            "[one]|[two]");
+        row("a closed menu", R"(menuBar: MenuBar { Menu { title: "‹&File›"; Action { text: "‹Open›" } } })",
+            "[&File]");
+        row("an open menu", R"(Menu { title: "‹unseen›"; Component.onCompleted: open()
             Action { text: "‹Open›" } MenuItem { text: "‹Close›" } Menu { title: "‹More›" } })",
-            {"[Open]", "[Close]", "[More]"});
-        row("a closed combo box", uR"(ComboBox { model: ["‹A›", "‹B›"]; currentIndex: 1 })", {"[B]"});
-        row("an open combo box", uR"(ComboBox { model: ["‹A›", "‹B›"]; currentIndex: 1
+            "[Open]|[Close]|[More]");
+        row("a closed combo box", R"(ComboBox { model: ["‹A›", "‹B›"]; currentIndex: 1 })", "[B]");
+        row("an open combo box", R"(ComboBox { model: ["‹A›", "‹B›"]; currentIndex: 1
             Component.onCompleted: popup.open() })",
-            {"[B]", "[A]", "[B]"});
+            "[B]|[A]|[B]");
         row("a spin box that writes words",
-            uR"(SpinBox { value: 2; textFromValue: value => "‹«" + value + "» plants›" })", {"[{2} plants]"});
-        row("what an empty field asks for", uR"(Column {
+            R"(SpinBox { value: 2; textFromValue: value => "‹«" + value + "» plants›" })", "[{2} plants]");
+        row("what an empty field asks for", R"(Column {
             TextField { placeholderText: "‹name›" } TextArea { placeholderText: "‹story›" } })",
-            {"[name]", "[story]"});
-        row("a field that the host has filled", uR"(Column {
+            "[name]|[story]");
+        row("a field that the host has filled", R"(Column {
             TextField { placeholderText: "‹unseen›"; text: "‹A›" } TextArea { text: "‹B›" } TextInput { text: "‹C›" } })",
-            {"[A]", "[B]", "[C]"});
-        row("never a password", uR"(TextField { text: "‹A›"; echoMode: TextInput.Password })", {});
-        row("a tool tip", uR"(Button { id: b; text: "‹A›"
+            "[A]|[B]|[C]");
+        row("never a password", R"(TextField { text: "‹A›"; echoMode: TextInput.Password })", "");
+        row("a tool tip", R"(Button { id: b; text: "‹A›"
             Component.onCompleted: Qt.callLater(() => ToolTip.show("‹tip›")) })",
-            {"[A]", "[tip]"});
-        row("a dialog over a page", uR"(Text { text: "‹below›" }
+            "[A]|[tip]");
+        row("a dialog over a page", R"(Text { text: "‹below›" }
             Dialog { title: "‹title›"; visible: true; Text { text: "‹body›" } })",
-            {"[below]", "[title]", "[body]"});
-        row("a page whose title its header shows", uR"(Page { id: page; title: "‹title›"
+            "[below]|[title]|[body]");
+        row("a page whose title its header shows", R"(Page { id: page; title: "‹title›"
             header: Label { text: page.title } Text { text: "‹A›" } })",
-            {"[title]", "[A]"});
-        row("a page whose title nothing shows", uR"(Page { title: "‹title›"; Text { text: "‹A›" } })",
-            {"[A]"});
-        row("the window's title", uR"(title: "‹title›"; Text { text: "‹A›" })", {"[title]", "[A]"});
-        row("delegates in sight", uR"(ListView { width: 200; height: 40; model: 50; cacheBuffer: 400
+            "[title]|[A]");
+        row("a page whose title nothing shows", R"(Page { title: "‹title›"; Text { text: "‹A›" } })", "[A]");
+        row("the window's title", R"(title: "‹title›"; Text { text: "‹A›" })", "[title]|[A]");
+        row("delegates in sight", R"(ListView { width: 200; height: 40; model: 50; cacheBuffer: 400
             delegate: Text { height: 20; text: "‹" + index + "›" } })",
-            {"[0]", "[1]"});
-        row("cells", uR"(GridView { width: 100; height: 50; cellWidth: 50; cellHeight: 50; model: 8
+            "[0]|[1]");
+        row("cells", R"(GridView { width: 100; height: 50; cellWidth: 50; cellHeight: 50; model: 8
             delegate: Text { text: "‹" + index + "›" } })",
-            {"[0]", "[1]"});
-        row("the page on top of a stack", uR"(StackView { anchors.fill: parent
+            "[0]|[1]");
+        row("the page on top of a stack", R"(StackView { anchors.fill: parent
             initialItem: Text { text: "‹below›" }
             Component.onCompleted: push(Qt.createQmlObject('import QtQuick; Text { text: "‹top›" }', this)) })",
-            {"[top]"});
-        row("the current page of a swipe view", uR"(SwipeView { anchors.fill: parent; currentIndex: 1
+            "[top]");
+        row("the current page of a swipe view", R"(SwipeView { anchors.fill: parent; currentIndex: 1
             Item { Text { text: "‹one›" } } Item { Text { text: "‹two›" } } Item { Text { text: "‹three›" } } })",
-            {"[two]"});
-        row("loaded and repeated items", uR"(Column {
+            "[two]");
+        row("loaded and repeated items", R"(Column {
             Loader { sourceComponent: Text { text: "‹loaded›" } }
             Repeater { model: ["‹A›", "‹B›"]; Text { text: modelData } } })",
-            {"[loaded]", "[A]", "[B]"});
-        row("a component that draws its text by an alias", uR"(Item { property alias text: inner.text
+            "[loaded]|[A]|[B]");
+        row("a component that draws its text by an alias", R"(Item { property alias text: inner.text
             Text { id: inner; text: "‹A›" } })",
-            {"[A]"});
-        row("a component with a title and more", uR"(Item { property string title: "‹A›"
+            "[A]");
+        row("a component with a title and more", R"(Item { property string title: "‹A›"
             Column { Text { text: parent.parent.title } Text { text: "‹B›" } } })",
-            {"[A]", "[B]"});
-        row("a component that only keeps a title", uR"(Rectangle { property string title: "‹A›" })", {});
-        row("an item that draws its own text", uR"(Plate { title: "‹A›"; width: 50; height: 50 })", {"[A]"});
-        row("a text with another in it", uR"(Text { text: "‹A›"; Text { y: 20; text: "‹B›" } })",
-            {"[A]", "[B]"});
+            "[A]|[B]");
+        row("a component that only keeps a title", R"(Rectangle { property string title: "‹A›" })", "");
+        row("an item that draws its own text", R"(Plate { title: "‹A›"; width: 50; height: 50 })", "[A]");
+        row("a text with another in it", R"(Text { text: "‹A›"; Text { y: 20; text: "‹B›" } })", "[A]|[B]");
     }
 
     void eachShownTextIsFoundOnce()
     {
         QFETCH(QString, body);
-        QFETCH(QStringList, found);
+        QFETCH(QString, found);
         const QuickScene scene(m_engine, body);
         QVERIFY(scene.isShown());
-        QTRY_COMPARE(texts(scene.view()), found);
+        QTRY_COMPARE(texts(scene.view()).join(u'|'), found);
         // The same when fields hold clean texts.
         QObject tools;
         dv_followQuickWindow(*scene.window, tools);
-        QTRY_COMPARE(texts(scene.view()), found);
+        QTRY_COMPARE(texts(scene.view()).join(u'|'), found);
     }
 
     // A press on any found text finds that text, whatever transforms it.
     void aPointFindsTheTextThatIsShownThere_data()
     {
-        QTest::addColumn<QString>("body");
-        const auto body = [](const char *name, const char16_t *text) {
-            QTest::newRow(name) << QString::fromUtf16(text);
-        };
-        body("a plain text", uR"(Text { objectName: "it"; x: 50; y: 60; text: "‹A›" })");
-        body("turned", uR"(Text { objectName: "it"; x: 100; y: 100; rotation: 90; text: "‹A long one›" })");
-        body("scaled", uR"(Item { x: 30; scale: 3; Text { objectName: "it"; x: 40; y: 20; text: "‹A›" } })");
-        body("moved by a transformation",
-             uR"(Text { objectName: "it"; text: "‹A›"; transform: Translate { x: 200; y: 100 } })");
-        body("mirrored", uR"(Row { width: 400; LayoutMirroring.enabled: true
+        const DVRows<const char *> row("body");
+        row("a plain text", R"(Text { objectName: "it"; x: 50; y: 60; text: "‹A›" })");
+        row("turned", R"(Text { objectName: "it"; x: 100; y: 100; rotation: 90; text: "‹A long one›" })");
+        row("scaled", R"(Item { x: 30; scale: 3; Text { objectName: "it"; x: 40; y: 20; text: "‹A›" } })");
+        row("moved by a transformation",
+            R"(Text { objectName: "it"; text: "‹A›"; transform: Translate { x: 200; y: 100 } })");
+        row("mirrored", R"(Row { width: 400; LayoutMirroring.enabled: true
             Text { objectName: "it"; text: "‹A›" } Text { text: "‹B›" } })");
-        body("elided",
-             uR"(Text { objectName: "it"; width: 40; elide: Text.ElideRight; text: "‹A rather long one›" })");
-        body("wrapped",
-             uR"(Text { objectName: "it"; width: 40; wrapMode: Text.Wrap; text: "‹some words in lines›" })");
-        body("in front of another", uR"(Text { text: "‹back›" } Text { objectName: "it"; text: "‹front›" })");
-        body("below an area for the mouse",
-             uR"(Text { objectName: "it"; text: "‹A›" } MouseArea { anchors.fill: parent })");
-        body(
-            "below a frame that is not filled",
-            uR"(Text { objectName: "it"; text: "‹A›" } Rectangle { anchors.fill: parent; color: "transparent" })");
-        body("a button", uR"(Button { objectName: "it"; text: "‹A›" })");
-        body("a delegate that is scrolled to", uR"(ListView { width: 200; height: 40; model: 9
+        row("elided",
+            R"(Text { objectName: "it"; width: 40; elide: Text.ElideRight; text: "‹A rather long one›" })");
+        row("wrapped",
+            R"(Text { objectName: "it"; width: 40; wrapMode: Text.Wrap; text: "‹some words in lines›" })");
+        row("in front of another", R"(Text { text: "‹back›" } Text { objectName: "it"; text: "‹front›" })");
+        row("below an area for the mouse",
+            R"(Text { objectName: "it"; text: "‹A›" } MouseArea { anchors.fill: parent })");
+        row("below a frame that is not filled",
+            R"(Text { objectName: "it"; text: "‹A›" } Rectangle { anchors.fill: parent; color: "transparent" })");
+        row("a button", R"(Button { objectName: "it"; text: "‹A›" })");
+        row("a delegate that is scrolled to", R"(ListView { width: 200; height: 40; model: 9
             Component.onCompleted: contentY = 60
             delegate: Text { objectName: index === 4 ? "it" : ""; height: 20; text: "‹" + index + "›" } })");
-        body("with a mask",
-             uR"(Text { objectName: "it"; width: 200; height: 100; text: "‹A›"; containmentMask: QtObject {
+        row("with a mask",
+            R"(Text { objectName: "it"; width: 200; height: 100; text: "‹A›"; containmentMask: QtObject {
                  function contains(point: point) : bool { return point.x > 90 } } })");
     }
 
@@ -262,20 +247,15 @@ private Q_SLOTS:
 
     void richTextsHaveAPlainOne_data()
     {
-        QTest::addColumn<QString>("item");
-        QTest::addColumn<QString>("plain");
-        QTest::addColumn<bool>("isRich");
+        const DVRows<const char *, QString, bool> row("item", "plain", "isRich");
         const QString html = u"[<b>Fish</b> &amp; chips]"_qs;
-        QTest::newRow("plain") << u"Text { textFormat: Text.PlainText; text: \"%1\" }"_qs << html << false;
-        QTest::newRow("found to be rich") << u"Text { text: \"%1\" }"_qs << u"[Fish & chips]"_qs << true;
-        QTest::newRow("styled") << u"Text { textFormat: Text.StyledText; text: \"%1\" }"_qs
-                                << u"[Fish & chips]"_qs << true;
-        QTest::newRow("rich") << u"Text { textFormat: Text.RichText; text: \"%1\" }"_qs
-                              << u"[Fish & chips]"_qs << true;
-        QTest::newRow("markdown is its source")
-            << u"Text { textFormat: Text.MarkdownText; text: \"%1\" }"_qs << html << false;
-        QTest::newRow("a document") << u"TextEdit { textFormat: TextEdit.RichText; text: \"%1\" }"_qs
-                                    << u"[Fish & chips]"_qs << true;
+        row("plain", "Text { textFormat: Text.PlainText; text: \"%1\" }", html, false);
+        row("found to be rich", "Text { text: \"%1\" }", u"[Fish & chips]"_qs, true);
+        row("styled", "Text { textFormat: Text.StyledText; text: \"%1\" }", u"[Fish & chips]"_qs, true);
+        row("rich", "Text { textFormat: Text.RichText; text: \"%1\" }", u"[Fish & chips]"_qs, true);
+        row("markdown is its source", "Text { textFormat: Text.MarkdownText; text: \"%1\" }", html, false);
+        row("a document", "TextEdit { textFormat: TextEdit.RichText; text: \"%1\" }", u"[Fish & chips]"_qs,
+            true);
     }
 
     void richTextsHaveAPlainOne()
@@ -309,9 +289,9 @@ private Q_SLOTS:
 
     void scenesInWidgetsBelongToThem_data()
     {
-        QTest::addColumn<bool>("container");
-        QTest::newRow("a QQuickWidget") << false;
-        QTest::newRow("the container of a window") << true;
+        const DVRows<bool> row("container");
+        row("a QQuickWidget", false);
+        row("the container of a window", true);
     }
 
     void scenesInWidgetsBelongToThem()
@@ -399,11 +379,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv)
-{
-    qputenv("QT_QUICK_BACKEND", "software");
-    QApplication application(argc, argv);
-    TestQuickViews test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestQuickViews)
 #include "tst_quickviews.moc"
