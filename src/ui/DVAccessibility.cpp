@@ -37,9 +37,9 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object)
     if (auto *popup = qobject_cast<DVPopupContentView *>(object))
         return new PopupInterface(popup); // the accessibility cache's
     if (auto *dots = qobject_cast<DVPageControl *>(object))
-        return new QAccessibleWidget(dots, QAccessible::Indicator, dots->accessibleName());
+        return new QAccessibleWidget(dots, QAccessible::Indicator);
     if (auto *spinner = qobject_cast<DVActivityIndicator *>(object))
-        return new QAccessibleWidget(spinner, QAccessible::ProgressBar, spinner->accessibleName());
+        return new QAccessibleWidget(spinner, QAccessible::ProgressBar);
     return nullptr;
 }
 

@@ -754,7 +754,8 @@ void tst_Popup::screenReaders()
 {
     auto *screen = new Screen(u"Review changes"_qs);
     auto *dots = new DVPageControl(screen);
-    dots->setNumberOfPages(3);
+    dots->setNumberOfPages(14);
+    dots->setCurrentPage(2);
     DVBarButton *button = screen->addRightButton(u"Close"_qs);
     screen->popup()->presentPopupAnimated(false);
     const auto roleAndName = [](QWidget *widget) {
@@ -762,7 +763,7 @@ void tst_Popup::screenReaders()
         return std::pair(reader->role(), reader->text(QAccessible::Name));
     };
     QCOMPARE(roleAndName(screen->popup()), std::pair(QAccessible::Dialog, u"Review changes"_qs));
-    QCOMPARE(roleAndName(dots), std::pair(QAccessible::Indicator, u"Page 1 of 3"_qs));
+    QCOMPARE(roleAndName(dots), std::pair(QAccessible::Indicator, u"Page 3 of 14"_qs));
     QCOMPARE(roleAndName(button), std::pair(QAccessible::Button, u"Close"_qs));
     // Those of the host are none of ours.
     QCOMPARE(roleAndName(&m_host->field).first, QAccessible::EditableText);
