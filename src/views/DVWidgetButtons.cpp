@@ -68,13 +68,9 @@ const char *dv_actionProperty(const QAction &action, const char *property)
     return plain.property(property) == action.property(property) ? "text" : property;
 }
 
-DVButtonView::DVButtonView(QAbstractButton *button)
-    : DVWidgetView(button)
-{}
-
 std::optional<DVButtonView::Place> DVButtonView::place() const
 {
-    auto *button = static_cast<QAbstractButton *>(widget());
+    auto *button = widget();
     const auto *tool = qobject_cast<QToolButton *>(button);
     const bool textIsHidden = tool && showsIconOnly(*tool);
     QAction *action = tool ? tool->defaultAction() : nullptr;
@@ -98,7 +94,7 @@ void DVButtonView::setOwnText(const DVViewText &text, const DVViewText &newText)
     const std::optional<Place> shown = place();
     if (!shown)
         return;
-    auto *button = static_cast<QAbstractButton *>(widget());
+    auto *button = widget();
     if (shown->object != button || qstrcmp(shown->property, "text") != 0)
         return dv_replacePropertyText(shown->object, shown->property, text.text, newText.text);
     dv_replaceText(

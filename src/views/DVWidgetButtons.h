@@ -7,10 +7,10 @@ class QAbstractButton;
 class QAction;
 
 // A button without a visible text is known by its tool tip.
-class DVButtonView final : public DVWidgetView
+class DVButtonView final : public DVWidgetViewOf<QAbstractButton>
 {
 public:
-    explicit DVButtonView(QAbstractButton *button);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;

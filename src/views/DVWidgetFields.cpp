@@ -89,42 +89,24 @@ void replaceDocumentText(Edit &edit, const QString &text, const QString &newText
 
 } // namespace
 
-DVLineEditView::DVLineEditView(QLineEdit *edit)
-    : DVWidgetView(edit)
-{}
-
-QLineEdit *DVLineEditView::edit() const
-{
-    return static_cast<QLineEdit *>(widget());
-}
-
 std::optional<DVViewText> DVLineEditView::ownText() const
 {
-    if (edit()->text().isEmpty())
-        return placeholderOf(*edit());
-    if (edit()->echoMode() != QLineEdit::Normal)
+    if (widget()->text().isEmpty())
+        return placeholderOf(*widget());
+    if (widget()->echoMode() != QLineEdit::Normal)
         return std::nullopt;
-    return DVViewText{dv_markedText(edit(), {"text"}, edit()->text()), {}};
+    return DVViewText{dv_markedText(widget(), {"text"}, widget()->text()), {}};
 }
 
 void DVLineEditView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
-    if (edit()->text().isEmpty())
-        return replacePlaceholder(edit(), text, newText);
-    if (edit()->isModified() || edit()->echoMode() != QLineEdit::Normal)
+    if (widget()->text().isEmpty())
+        return replacePlaceholder(widget(), text, newText);
+    if (widget()->isModified() || widget()->echoMode() != QLineEdit::Normal)
         return;
     dv_replaceText(
-        {edit(), {"text"}, edit()->text(), [this](const QString &held) { setLineText(*edit(), held); }},
+        {widget(), {"text"}, widget()->text(), [this](const QString &held) { setLineText(*widget(), held); }},
         text.text, newText.text);
-}
-
-DVTextEditView::DVTextEditView(QTextEdit *edit)
-    : DVWidgetView(edit)
-{}
-
-QTextEdit *DVTextEditView::edit() const
-{
-    return static_cast<QTextEdit *>(widget());
 }
 
 bool DVTextEditView::hasAsSubview(const QWidget & /*child*/) const
@@ -134,34 +116,25 @@ bool DVTextEditView::hasAsSubview(const QWidget & /*child*/) const
 
 std::optional<DVViewText> DVTextEditView::ownText() const
 {
-    if (edit()->document()->isEmpty())
-        return placeholderOf(*edit());
-    const QString held = edit()->toPlainText();
-    const QString text = dv_markedText(edit(), {"plainText"}, held);
-    if (!dv_holdsCues(text) || !dv_isRich(*edit()->document()))
+    if (widget()->document()->isEmpty())
+        return placeholderOf(*widget());
+    const QString held = widget()->toPlainText();
+    const QString text = dv_markedText(widget(), {"plainText"}, held);
+    if (!dv_holdsCues(text) || !dv_isRich(*widget()->document()))
         return DVViewText{text, {}};
-    return DVViewText{text, dv_markedText(edit(), {"html"}, edit()->toHtml())};
+    return DVViewText{text, dv_markedText(widget(), {"html"}, widget()->toHtml())};
 }
 
 void DVTextEditView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
-    if (edit()->document()->isEmpty())
-        return replacePlaceholder(edit(), text, newText);
-    if (isWrittenByUser(*edit()))
+    if (widget()->document()->isEmpty())
+        return replacePlaceholder(widget(), text, newText);
+    if (isWrittenByUser(*widget()))
         return;
     const auto set = [&newText](QTextEdit &target) {
         newText.isRich() ? target.setHtml(newText.richText) : target.setPlainText(newText.text);
     };
-    replaceDocumentText(*edit(), text.text, newText.text, set, dv_cleanTextEdit);
-}
-
-DVPlainTextEditView::DVPlainTextEditView(QPlainTextEdit *edit)
-    : DVWidgetView(edit)
-{}
-
-QPlainTextEdit *DVPlainTextEditView::edit() const
-{
-    return static_cast<QPlainTextEdit *>(widget());
+    replaceDocumentText(*widget(), text.text, newText.text, set, dv_cleanTextEdit);
 }
 
 bool DVPlainTextEditView::hasAsSubview(const QWidget & /*child*/) const
@@ -171,17 +144,17 @@ bool DVPlainTextEditView::hasAsSubview(const QWidget & /*child*/) const
 
 std::optional<DVViewText> DVPlainTextEditView::ownText() const
 {
-    if (edit()->document()->isEmpty())
-        return placeholderOf(*edit());
-    return DVViewText{dv_markedText(edit(), {"plainText"}, edit()->toPlainText()), {}};
+    if (widget()->document()->isEmpty())
+        return placeholderOf(*widget());
+    return DVViewText{dv_markedText(widget(), {"plainText"}, widget()->toPlainText()), {}};
 }
 
 void DVPlainTextEditView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
-    if (edit()->document()->isEmpty())
-        return replacePlaceholder(edit(), text, newText);
-    if (isWrittenByUser(*edit()))
+    if (widget()->document()->isEmpty())
+        return replacePlaceholder(widget(), text, newText);
+    if (isWrittenByUser(*widget()))
         return;
     const auto set = [&newText](QPlainTextEdit &target) { target.setPlainText(newText.text); };
-    replaceDocumentText(*edit(), text.text, newText.text, set, dv_cleanPlainTextEdit);
+    replaceDocumentText(*widget(), text.text, newText.text, set, dv_cleanPlainTextEdit);
 }

@@ -10,22 +10,19 @@ class QTextDocument;
 class QTextEdit;
 
 // Hidden input has no text.
-class DVLineEditView final : public DVWidgetView
+class DVLineEditView final : public DVWidgetViewOf<QLineEdit>
 {
 public:
-    explicit DVLineEditView(QLineEdit *edit);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;
-
-private:
-    QLineEdit *edit() const;
 };
 
-class DVTextEditView final : public DVWidgetView
+class DVTextEditView final : public DVWidgetViewOf<QTextEdit>
 {
 public:
-    explicit DVTextEditView(QTextEdit *edit);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     // Rich only where it has markers: making HTML of a long text costs.
     std::optional<DVViewText> ownText() const override;
@@ -33,22 +30,16 @@ public:
 
 protected:
     bool hasAsSubview(const QWidget &child) const override;
-
-private:
-    QTextEdit *edit() const;
 };
 
-class DVPlainTextEditView final : public DVWidgetView
+class DVPlainTextEditView final : public DVWidgetViewOf<QPlainTextEdit>
 {
 public:
-    explicit DVPlainTextEditView(QPlainTextEdit *edit);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;
 
 protected:
     bool hasAsSubview(const QWidget &child) const override;
-
-private:
-    QPlainTextEdit *edit() const;
 };

@@ -89,27 +89,18 @@ private:
 
 } // namespace
 
-DVGraphicsView::DVGraphicsView(QGraphicsView *view)
-    : DVWidgetView(view)
-{}
-
-QGraphicsView *DVGraphicsView::view() const
-{
-    return static_cast<QGraphicsView *>(widget());
-}
-
 QList<DVViewPtr> DVGraphicsView::parts() const
 {
     QList<DVViewPtr> texts;
-    for (QGraphicsItem *item : view()->items(view()->viewport()->rect())) { // from front to back
+    for (QGraphicsItem *item : widget()->items(widget()->viewport()->rect())) { // from front to back
         if (item->isVisible() && SceneText::isText(item))
-            texts.prepend(std::make_shared<SceneText>(view(), item));
+            texts.prepend(std::make_shared<SceneText>(widget(), item));
     }
     return texts;
 }
 
 DVViewPtr DVGraphicsView::partAt(const QPoint &point) const
 {
-    QGraphicsItem *item = view()->itemAt(view()->viewport()->mapFrom(widget(), point));
-    return item && SceneText::isText(item) ? std::make_shared<SceneText>(view(), item) : nullptr;
+    QGraphicsItem *item = widget()->itemAt(widget()->viewport()->mapFrom(widget(), point));
+    return item && SceneText::isText(item) ? std::make_shared<SceneText>(widget(), item) : nullptr;
 }

@@ -6,15 +6,12 @@
 class QGraphicsView;
 
 // Text items that can be seen; widgets in the scene are not looked into.
-class DVGraphicsView final : public DVWidgetView
+class DVGraphicsView final : public DVWidgetViewOf<QGraphicsView>
 {
 public:
-    explicit DVGraphicsView(QGraphicsView *view);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;
     DVViewPtr partAt(const QPoint &point) const override;
-
-private:
-    QGraphicsView *view() const;
 };

@@ -133,15 +133,6 @@ private:
 
 } // namespace
 
-DVItemView::DVItemView(QAbstractItemView *view)
-    : DVWidgetView(view)
-{}
-
-QAbstractItemView *DVItemView::view() const
-{
-    return static_cast<QAbstractItemView *>(widget());
-}
-
 void DVItemView::contentsDidChange()
 {
     if (!widget())
@@ -149,48 +140,39 @@ void DVItemView::contentsDidChange()
     const auto *list = qobject_cast<QListView *>(widget());
     // Laying out again would put back what the user has moved.
     if (!list || list->movement() == QListView::Static)
-        view()->doItemsLayout();
-    view()->viewport()->update();
+        widget()->doItemsLayout();
+    widget()->viewport()->update();
 }
 
 QList<DVViewPtr> DVItemView::parts() const
 {
     QList<DVViewPtr> cells;
-    for (const QModelIndex &index : dv_shownCells(*view())) {
+    for (const QModelIndex &index : dv_shownCells(*widget())) {
         if (isText(index.data(Qt::DisplayRole)))
-            cells << std::make_shared<Cell>(view(), index);
+            cells << std::make_shared<Cell>(widget(), index);
     }
     return cells;
 }
 
 DVViewPtr DVItemView::partAt(const QPoint &point) const
 {
-    const QModelIndex index = view()->indexAt(view()->viewport()->mapFrom(widget(), point));
-    if (!index.isValid() || view()->indexWidget(index) || !isText(index.data(Qt::DisplayRole)))
+    const QModelIndex index = widget()->indexAt(widget()->viewport()->mapFrom(widget(), point));
+    if (!index.isValid() || widget()->indexWidget(index) || !isText(index.data(Qt::DisplayRole)))
         return nullptr;
-    return std::make_shared<Cell>(view(), index);
-}
-
-DVHeaderView::DVHeaderView(QHeaderView *header)
-    : DVWidgetView(header)
-{}
-
-QHeaderView *DVHeaderView::header() const
-{
-    return static_cast<QHeaderView *>(widget());
+    return std::make_shared<Cell>(widget(), index);
 }
 
 void DVHeaderView::contentsDidChange()
 {
-    if (widget() && header()->count() > 0)
-        header()->headerDataChanged(header()->orientation(), 0, header()->count() - 1);
+    if (widget() && widget()->count() > 0)
+        widget()->headerDataChanged(widget()->orientation(), 0, widget()->count() - 1);
 }
 
 QList<DVViewPtr> DVHeaderView::parts() const
 {
     QList<DVViewPtr> sections;
-    for (int section : dv_shownSections(*header())) {
-        auto part = std::make_shared<Section>(header(), section);
+    for (int section : dv_shownSections(*widget())) {
+        auto part = std::make_shared<Section>(widget(), section);
         if (part->text())
             sections << part;
     }
@@ -199,6 +181,6 @@ QList<DVViewPtr> DVHeaderView::parts() const
 
 DVViewPtr DVHeaderView::partAt(const QPoint &point) const
 {
-    const int section = header()->logicalIndexAt(header()->viewport()->mapFrom(widget(), point));
-    return section < 0 ? nullptr : std::make_shared<Section>(header(), section);
+    const int section = widget()->logicalIndexAt(widget()->viewport()->mapFrom(widget(), point));
+    return section < 0 ? nullptr : std::make_shared<Section>(widget(), section);
 }

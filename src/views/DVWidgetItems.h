@@ -7,32 +7,26 @@
 class QAbstractItemView;
 class QHeaderView;
 
-class DVItemView final : public DVWidgetView
+class DVItemView final : public DVWidgetViewOf<QAbstractItemView>
 {
 public:
-    explicit DVItemView(QAbstractItemView *view);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     void contentsDidChange() override;
 
 protected:
     QList<DVViewPtr> parts() const override;
     DVViewPtr partAt(const QPoint &point) const override;
-
-private:
-    QAbstractItemView *view() const;
 };
 
-class DVHeaderView final : public DVWidgetView
+class DVHeaderView final : public DVWidgetViewOf<QHeaderView>
 {
 public:
-    explicit DVHeaderView(QHeaderView *header);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     void contentsDidChange() override;
 
 protected:
     QList<DVViewPtr> parts() const override;
     DVViewPtr partAt(const QPoint &point) const override;
-
-private:
-    QHeaderView *header() const;
 };

@@ -38,26 +38,17 @@ void setLabelText(QLabel *label, const QString &text)
 
 } // namespace
 
-DVLabelView::DVLabelView(QLabel *label)
-    : DVWidgetView(label)
-{}
-
-QLabel *DVLabelView::label() const
-{
-    return static_cast<QLabel *>(widget());
-}
-
 std::optional<DVViewText> DVLabelView::ownText() const
 {
-    const QString text = dv_markedText(label(), {"text"}, label()->text());
-    if (text.isEmpty() && !label()->pixmap(Qt::ReturnByValue).isNull())
+    const QString text = dv_markedText(widget(), {"text"}, widget()->text());
+    if (text.isEmpty() && !widget()->pixmap(Qt::ReturnByValue).isNull())
         return std::nullopt;
-    return isRich(*label()) ? DVViewText{plainText(text), text} : DVViewText{text, {}};
+    return isRich(*widget()) ? DVViewText{plainText(text), text} : DVViewText{text, {}};
 }
 
 void DVLabelView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
-    QLabel *target = label();
+    QLabel *target = widget();
     const QPointer<QLabel> alive = target;
     const int start = target->selectionStart();
     const int length = int(target->selectedText().size());

@@ -6,16 +6,13 @@
 class QAbstractButton;
 class QLabel;
 
-class DVLabelView final : public DVWidgetView
+class DVLabelView final : public DVWidgetViewOf<QLabel>
 {
 public:
-    explicit DVLabelView(QLabel *label);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;
-
-private:
-    QLabel *label() const;
 };
 
 // One property or two (`second`, or null), found by name. Where each of two is drawn nobody can tell.

@@ -78,10 +78,6 @@ DVViewPtr entryOf(QWidget *widget, QAction *action)
 
 } // namespace
 
-DVMenuView::DVMenuView(QMenu *menu)
-    : DVWidgetView(menu)
-{}
-
 QList<DVViewPtr> DVMenuView::parts() const
 {
     return entriesOf(widget());
@@ -89,12 +85,8 @@ QList<DVViewPtr> DVMenuView::parts() const
 
 DVViewPtr DVMenuView::partAt(const QPoint &point) const
 {
-    return entryOf(widget(), static_cast<QMenu *>(widget())->actionAt(point));
+    return entryOf(widget(), widget()->actionAt(point));
 }
-
-DVMenuBarView::DVMenuBarView(QMenuBar *bar)
-    : DVWidgetView(bar)
-{}
 
 QList<DVViewPtr> DVMenuBarView::parts() const
 {
@@ -103,7 +95,7 @@ QList<DVViewPtr> DVMenuBarView::parts() const
 
 DVViewPtr DVMenuBarView::partAt(const QPoint &point) const
 {
-    return entryOf(widget(), static_cast<QMenuBar *>(widget())->actionAt(point));
+    return entryOf(widget(), widget()->actionAt(point));
 }
 
 DVViewPtr dv_actionView(QAction *action)

@@ -7,10 +7,10 @@ class QAction;
 class QMenu;
 class QMenuBar;
 
-class DVMenuView final : public DVWidgetView
+class DVMenuView final : public DVWidgetViewOf<QMenu>
 {
 public:
-    explicit DVMenuView(QMenu *menu);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;
@@ -18,10 +18,10 @@ protected:
 };
 
 // Not where the system shows it in a bar of its own.
-class DVMenuBarView final : public DVWidgetView
+class DVMenuBarView final : public DVWidgetViewOf<QMenuBar>
 {
 public:
-    explicit DVMenuBarView(QMenuBar *bar);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;

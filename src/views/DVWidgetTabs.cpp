@@ -90,27 +90,18 @@ private:
 
 } // namespace
 
-DVTabBarView::DVTabBarView(QTabBar *bar)
-    : DVWidgetView(bar)
-{}
-
-QTabBar *DVTabBarView::bar() const
-{
-    return static_cast<QTabBar *>(widget());
-}
-
 QList<DVViewPtr> DVTabBarView::parts() const
 {
     QList<DVViewPtr> tabs;
-    for (int i = 0; i < bar()->count(); ++i) {
-        if (bar()->isTabVisible(i) && bar()->tabRect(i).intersects(bar()->rect()))
-            tabs << std::make_shared<Tab>(bar(), i);
+    for (int i = 0; i < widget()->count(); ++i) {
+        if (widget()->isTabVisible(i) && widget()->tabRect(i).intersects(widget()->rect()))
+            tabs << std::make_shared<Tab>(widget(), i);
     }
     return tabs;
 }
 
 DVViewPtr DVTabBarView::partAt(const QPoint &point) const
 {
-    const int index = bar()->tabAt(point);
-    return index < 0 ? nullptr : std::make_shared<Tab>(bar(), index);
+    const int index = widget()->tabAt(point);
+    return index < 0 ? nullptr : std::make_shared<Tab>(widget(), index);
 }

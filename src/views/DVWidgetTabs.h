@@ -5,15 +5,12 @@
 
 class QTabBar;
 
-class DVTabBarView final : public DVWidgetView
+class DVTabBarView final : public DVWidgetViewOf<QTabBar>
 {
 public:
-    explicit DVTabBarView(QTabBar *bar);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;
     DVViewPtr partAt(const QPoint &point) const override;
-
-private:
-    QTabBar *bar() const;
 };

@@ -119,24 +119,16 @@ QWizard *dv_wizardAbove(const QWidget &widget)
     return qobject_cast<QWizard *>(above);
 }
 
-DVGroupBoxView::DVGroupBoxView(QGroupBox *box)
-    : DVWidgetView(box)
-{}
-
 QList<DVViewPtr> DVGroupBoxView::parts() const
 {
-    if (static_cast<QGroupBox *>(widget())->title().isEmpty())
+    if (widget()->title().isEmpty())
         return {};
     return {std::make_shared<DVPropertyPart>(widget(), "title", groupBoxTitleRect)};
 }
 
-DVStatusBarView::DVStatusBarView(QStatusBar *bar)
-    : DVWidgetView(bar)
-{}
-
 QList<DVViewPtr> DVStatusBarView::parts() const
 {
-    auto *bar = static_cast<QStatusBar *>(widget());
+    auto *bar = widget();
     return bar->currentMessage().isEmpty() ? QList<DVViewPtr>()
                                            : QList<DVViewPtr>{std::make_shared<Message>(bar)};
 }

@@ -13,19 +13,19 @@ DVViewPtr dv_titlePart(QWidget *widget);
 // The wizard that a widget stands in; null for none.
 QWizard *dv_wizardAbove(const QWidget &widget);
 
-class DVGroupBoxView final : public DVWidgetView
+class DVGroupBoxView final : public DVWidgetViewOf<QGroupBox>
 {
 public:
-    explicit DVGroupBoxView(QGroupBox *box);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;
 };
 
-class DVStatusBarView final : public DVWidgetView
+class DVStatusBarView final : public DVWidgetViewOf<QStatusBar>
 {
 public:
-    explicit DVStatusBarView(QStatusBar *bar);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;

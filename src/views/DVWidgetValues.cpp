@@ -51,99 +51,79 @@ qsizetype heldLength(const QWidget &box, const char *property)
 
 } // namespace
 
-DVComboBoxView::DVComboBoxView(QComboBox *box)
-    : DVWidgetView(box)
-{}
-
-QComboBox *DVComboBoxView::box() const
-{
-    return static_cast<QComboBox *>(widget());
-}
-
 bool DVComboBoxView::showsItem() const
 {
-    const QLineEdit *field = box()->lineEdit();
-    return !field || (box()->currentIndex() >= 0 && field->text() == box()->itemText(box()->currentIndex()));
+    const QLineEdit *field = widget()->lineEdit();
+    return !field ||
+           (widget()->currentIndex() >= 0 && field->text() == widget()->itemText(widget()->currentIndex()));
 }
 
 std::optional<DVViewText> DVComboBoxView::ownText() const
 {
     if (!showsItem())
         return std::nullopt;
-    const int index = box()->currentIndex();
+    const int index = widget()->currentIndex();
     if (index < 0)
-        return DVViewText{dv_propertyText(box(), "placeholderText").value_or(QString()), {}};
-    return DVViewText{dv_markedText(box(), dv_entryPlace(*box(), index), box()->itemText(index)), {}};
+        return DVViewText{dv_propertyText(widget(), "placeholderText").value_or(QString()), {}};
+    return DVViewText{dv_markedText(widget(), dv_entryPlace(*widget(), index), widget()->itemText(index)),
+                      {}};
 }
 
 void DVComboBoxView::setOwnText(const DVViewText &text, const DVViewText &newText)
 {
     if (!showsItem())
         return;
-    const int index = box()->currentIndex();
+    const int index = widget()->currentIndex();
     if (index < 0)
-        return dv_replacePropertyText(box(), "placeholderText", text.text, newText.text);
-    dv_replaceEntryText(box(), index, text.text, newText.text);
+        return dv_replacePropertyText(widget(), "placeholderText", text.text, newText.text);
+    dv_replaceEntryText(widget(), index, text.text, newText.text);
 }
 
 bool DVComboBoxView::hasAsSubview(const QWidget &child) const
 {
-    return &child != box()->lineEdit() || !showsItem();
-}
-
-DVSpinBoxView::DVSpinBoxView(QAbstractSpinBox *box)
-    : DVWidgetView(box)
-{}
-
-QAbstractSpinBox *DVSpinBoxView::box() const
-{
-    return static_cast<QAbstractSpinBox *>(widget());
+    return &child != widget()->lineEdit() || !showsItem();
 }
 
 QList<DVViewPtr> DVSpinBoxView::parts() const
 {
     if (showsSpecialValue())
-        return {std::make_shared<SpinBoxPart>(box(), "specialValueText")};
+        return {std::make_shared<SpinBoxPart>(widget(), "specialValueText")};
     QList<DVViewPtr> parts;
     for (const char *property : {"prefix", "suffix"}) {
-        if (heldLength(*box(), property) > 0)
-            parts << std::make_shared<SpinBoxPart>(box(), property);
+        if (heldLength(*widget(), property) > 0)
+            parts << std::make_shared<SpinBoxPart>(widget(), property);
     }
     return parts;
 }
 
 bool DVSpinBoxView::showsSpecialValue() const
 {
-    const QString special = box()->specialValueText();
-    return !special.isEmpty() && box()->text() == special;
+    const QString special = widget()->specialValueText();
+    return !special.isEmpty() && widget()->text() == special;
 }
 
 DVViewPtr DVSpinBoxView::partAt(const QPoint &point) const
 {
-    QLineEdit *field = fieldOf(*box());
+    QLineEdit *field = fieldOf(*widget());
     if (!field || !field->geometry().contains(point))
         return nullptr;
     const QList<DVViewPtr> all = parts();
-    const qsizetype prefix = heldLength(*box(), "prefix");
-    const qsizetype suffix = heldLength(*box(), "suffix");
+    const qsizetype prefix = heldLength(*widget(), "prefix");
+    const qsizetype suffix = heldLength(*widget(), "suffix");
     const int position = field->cursorPositionAt(field->mapFrom(widget(), point));
     if (showsSpecialValue() || (prefix > 0 && position <= prefix))
         return all.value(0);
-    return suffix > 0 && position >= box()->text().size() - suffix ? all.value(all.size() - 1) : nullptr;
+    return suffix > 0 && position >= widget()->text().size() - suffix ? all.value(all.size() - 1) : nullptr;
 }
 
 bool DVSpinBoxView::hasAsSubview(const QWidget &child) const
 {
-    return &child != fieldOf(*box());
+    return &child != fieldOf(*widget());
 }
-
-DVProgressBarView::DVProgressBarView(QProgressBar *bar)
-    : DVWidgetView(bar)
-{}
 
 std::optional<DVViewText> DVProgressBarView::ownText() const
 {
-    const auto *bar = static_cast<QProgressBar *>(widget());
+    const auto *bar = widget();
     if (!bar->isTextVisible() || bar->text().isEmpty())
         return std::nullopt;
     return DVViewText{dv_markedText(bar, {"format"}, bar->format()), {}};

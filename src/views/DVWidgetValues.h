@@ -9,10 +9,10 @@ class QLineEdit;
 class QProgressBar;
 
 // The chosen item or the placeholder. Where the user has written something else, the field in it shows that.
-class DVComboBoxView final : public DVWidgetView
+class DVComboBoxView final : public DVWidgetViewOf<QComboBox>
 {
 public:
-    explicit DVComboBoxView(QComboBox *box);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;
@@ -21,15 +21,14 @@ protected:
     bool hasAsSubview(const QWidget &child) const override;
 
 private:
-    QComboBox *box() const;
     bool showsItem() const;
 };
 
 // What stands before and behind the value, or instead of it.
-class DVSpinBoxView final : public DVWidgetView
+class DVSpinBoxView final : public DVWidgetViewOf<QAbstractSpinBox>
 {
 public:
-    explicit DVSpinBoxView(QAbstractSpinBox *box);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
 protected:
     QList<DVViewPtr> parts() const override;
@@ -37,15 +36,14 @@ protected:
     bool hasAsSubview(const QWidget &child) const override;
 
 private:
-    QAbstractSpinBox *box() const;
     bool showsSpecialValue() const;
 };
 
 // The format, with its places for the value.
-class DVProgressBarView final : public DVWidgetView
+class DVProgressBarView final : public DVWidgetViewOf<QProgressBar>
 {
 public:
-    explicit DVProgressBarView(QProgressBar *bar);
+    using DVWidgetViewOf::DVWidgetViewOf;
 
     std::optional<DVViewText> ownText() const override;
     void setOwnText(const DVViewText &text, const DVViewText &newText) override;

@@ -52,6 +52,18 @@ private:
     QPointer<QWidget> m_widget;
 };
 
+// Of one kind of widget, which its own views get as what it is.
+template<typename Widget> class DVWidgetViewOf : public DVWidgetView
+{
+public:
+    explicit DVWidgetViewOf(Widget *widget)
+        : DVWidgetView(widget)
+    {}
+
+protected:
+    Widget *widget() const { return static_cast<Widget *>(DVWidgetView::widget()); }
+};
+
 // Whether something of it can be seen in its parent: hidden, collapsed to nothing or moved out of the parent
 // it is not shown.
 bool dv_isShown(const QWidget &widget);
