@@ -81,6 +81,7 @@ private Q_SLOTS:
         for (const auto greeting : {originalGreeting, secondReplacement}) // the first of them is kept
             DVMethodTable::declareMethod("Twice", DVMethodTable::Kind::Instance, "greeting", asImp(greeting));
         QCOMPARE(call("Twice"), "original");
+        QVERIFY(!dv_swizzleClassMethod("Twice", "greeting", asImp(firstReplacement), nullptr));
 
         DVImp old = nullptr;
         QVERIFY(dv_class_swizzleMethodAndStore("Twice", "greeting", asImp(firstReplacement), &old));

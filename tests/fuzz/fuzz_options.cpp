@@ -23,24 +23,22 @@
 
 namespace {
 
-constexpr QLatin1StringView keys[] = {
-    QLatin1StringView("mode"),        QLatin1StringView("otaKey"),    QLatin1StringView("apiUserId"),
-    QLatin1StringView("logging"),     QLatin1StringView("UITests"),   QLatin1StringView("apiUserSecret"),
-    QLatin1StringView("syncTimeout"), QLatin1StringView("analytics"), QLatin1StringView("allowLocaleChange"),
-    QLatin1StringView("environment"), QLatin1StringView("servers"),   QLatin1StringView("forceLocale")};
-
-constexpr QLatin1StringView words[] = {QLatin1StringView("DVOTAServing"),
-                                       QLatin1StringView("DVInAppReview"),
-                                       QLatin1StringView("DVContextCapture"),
-                                       QLatin1StringView("DVInAppReviewAndContextCapture"),
-                                       QLatin1StringView("DVDisabled"),
-                                       QLatin1StringView("DVLoggingDebug"),
-                                       QLatin1StringView("DVLoggingInfo"),
-                                       QLatin1StringView("stage"),
-                                       QLatin1StringView("https://host.example"),
-                                       QLatin1StringView("http://127.0.0.1:1"),
-                                       QLatin1StringView("true"),
-                                       QLatin1StringView("1")};
+constexpr const char *keys[] = {
+    "mode",        "otaKey",    "apiUserId",         "logging",     "UITests", "apiUserSecret",
+    "syncTimeout", "analytics", "allowLocaleChange", "environment", "servers", "forceLocale"};
+constexpr const char *serverKeys[] = {"api", "sso", "delivery", "deliveryCdn"};
+constexpr const char *words[] = {"DVOTAServing",
+                                 "DVInAppReview",
+                                 "DVContextCapture",
+                                 "DVInAppReviewAndContextCapture",
+                                 "DVDisabled",
+                                 "DVLoggingDebug",
+                                 "DVLoggingInfo",
+                                 "stage",
+                                 "https://host.example",
+                                 "http://127.0.0.1:1",
+                                 "true",
+                                 "1"};
 
 QString takeText(FuzzInput &in)
 {
@@ -52,55 +50,33 @@ QVariantMap takeMap(FuzzInput &in, int depth);
 QVariant takeNumber(FuzzInput &in, quint8 type)
 {
     const quint64 bits = in.number(8);
-    switch (type % 10) {
-    case 0:
-        return std::bit_cast<double>(bits);
-    case 1:
-        return std::bit_cast<float>(quint32(bits));
-    case 2:
-        return int(bits);
-    case 3:
-        return uint(bits);
-    case 4:
-        return qint64(bits);
-    case 5:
-        return bits;
-    case 6:
-        return QVariant::fromValue(short(bits));
-    case 7:
-        return QVariant::fromValue(static_cast<unsigned long>(bits));
-    case 8:
-        return QVariant::fromValue(static_cast<signed char>(bits));
-    default:
-        return QVariant::fromValue(long(bits));
-    }
+    const QVariant values[] = {std::bit_cast<double>(bits),
+                               std::bit_cast<float>(quint32(bits)),
+                               int(bits),
+                               uint(bits),
+                               qint64(bits),
+                               bits,
+                               QVariant::fromValue(short(bits)),
+                               QVariant::fromValue(static_cast<unsigned long>(bits)),
+                               QVariant::fromValue(static_cast<signed char>(bits)),
+                               QVariant::fromValue(long(bits))};
+    return values[type % std::size(values)];
 }
 
 QVariant takeObject(FuzzInput &in, quint8 type)
 {
     const QString text = takeText(in);
-    switch (type % 10) {
-    case 0:
-        return text.toUtf8();
-    case 1:
-        return QStringList{text};
-    case 2:
-        return QVariantHash{{text, text}};
-    case 3:
-        return QDateTime::fromSecsSinceEpoch(text.size());
-    case 4:
-        return QUrl(text);
-    case 5:
-        return QJsonObject{{text, text}};
-    case 6:
-        return QJsonValue(text);
-    case 7:
-        return QUuid(text);
-    case 8:
-        return QVariant::fromValue(QLatin1Char('1'));
-    default:
-        return QVariant(QLocale(text));
-    }
+    const QVariant values[] = {text.toUtf8(),
+                               QStringList{text},
+                               QVariantHash{{text, text}},
+                               QDateTime::fromSecsSinceEpoch(text.size()),
+                               QUrl(text),
+                               QJsonObject{{text, text}},
+                               QJsonValue(text),
+                               QUuid(text),
+                               QVariant::fromValue(QLatin1Char('1')),
+                               QVariant(QLocale(text))};
+    return values[type % std::size(values)];
 }
 
 QVariant takeValue(FuzzInput &in, int depth)
@@ -125,24 +101,22 @@ QVariant takeValue(FuzzInput &in, int depth)
     case 7:
         return QVariant::fromValue(nullptr);
     default:
-        return QString(words[type % std::size(words)]);
+        return QString::fromLatin1(words[type % std::size(words)]);
     }
 }
 
 // At most the sixteen keys that a byte's lower half names; above, a key of the "servers" map or any text.
 QVariantMap takeMap(FuzzInput &in, int depth)
 {
-    constexpr QLatin1StringView servers[] = {QLatin1StringView("api"), QLatin1StringView("sso"),
-                                             QLatin1StringView("delivery"), QLatin1StringView("deliveryCdn")};
     QVariantMap map;
     while (!in.isEmpty()) {
         const quint8 choice = in.byte();
         if (choice == 0)
             break;
         const quint8 low = choice & 0x0F;
-        const QString key = low < std::size(keys) && depth > 1 ? QString(keys[low])
+        const QString key = low < std::size(keys) && depth > 1 ? QString::fromLatin1(keys[low])
                             : depth > 1                        ? takeText(in)
-                                                               : QString(servers[low % 4]);
+                                                               : QString::fromLatin1(serverKeys[low % 4]);
         map.insert(key, takeValue(in, depth));
     }
     return map;

@@ -11,8 +11,6 @@
 
 #include <QSet>
 
-#include <array>
-
 namespace {
 
 using namespace DVCueMarker;
@@ -48,14 +46,8 @@ DVStringPtr madeForm(const QString &key, const QString &plural, const QString &t
 
 void addForm(Strings &strings, QSet<QString> &writtenKeys, FuzzInput &in)
 {
-    static const std::array<QString, 8> categories{QString(),
-                                                   QStringLiteral("zero"),
-                                                   QStringLiteral("one"),
-                                                   QStringLiteral("two"),
-                                                   QStringLiteral("few"),
-                                                   QStringLiteral("many"),
-                                                   QStringLiteral("other"),
-                                                   QStringLiteral("dual")};
+    static const QStringList categories{QString(), u"zero"_qs, u"one"_qs,   u"two"_qs,
+                                        u"few"_qs, u"many"_qs, u"other"_qs, u"dual"_qs};
     const quint8 choice = in.byte();
     const QString key = madeText(in);
     const QString &plural = categories[choice & 7];
