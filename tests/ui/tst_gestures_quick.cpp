@@ -1,4 +1,5 @@
 // The gestures in windows of Qt Quick: the host's items never notice but for the click that does not come.
+#include "DVRows.h"
 #include "GestureHost.h"
 
 #include "DVWindowGestures.h"
@@ -64,13 +65,10 @@ public:
         QCoreApplication::processEvents();
     }
 
-    // That gets the events, and that has the gestures.
-    QWindow *target() const { return m_target; }
-    QWindow *window() const { return m_view ? m_view.get() : m_widget.windowHandle(); }
+    QWindow *target() const { return m_target; } // of the events
     int uses() const { return m_root->property("uses").toInt(); }
     int cancels() const { return m_root->property("cancels").toInt(); }
     bool isHeld() const { return m_root->property("held").toBool(); }
-    QQuickItem *root() const { return m_root; }
 
 private:
     void showWidget()
@@ -103,132 +101,112 @@ private Q_SLOTS:
         m_host = std::make_unique<GestureHost>();
         DVState::shared().screenshotMode = true;
     }
+
     void cleanup() { m_host.reset(); }
 
-    void clicksAreNotMade_data();
-    void clicksAreNotMade();
-    void theHostGoesOn_data();
-    void theHostGoesOn();
+    void clicksAreNotMade_data()
+    {
+        QTest::addColumn<QString>("content");
+        QTest::addColumn<Place>("place");
+        QTest::addColumn<bool>("byTouch");
+        const QList<std::pair<const char *, QString>> contents{
+            {"a mouse area",
+             u"MouseArea { anchors.fill: parent; onClicked: root.uses++; onCanceled: root.cancels++;"
+             "onContainsPressChanged: root.held = containsPress }"_qs},
+            {"a button", u"Button { anchors.fill: parent; text: 'Press'; onClicked: root.uses++;"
+                         "onCanceled: root.cancels++; onPressedChanged: root.held = pressed }"_qs},
+            {"a check box", u"CheckBox { anchors.fill: parent; text: 'Check'; onToggled: root.uses++ }"_qs},
+            {"a delegate of a list",
+             u"ListView { anchors.fill: parent; model: 3; delegate: ItemDelegate { width: 300; height: 300;"
+             "text: 'Entry'; onClicked: root.uses++ } }"_qs},
+            {"a mouse area in a flickable",
+             u"Flickable { anchors.fill: parent; contentHeight: 900; MouseArea { width: 300; height: 900;"
+             "onClicked: root.uses++ } }"_qs},
+            {"a tap handler", u"TapHandler { onTapped: root.uses++; onCanceled: root.cancels++;"
+                              "onPressedChanged: root.held = pressed }"_qs},
+            {"a tap handler that releases within bounds",
+             u"TapHandler { gesturePolicy: TapHandler.ReleaseWithinBounds; onTapped: root.uses++;"
+             "onCanceled: root.cancels++; onPressedChanged: root.held = pressed }"_qs},
+            {"a tap handler within bounds",
+             u"TapHandler { gesturePolicy: TapHandler.WithinBounds; onTapped: root.uses++;"
+             "onPressedChanged: root.held = pressed }"_qs},
+        };
+        for (const auto &[name, content] : contents) {
+            QTest::addRow("%s, with the mouse", name) << content << Place::View << false;
+            QTest::addRow("%s, with a finger", name) << content << Place::View << true;
+            QTest::addRow("%s in a widget, with the mouse", name) << content << Place::Widget << false;
+            // Others get no taps from a finger in a widget, with us or without.
+            if (!content.contains(u"View") && !content.contains(u"Flickable") &&
+                !content.startsWith(u"TapHandler { onTapped"))
+                QTest::addRow("%s in a widget, with a finger", name) << content << Place::Widget << true;
+            QTest::addRow("%s in a container, with the mouse", name) << content << Place::Container << false;
+            QTest::addRow("%s in a container, with a finger", name) << content << Place::Container << true;
+        }
+    }
+
+    void clicksAreNotMade()
+    {
+        QFETCH(const QString, content);
+        QFETCH(const Place, place);
+        QFETCH(const bool, byTouch);
+        const QString click = byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs;
+        const Scene host(content, place);
+        Hand hand(host.target(), {150, 150});
+
+        DVGestureWatch::remove();
+        hand.perform(click);
+        QCOMPARE(host.uses(), 1);
+        DVGestureWatch::install().cover(DVGestureWatch::Cover::EditionAndActions);
+        hand.perform(click);
+        QCOMPARE(host.uses(), 2); // as without us
+        QCOMPARE(host.cancels(), 0);
+
+        QCOMPARE(m_host->askedBy(hand, byTouch ? u"1+ hold 1-"_qs : longPress), u"capture"_qs);
+        QCOMPARE(host.uses(), 2);
+        QVERIFY(!host.isHeld());
+
+        hand.perform(click);
+        QCOMPARE(host.uses(), 3);
+    }
+
+    void theHostGoesOn_data()
+    {
+        // of the gestures
+        const DVRows<QString, const char *, const char *, bool> row("content", "steps", "expected", "used");
+        const QString flickable =
+            u"Flickable { anchors.fill: parent; contentWidth: 900; onContentXChanged: root.uses++ }"_qs;
+        row("a flickable is flicked", flickable, "L+ move -20 move -20 move -20 move -20 hold L-", "", true);
+        row("a flickable is not moved by an edit", flickable, "L+ hold move -20 move -20 move -20 L-",
+            "capture", false);
+        const QString slider = u"Slider { anchors.fill: parent; value: 0.5; onMoved: root.uses++ }"_qs;
+        row("a slider is moved", slider, "L+ move 20 move 20 hold L-", "", true);
+        row("an item is dragged",
+            u"Rectangle { width: 300; height: 300; onXChanged: root.uses++; DragHandler {} }"_qs,
+            "L+ move 15 move 20 hold move 20 L-", "", true);
+        row("an item is not dragged by an edit",
+            u"Rectangle { width: 300; height: 300; onXChanged: root.uses++; DragHandler {} }"_qs,
+            "L+ hold move 15 move 20 move 20 L-", "capture", false);
+        row("a button that repeats goes on when it is held",
+            u"Button { anchors.fill: parent; autoRepeat: true; autoRepeatDelay: 1; autoRepeatInterval: 1;"
+            "text: 'More'; onClicked: root.uses++ }"_qs,
+            "L+ hold L-", "", true);
+        row("a long press of the host's own comes as ever, to a point",
+            u"MouseArea { anchors.fill: parent; onPressAndHold: root.uses++ }"_qs, "L+ wait 500 L-", "",
+            false);
+    }
+
+    void theHostGoesOn()
+    {
+        QFETCH(const QString, content);
+        QFETCH(const QString, steps);
+        const Scene host(content, Place::View);
+        QTEST(m_host->askedBy({host.target(), {150, 150}}, steps), "expected");
+        QTEST(host.uses() > 0, "used");
+    }
 
 private:
     std::unique_ptr<GestureHost> m_host;
 };
 
-void TestGesturesQuick::clicksAreNotMade_data()
-{
-    QTest::addColumn<QString>("content");
-    QTest::addColumn<Place>("place");
-    QTest::addColumn<bool>("byTouch");
-    const QList<std::pair<const char *, QString>> contents{
-        {"a mouse area",
-         u"MouseArea { anchors.fill: parent; onClicked: root.uses++; onCanceled: root.cancels++;"
-         "onContainsPressChanged: root.held = containsPress }"_qs},
-        {"a button", u"Button { anchors.fill: parent; text: 'Press'; onClicked: root.uses++;"
-                     "onCanceled: root.cancels++; onPressedChanged: root.held = pressed }"_qs},
-        {"a check box", u"CheckBox { anchors.fill: parent; text: 'Check'; onToggled: root.uses++ }"_qs},
-        {"a delegate of a list",
-         u"ListView { anchors.fill: parent; model: 3; delegate: ItemDelegate { width: 300; height: 300;"
-         "text: 'Entry'; onClicked: root.uses++ } }"_qs},
-        {"a mouse area in a flickable",
-         u"Flickable { anchors.fill: parent; contentHeight: 900; MouseArea { width: 300; height: 900;"
-         "onClicked: root.uses++ } }"_qs},
-        {"a tap handler", u"TapHandler { onTapped: root.uses++; onCanceled: root.cancels++;"
-                          "onPressedChanged: root.held = pressed }"_qs},
-        {"a tap handler that releases within bounds",
-         u"TapHandler { gesturePolicy: TapHandler.ReleaseWithinBounds; onTapped: root.uses++;"
-         "onCanceled: root.cancels++; onPressedChanged: root.held = pressed }"_qs},
-        {"a tap handler within bounds",
-         u"TapHandler { gesturePolicy: TapHandler.WithinBounds; onTapped: root.uses++;"
-         "onPressedChanged: root.held = pressed }"_qs},
-    };
-    for (const auto &[name, content] : contents) {
-        QTest::addRow("%s, with the mouse", name) << content << Place::View << false;
-        QTest::addRow("%s, with a finger", name) << content << Place::View << true;
-        QTest::addRow("%s in a widget, with the mouse", name) << content << Place::Widget << false;
-        // Others get no taps from a finger in a widget, with us or without.
-        if (!content.contains(u"View") && !content.contains(u"Flickable") &&
-            !content.startsWith(u"TapHandler { onTapped"))
-            QTest::addRow("%s in a widget, with a finger", name) << content << Place::Widget << true;
-        QTest::addRow("%s in a container, with the mouse", name) << content << Place::Container << false;
-        QTest::addRow("%s in a container, with a finger", name) << content << Place::Container << true;
-    }
-}
-
-void TestGesturesQuick::clicksAreNotMade()
-{
-    QFETCH(const QString, content);
-    QFETCH(const Place, place);
-    QFETCH(const bool, byTouch);
-    const Scene host(content, place);
-    Hand hand(host.target(), {150, 150});
-
-    DVGestureWatch::remove();
-    hand.perform(byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs);
-    const int usesOfAClick = host.uses();
-    QCOMPARE(usesOfAClick, 1);
-    DVGestureWatch::install().cover(DVGestureWatch::Cover::EditionAndActions);
-    hand.perform(byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs);
-    QCOMPARE(host.uses(), 2 * usesOfAClick); // as without us
-    QCOMPARE(host.cancels(), 0);
-
-    hand.perform(byTouch ? u"1+ hold 1-"_qs : u"L+ hold L-"_qs);
-    QCOMPARE(host.uses(), 2 * usesOfAClick);
-    QVERIFY(!host.isHeld());
-    QCOMPARE(m_host->asked.take(), u"capture"_qs);
-
-    hand.perform(byTouch ? u"1+ wait 300 1-"_qs : u"L+ wait 300 L-"_qs);
-    QCOMPARE(host.uses(), 3 * usesOfAClick);
-}
-
-void TestGesturesQuick::theHostGoesOn_data()
-{
-    QTest::addColumn<QString>("content");
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("expected"); // of the gestures
-    QTest::addColumn<bool>("used");
-
-    const QString flickable =
-        u"Flickable { anchors.fill: parent; contentWidth: 900; onContentXChanged: root.uses++ }"_qs;
-    QTest::newRow("a flickable is flicked")
-        << flickable << u"L+ move -20 move -20 move -20 move -20 hold L-"_qs << u""_qs << true;
-    QTest::newRow("a flickable is not moved by an edit")
-        << flickable << u"L+ hold move -20 move -20 move -20 L-"_qs << u"capture"_qs << false;
-    const QString slider = u"Slider { anchors.fill: parent; value: 0.5; onMoved: root.uses++ }"_qs;
-    QTest::newRow("a slider is moved") << slider << u"L+ move 20 move 20 hold L-"_qs << u""_qs << true;
-    QTest::newRow("an item is dragged")
-        << u"Rectangle { width: 300; height: 300; onXChanged: root.uses++; DragHandler {} }"_qs
-        << u"L+ move 15 move 20 hold move 20 L-"_qs << u""_qs << true;
-    QTest::newRow("an item is not dragged by an edit")
-        << u"Rectangle { width: 300; height: 300; onXChanged: root.uses++; DragHandler {} }"_qs
-        << u"L+ hold move 15 move 20 move 20 L-"_qs << u"capture"_qs << false;
-    QTest::newRow("a button that repeats goes on when it is held")
-        << u"Button { anchors.fill: parent; autoRepeat: true; autoRepeatDelay: 1; autoRepeatInterval: 1;"
-           "text: 'More'; onClicked: root.uses++ }"_qs
-        << u"L+ hold L-"_qs << u""_qs << true;
-    QTest::newRow("a long press of the host's own comes as ever, to a point")
-        << u"MouseArea { anchors.fill: parent; onPressAndHold: root.uses++ }"_qs << u"L+ wait 500 L-"_qs
-        << u""_qs << false;
-}
-
-void TestGesturesQuick::theHostGoesOn()
-{
-    QFETCH(const QString, content);
-    QFETCH(const QString, steps);
-    QFETCH(const QString, expected);
-    QFETCH(const bool, used);
-    const Scene host(content, Place::View);
-
-    Hand(host.target(), {150, 150}).perform(steps);
-
-    QCOMPARE(m_host->asked.take(), expected);
-    QCOMPARE(host.uses() > 0, used);
-}
-
-int main(int argc, char **argv)
-{
-    qputenv("QT_QUICK_BACKEND", "software");
-    const QApplication application(argc, argv);
-    TestGesturesQuick test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestGesturesQuick)
 #include "tst_gestures_quick.moc"
