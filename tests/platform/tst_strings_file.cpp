@@ -1,12 +1,12 @@
 #include "DVPropertyList.h"
 #include "DVRows.h"
 
-#include <QElapsedTimer>
 #include <QStringEncoder>
 
 #include <plist/plist.h>
 
 #include <cstdlib>
+#include <ctime>
 
 using Texts = QHash<QString, QString>;
 Q_DECLARE_METATYPE(Texts)
@@ -246,11 +246,11 @@ private Q_SLOTS:
     void timeGrowsWithTheLengthWhateverTheText()
     {
         QFETCH(QByteArray, unit);
-        QElapsedTimer timer;
-        timer.start();
+        const std::clock_t before = std::clock(); // of the processor: others may keep it busy
         (void)dv_stringsFileFromData(unit.repeated(4 << 20 >> (unit.size() / 2)));
         // A reader that looks back would take hours.
-        QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+        const auto seconds = (std::clock() - before) / CLOCKS_PER_SEC;
+        QVERIFY2(seconds < 20, qPrintable(QString::number(seconds)));
     }
 };
 
