@@ -103,7 +103,7 @@ QString entity(QStringView name)
         return character(name.sliced(1));
     if (nameOfTag(name).size() != name.size())
         return {};
-    const QString shown = QTextDocumentFragment::fromHtml(QString(u'&' % name % u';')).toPlainText();
+    const QString shown = DVMarkup::plainText(QString(u'&' % name % u';'));
     return shown.contains(name) ? QString() : shown;
 }
 
@@ -224,6 +224,11 @@ QString DVMarkup::textOf(QStringView html)
     }
     appendResolved(text, html.sliced(position));
     return text;
+}
+
+QString DVMarkup::plainText(const QString &html)
+{
+    return QTextDocumentFragment::fromHtml(html).toPlainText();
 }
 
 QString DVMarkup::escaped(const QString &text, bool inTag)

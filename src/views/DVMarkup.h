@@ -22,6 +22,9 @@ QList<DVMarkupTag> tagsIn(QStringView html);
 // The text of a source without its tags, its entities resolved, white space as it is.
 QString textOf(QStringView html);
 
+// The text of a source as it is shown.
+QString plainText(const QString &html);
+
 // A text as source. In a tag also with the quotation marks of attributes.
 QString escaped(const QString &text, bool inTag = false);
 

@@ -1,12 +1,13 @@
 #include "DVQuickTexts.h"
 
+#include "DVMarkup.h"
 #include "DVPropertyText.h"
 #include "DVQuickClass.h"
 #include "DVQuickScene.h"
 
 #include <QMetaProperty>
 #include <QQuickItem>
-#include <QTextDocumentFragment>
+#include <QTextDocument>
 #include <QVariant>
 
 #include <algorithm>
@@ -171,7 +172,7 @@ DVViewText dv_quickText(const QObject &object, const char *property)
 {
     const QString marked = dv_quickMarkedText(object, property);
     if (qstrcmp(property, "text") == 0 && isRichText(object, marked))
-        return {QTextDocumentFragment::fromHtml(marked).toPlainText(), marked};
+        return {DVMarkup::plainText(marked), marked};
     return {marked, {}};
 }
 

@@ -1,6 +1,7 @@
 #include "DVViewStrings.h"
 
 #include "DVLog.h"
+#include "DVMarkup.h"
 #include "DVPropertyText.h"
 #include "DVTextContainer.h"
 #include "DorvaneViews.h"
@@ -8,14 +9,8 @@
 #include <QSet>
 #include <QTabBar>
 #include <QTabWidget>
-#include <QTextDocumentFragment>
 
 namespace {
-
-QString plainText(const QString &html)
-{
-    return QTextDocumentFragment::fromHtml(html).toPlainText();
-}
 
 void replaceTitle(QObject *object, const QString &title, const QString &newTitle)
 {
@@ -80,7 +75,7 @@ const QList<DVStringPtr> &DVViewStrings::dorvaneStringsInString()
 QString DVViewStrings::newLocalizedString() const
 {
     if (isRich())
-        return m_firstLevel.isEmpty() ? originalString : plainText(newLocalizedAttributedString());
+        return m_firstLevel.isEmpty() ? originalString : DVMarkup::plainText(newLocalizedAttributedString());
     return m_firstLevel.isEmpty() ? originalString : m_found.rebuilt();
 }
 
@@ -111,7 +106,7 @@ void DVViewStrings::updateView()
     if (view)
         updateViewAndAround(newText);
     if (viewController)
-        updateTitles(isRich() ? plainText(newText) : newText);
+        updateTitles(isRich() ? DVMarkup::plainText(newText) : newText);
 }
 
 void DVViewStrings::updateViewAndAround(const QString &newText)

@@ -1,5 +1,6 @@
 #include "DVWidgetLabels.h"
 
+#include "DVMarkup.h"
 #include "DVPropertyText.h"
 #include "DVWidgetPart.h"
 #include "DVWidgetTitles.h"
@@ -14,13 +15,6 @@ bool isRich(const QLabel &label)
 {
     return label.textFormat() == Qt::RichText ||
            (label.textFormat() == Qt::AutoText && Qt::mightBeRichText(label.text()));
-}
-
-QString plainText(const QString &html)
-{
-    QTextDocument document;
-    document.setHtml(html);
-    return document.toPlainText();
 }
 
 // A wizard shows its page's titles in labels of its own, and gives them the texts again and again.
@@ -43,7 +37,7 @@ std::optional<DVViewText> DVLabelView::ownText() const
     const QString text = dv_markedText(widget(), {"text"}, widget()->text());
     if (text.isEmpty() && !widget()->pixmap(Qt::ReturnByValue).isNull())
         return std::nullopt;
-    return isRich(*widget()) ? DVViewText{plainText(text), text} : DVViewText{text, {}};
+    return isRich(*widget()) ? DVViewText{DVMarkup::plainText(text), text} : DVViewText{text, {}};
 }
 
 void DVLabelView::setOwnText(const DVViewText &text, const DVViewText &newText)

@@ -1,15 +1,14 @@
 #include "DorvaneViews.h"
 
 #include "DVLog.h"
+#include "DVMarkup.h"
 #include "DVTextContainer.h"
-
-#include <QTextDocumentFragment>
 
 namespace {
 
 DVViewText richText(const QString &html)
 {
-    return {QTextDocumentFragment::fromHtml(html).toPlainText(), html};
+    return {DVMarkup::plainText(html), html};
 }
 
 DVViewStringsPtr stringsOf(const DVViewPtr &label, const DVViewText &text)
