@@ -137,7 +137,7 @@ Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, cons
     return {};
 }
 
-struct Source
+struct SourceText
 {
     const char *context;
     const char *text;
@@ -145,7 +145,7 @@ struct Source
 };
 
 template<bool cues>
-Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n)
+Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, const SourceText &source, int n)
 {
     if (!snapshot.pictureKeys)
         return storedTranslation<cues>(
@@ -157,7 +157,7 @@ Q_ALWAYS_INLINE QString storedTranslation(const DVLookupSnapshot &snapshot, cons
 }
 
 // Where keys are ids, only the answer tells what it is for.
-Q_NEVER_INLINE QString markedTranslation(const DVLookupSnapshot &snapshot, const Source &source, int n)
+Q_NEVER_INLINE QString markedTranslation(const DVLookupSnapshot &snapshot, const SourceText &source, int n)
 {
     if (!snapshot.unmarked->mayMark(source.context, source.text))
         return storedTranslation<false>(snapshot, source, n);

@@ -6,7 +6,7 @@
 
 namespace {
 
-struct Outcome
+struct DecodedAnswer
 {
     DVErrorOr error;
     QJsonValue json{QJsonValue::Undefined};
@@ -30,9 +30,9 @@ DVErrorOr decodeJson(const QByteArray &body, QJsonValue *json)
     return {};
 }
 
-Outcome outcomeOf(const DVErrorOr &connectionError, const DVHttpResponse &response)
+DecodedAnswer decodedAnswer(const DVErrorOr &connectionError, const DVHttpResponse &response)
 {
-    Outcome outcome;
+    DecodedAnswer outcome;
     outcome.error = connectionError;
     if (!outcome.error)
         outcome.error = decodeJson(response.body, &outcome.json);
@@ -49,11 +49,11 @@ Outcome outcomeOf(const DVErrorOr &connectionError, const DVHttpResponse &respon
 void DVJsonExchange::send(const DVHttpRequest &request, DVJsonCompletion completion,
                           const std::shared_ptr<const QString> &bodyDebug)
 {
-    const auto outcome = std::make_shared<Outcome>();
+    const auto outcome = std::make_shared<DecodedAnswer>();
     DVHttpTransport::send(
         request,
         [outcome](const DVErrorOr &error, const DVHttpResponse &response) {
-            *outcome = outcomeOf(error, response);
+            *outcome = decodedAnswer(error, response);
         },
         [=](const DVErrorOr &, const DVHttpResponse &response) {
             DVNetwork::debugRequest(request, response, outcome->error, outcome->json,

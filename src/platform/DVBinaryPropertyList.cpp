@@ -18,10 +18,10 @@ constexpr quint64 trailerSize = 32;
 constexpr quint64 maximumCount = 4'000'000;         // each costs about 40 bytes of memory before it is read
 constexpr double secondsFrom1970To2001 = 978307200; // the epoch of property lists
 
-class Reader
+class BinaryReader
 {
 public:
-    explicit Reader(const QByteArray &data)
+    explicit BinaryReader(const QByteArray &data)
         : m_data(data)
         , m_budget(quint64(data.size()))
     {}
@@ -250,5 +250,5 @@ private:
 
 std::optional<QVariantMap> dv_mapFromBinaryPropertyList(const QByteArray &data)
 {
-    return Reader(data).read();
+    return BinaryReader(data).read();
 }

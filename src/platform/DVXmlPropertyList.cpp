@@ -5,10 +5,10 @@
 
 namespace {
 
-class Reader
+class XmlReader
 {
 public:
-    explicit Reader(const QByteArray &data)
+    explicit XmlReader(const QByteArray &data)
         : m_xml(data)
     {}
 
@@ -111,5 +111,5 @@ private:
 
 std::optional<QVariantMap> dv_mapFromXmlPropertyList(const QByteArray &data)
 {
-    return Reader(data).read();
+    return XmlReader(data).read();
 }

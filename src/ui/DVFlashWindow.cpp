@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int fadeMilliseconds = 500;
+constexpr int flashMilliseconds = 500;
 
 // One at a time: the next begins anew.
 QPointer<DVFlashWindow> &theFlash()
@@ -41,7 +41,7 @@ void DVFlashWindow::flash()
     window->coverHost();
     window->show();
     DVAnimation::run(
-        *window, fadeMilliseconds, DVAnimation::Curve::EaseInOut,
+        *window, flashMilliseconds, DVAnimation::Curve::EaseInOut,
         [window](double progress) {
             window->m_alpha = 1 - progress;
             window->update();

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr int imageSize = 44;
-constexpr int fadeMilliseconds = 300;
+constexpr int crossfadeMilliseconds = 300;
 constexpr int successMilliseconds = 1000;
 
 void paintShape(QWidget &view, const DVVectorShape &shape, const QColor &tint)
@@ -149,7 +149,7 @@ void DVPopupNavigationTitleView::replaceContentsWithView(QWidget *view, std::fun
     }
     const double before = m_contents ? DVViewEffect::alphaOf(*m_contents) : 0;
     m_animation = DVAnimation::run(
-        *this, fadeMilliseconds, DVAnimation::Curve::EaseInOut,
+        *this, crossfadeMilliseconds, DVAnimation::Curve::EaseInOut,
         [this, before](double progress) {
             if (m_contents)
                 DVViewEffect::apply(*m_contents, 1, before * (1 - progress));
@@ -167,7 +167,7 @@ void DVPopupNavigationTitleView::fadeIn(QWidget *view, const std::function<void(
     }
     m_contents = view;
     m_animation = DVAnimation::run(
-        *this, fadeMilliseconds, DVAnimation::Curve::EaseInOut,
+        *this, crossfadeMilliseconds, DVAnimation::Curve::EaseInOut,
         [this](double progress) {
             if (m_contents)
                 DVViewEffect::apply(*m_contents, 1, progress);

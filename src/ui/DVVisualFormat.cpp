@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr double longestPoints = 1000000; // far beyond any screen, far below where sums overflow
-
 bool isNameCharacter(QChar character, bool first)
 {
     const bool letter = (character >= u'a' && character <= u'z') || (character >= u'A' && character <= u'Z');
@@ -166,10 +164,10 @@ bool Reader::readNumber(double &points)
         ++m_at;
     bool isNumber = false;
     points = QStringView(m_text).mid(begin, m_at - begin).toDouble(&isNumber);
-    if (isNumber && points <= longestPoints)
+    if (isNumber && points <= dv_longestPoints)
         return true;
     m_at = begin;
-    return fail(QStringLiteral("a number up to %1").arg(qint64(longestPoints)));
+    return fail(QStringLiteral("a number up to %1").arg(qint64(dv_longestPoints)));
 }
 
 QString Reader::readName()

@@ -6,6 +6,9 @@
 #include <QList>
 #include <QString>
 
+// What a number in a format or a metric may be at most: far beyond any screen, far below where sums overflow.
+constexpr double dv_longestPoints = 1000000;
+
 // A length: of a view, or of the gap before or after one.
 struct DVLengthRule
 {

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr double longestPoints = 1000000; // as in a format
-
 // The policy of a view along an axis. A widget with a layout of its own expands when its layout does.
 bool expands(const QWidget &view, Qt::Orientation orientation)
 {
@@ -69,7 +67,8 @@ void DVVisualFormatLayout::addView(const QString &key, QWidget *view)
 
 void DVVisualFormatLayout::setMetric(const QString &name, double points)
 {
-    m_metrics.insert(name, std::isfinite(points) ? std::clamp(points, -longestPoints, longestPoints) : 0);
+    m_metrics.insert(name,
+                     std::isfinite(points) ? std::clamp(points, -dv_longestPoints, dv_longestPoints) : 0);
     invalidate();
 }
 

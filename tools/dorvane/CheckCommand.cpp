@@ -21,7 +21,7 @@ namespace {
 constexpr qint64 quietMs = 2000;
 constexpr qint64 quietSize = qint64(64) << 20;
 
-void declare(CommandLine &line)
+void declareCheckOptions(CommandLine &line)
 {
     line.addArgumentList(QStringLiteral("FOLDER|FILE"),
                          QStringLiteral("XLIFF documents, or folders of them (see the project folder)."));
@@ -192,7 +192,7 @@ int runCheck(const QStringList &arguments)
         QStringLiteral("check"),
         QStringLiteral("Finds mistakes in XLIFF documents before users do: arguments that are lost in\n"
                        "translation, plural forms that a language needs, damaged markup and more."));
-    declare(line);
+    declareCheckOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
     if (line.isSet(QStringLiteral("explain")))

@@ -17,7 +17,7 @@ namespace {
 
 constexpr qsizetype longestLine = 600;
 
-void declare(CommandLine &line)
+void declareDoctorOptions(CommandLine &line)
 {
     const auto value = [&line](const char *name, const char *text, const char *valueName) {
         line.addOption(
@@ -101,7 +101,7 @@ int runDoctor(const QStringList &arguments)
         QStringLiteral("doctor"),
         QStringLiteral("Asks a delivery for an application's strings as a device would, tells at each "
                        "step what it saw,\nand what to mend."));
-    declare(line);
+    declareDoctorOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
     auto question = questionIn(line);

@@ -238,7 +238,7 @@ private:
     QStringList m_newLocales;
 };
 
-void declare(CommandLine &line)
+void declareImportOptions(CommandLine &line)
 {
     line.addArgument(QStringLiteral("FILE"), QStringLiteral("File to read."));
     line.addArgumentList(QStringLiteral("FILE"), QStringLiteral("More files, if there are any."));
@@ -292,7 +292,7 @@ int runImport(const QStringList &arguments)
                      QStringLiteral("Makes a project folder of an application's files of translations, or "
                                     "brings it up to\ndate. Asks nothing; prints what it did and what to do "
                                     "next."));
-    declare(line);
+    declareImportOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
     const auto choices = chosen(line);

@@ -7,7 +7,7 @@
 
 namespace {
 
-void declareOptions(CommandLine &line)
+void declarePackOptions(CommandLine &line)
 {
     line.addArgument(QStringLiteral("IN.xlf"), QStringLiteral("XLIFF 1.2 document."));
     line.addArgument(QStringLiteral("OUT.gz"), QStringLiteral("File to write."));
@@ -36,7 +36,7 @@ int runPack(const QStringList &arguments)
                        "(%1, %L1, %n) in source and target texts are put into <ph> elements where they\n"
                        "are not yet: elsewhere an application shows a percent sign as it stands.\n"
                        "What \"dorvane check\" calls an error is refused too."));
-    declareOptions(line);
+    declarePackOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
 

@@ -21,7 +21,7 @@ struct PackedLocale
     DeliveryTree::Published published;
 };
 
-void declareOptions(CommandLine &line)
+void declarePackTreeOptions(CommandLine &line)
 {
     line.addArgument(QStringLiteral("PROJECT"),
                      QStringLiteral("Project folder: project.json and <locale>.xlf files."));
@@ -237,7 +237,7 @@ int runPackTree(const QStringList &arguments)
         QStringLiteral("pack --tree"),
         QStringLiteral("Writes the delivery tree of a project folder, for any static web server:\n"
                        "OUT/projects/<project>/<version>/<locale>/strings.gz."));
-    declareOptions(line);
+    declarePackTreeOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
     QString problem;

@@ -23,7 +23,7 @@ struct ServeOptions
     bool exitWithInput = false;
 };
 
-void declareOptions(CommandLine &line)
+void declareServeOptions(CommandLine &line)
 {
     line.addArgument(QStringLiteral("FOLDER"),
                      QStringLiteral("Project folder: project.json and <locale>.xlf files."));
@@ -162,7 +162,7 @@ int runServe(const QStringList &arguments)
         QStringLiteral("serve"),
         QStringLiteral("Runs a local stand-in for the translation platform over a folder of XLIFF files. "
                        "\nFor development."));
-    declareOptions(line);
+    declareServeOptions(line);
     if (const auto status = line.parse(arguments))
         return *status;
     const auto options = readOptions(line);

@@ -24,7 +24,7 @@ const auto currentLocale = QStringLiteral("locale");
 const auto keychain = QStringLiteral("keychain");
 const auto systemVersion = QStringLiteral("system-version");
 
-void declareOptions(CommandLine &line)
+void declareTryOptions(CommandLine &line)
 {
     line.addOption({dataDir, QStringLiteral("Folder for what an application keeps between its starts."),
                     QStringLiteral("DIR")});
@@ -116,7 +116,7 @@ int runTry(const QStringList &arguments)
         QStringLiteral("try"),
         QStringLiteral("An application without windows that does what JSON lines tell it, to see what a\n"
                        "project serves."));
-    declareOptions(line);
+    declareTryOptions(line);
     declareNote(line);
     if (const auto status = line.parse(arguments))
         return *status;

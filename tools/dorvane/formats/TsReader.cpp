@@ -9,10 +9,10 @@
 
 namespace {
 
-class Reader
+class TsDocumentReader
 {
 public:
-    Reader(const QByteArray &document, const QString &locale)
+    TsDocumentReader(const QByteArray &document, const QString &locale)
         : m_xml(document)
         , m_locale(locale)
     {}
@@ -222,7 +222,7 @@ std::optional<TsMessages> readTs(const QByteArray &document, const QString &loca
         *error = *problem;
         return {};
     }
-    Reader reader(plain, locale);
+    TsDocumentReader reader(plain, locale);
     if (reader.read(progress))
         return reader.takeResult();
     *error = reader.error();

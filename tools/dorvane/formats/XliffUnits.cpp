@@ -6,10 +6,10 @@
 
 namespace {
 
-class Reader
+class UnitReader
 {
 public:
-    explicit Reader(const QByteArray &document)
+    explicit UnitReader(const QByteArray &document)
         : m_xml(document)
     {}
 
@@ -181,7 +181,7 @@ std::optional<XliffDocument> readXliff(const QByteArray &document, FormatError *
         *error = *problem;
         return {};
     }
-    Reader reader(document);
+    UnitReader reader(document);
     if (reader.read())
         return reader.takeResult();
     *error = reader.error();

@@ -12,7 +12,7 @@
 
 namespace {
 
-const QString noPlural = QStringLiteral("none");
+const QString noForm = QStringLiteral("none");
 
 // What the reader does not tell of a unit.
 struct UnitPlace
@@ -57,7 +57,7 @@ void addProblem(ImportedString &string, const QString &problem)
 QByteArray unitToCheck(const QString &hashcode, const QString &category, const QString &source,
                        const QString &target)
 {
-    const QString id = category == noPlural ? hashcode : QStringLiteral("%1[%2]").arg(hashcode, category);
+    const QString id = category == noForm ? hashcode : QStringLiteral("%1[%2]").arg(hashcode, category);
     return "<trans-unit id=\"" + xmlAttribute(id) + "\" resname=\"" + xmlAttribute(hashcode) + "\"><source>" +
            xliffOfMarkedText(source) + "</source><target>" + xliffOfMarkedText(target) +
            "</target></trans-unit>\n";
@@ -84,7 +84,7 @@ std::optional<ImportedStrings> importedStrings(const QByteArray &document, QStri
         // "(null)" is what applications without a step write.
         string.step = place.step == u"(null)" ? QString() : place.step;
         const QString text = markedText(unit.target);
-        string.targets.insert(form.isEmpty() ? noPlural : form, text);
+        string.targets.insert(form.isEmpty() ? noForm : form, text);
         if (!form.isEmpty() && !pluralCategories().contains(form))
             addProblem(string, QStringLiteral("\"%1\" is no plural form.").arg(form));
         if (text.isEmpty())

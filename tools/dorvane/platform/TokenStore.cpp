@@ -11,7 +11,7 @@
 
 namespace {
 
-const QString fileName = QStringLiteral("tokens.json");
+const QString tokensFile = QStringLiteral("tokens.json");
 constexpr qint64 largestFile = qint64(64) << 20;
 
 QJsonObject toJson(const TokenRecord &record)
@@ -47,7 +47,7 @@ bool hasExpired(const TokenRecord &record)
 
 std::optional<TokenRecord> TokenStore::find(const QByteArray &token, TokenRecord::Kind kind)
 {
-    if (m_stamp != FileStamp::of(m_folder.path(fileName)))
+    if (m_stamp != FileStamp::of(m_folder.path(tokensFile)))
         read();
     const QByteArray wanted = fingerprint(token);
     const auto record = std::find_if(m_records.begin(), m_records.end(), [&](const TokenRecord &candidate) {
@@ -66,7 +66,7 @@ bool TokenStore::change(const std::function<void(QList<TokenRecord> &)> &edit)
         for (const TokenRecord &record : m_records)
             tokens.append(toJson(record));
         const QJsonObject whole{{QStringLiteral("tokens"), tokens}};
-        const QString problem = m_folder.write(fileName, QJsonDocument(whole).toJson());
+        const QString problem = m_folder.write(tokensFile, QJsonDocument(whole).toJson());
         m_stamp.reset(); // read anew what is there now
         return problem;
     });
@@ -75,10 +75,10 @@ bool TokenStore::change(const std::function<void(QList<TokenRecord> &)> &edit)
 // A file that is missing or damaged holds no tokens: everybody signs in again.
 void TokenStore::read()
 {
-    m_stamp = FileStamp::of(m_folder.path(fileName));
+    m_stamp = FileStamp::of(m_folder.path(tokensFile));
     m_records.clear();
     QByteArray content;
-    if (DVPrivateFile::read(m_folder.path(fileName), &content, largestFile))
+    if (DVPrivateFile::read(m_folder.path(tokensFile), &content, largestFile))
         return;
     const QJsonArray tokens =
         QJsonDocument::fromJson(content).object().value(QStringLiteral("tokens")).toArray();

@@ -16,11 +16,6 @@
 
 namespace {
 
-DVMainController &controller()
-{
-    return DVMainController::sharedInstance();
-}
-
 QJsonObject jsonFromStep(const DVWorkflowStep &step)
 {
     QJsonArray pairs;
@@ -45,13 +40,13 @@ QJsonValue textOrNull(const QString &text)
 
 QString currentStep()
 {
-    const auto step = controller().workflowStep();
+    const auto step = DVMainController::sharedInstance().workflowStep();
     return step ? step->uid : QString();
 }
 
 QString currentLocale()
 {
-    const auto strings = controller().localeStrings();
+    const auto strings = DVMainController::sharedInstance().localeStrings();
     return strings ? strings->locale().identifier() : QString();
 }
 
@@ -134,14 +129,15 @@ void SessionCommands::takeCode(const QString &code)
     DVSession::sharedInstance().getTokenWithCode(code, false, [lines = m_lines](const DVErrorOr &error) {
         lines.reply(error ? jsonFromError(*error)
                           : QJsonObject{{QStringLiteral("signedIn"), true},
-                                        {QStringLiteral("email"), textOrNull(controller().userEmail())}});
+                                        {QStringLiteral("email"),
+                                         textOrNull(DVMainController::sharedInstance().userEmail())}});
     });
 }
 
 SessionCommands::Reply SessionCommands::signOut()
 {
     DVSession::sharedInstance().logOut();
-    controller().setLocaleStrings(nullptr);
+    DVMainController::sharedInstance().setLocaleStrings(nullptr);
     return QJsonObject{{QStringLiteral("signedIn"), DVSession::sharedInstance().isLoggedIn()}};
 }
 
@@ -208,7 +204,7 @@ SessionCommands::Reply SessionCommands::pull(JsonMembers &members)
         return {};
     m_choices->pull(
         [lines = m_lines](const DVErrorOr &error) {
-            const auto strings = controller().localeStrings();
+            const auto strings = DVMainController::sharedInstance().localeStrings();
             const qsizetype count = strings ? strings->loadedStrings().keyCount() : 0;
             lines.reply(error ? jsonFromError(*error) : QJsonObject{{QStringLiteral("strings"), count}});
         },
