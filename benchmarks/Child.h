@@ -26,9 +26,10 @@ struct Child
     double figure(const char *name) const
     {
         const QList<QByteArray> lines = output.split('\n');
+        const QByteArray begin = QByteArray(name) + ' ';
         for (const QByteArray &line : lines) {
-            if (line.startsWith(name) && line.size() > qsizetype(qstrlen(name)) && line[qstrlen(name)] == ' ')
-                return line.mid(qsizetype(qstrlen(name))).trimmed().toDouble();
+            if (line.startsWith(begin))
+                return line.mid(begin.size()).trimmed().toDouble();
         }
         return -1;
     }

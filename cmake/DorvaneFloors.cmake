@@ -16,7 +16,14 @@ if(UNIX AND NOT APPLE)
   target_compile_options(dorvane_settings INTERFACE -fno-semantic-interposition)
 endif()
 target_compile_options(dorvane_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsuggest-override)
+  -Wall -Wextra -Wpedantic -Wconversion -Wsuggest-override)
+# Where several files are compiled as one, names of one stand before those of the next, and what is private to a
+# file seems to be a header's.
+if(NOT CMAKE_UNITY_BUILD)
+  target_compile_options(dorvane_settings INTERFACE -Wshadow)
+elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(dorvane_settings INTERFACE -Wno-subobject-linkage)
+endif()
 if(DORVANE_WARNINGS_AS_ERRORS)
   target_compile_options(dorvane_settings INTERFACE -Werror)
 endif()
