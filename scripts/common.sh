@@ -14,11 +14,11 @@ our_sources() {
     find include src tools examples benchmarks tests -name '*.h' -o -name '*.cpp' | LC_ALL=C sort
 }
 
-# use_ccache: lets CMake (3.17 and later) take ccache wherever it is installed. The folder in which the compiler
-# runs does not count, so that a second build tree beside the first one compiles nothing again.
+# use_ccache: lets CMake (3.17 and later) take ccache wherever it is installed. Neither the folder in which the
+# compiler runs nor that of the project counts, so that a second build tree or a second clone compiles nothing again.
 use_ccache() {
     if command -v ccache >/dev/null; then
-        export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1 CCACHE_BASEDIR="$PWD"
     fi
 }
 
