@@ -471,7 +471,7 @@ private Q_SLOTS:
         QVERIFY(changes->changes().isEmpty());
         edit(u"files"_qs, {capsule(u"%n"_qs)}, u"one"_qs); // nobody has looked at this one
         const auto result = resultOf<Outcome>([&](const auto &done) { changes->save(done); });
-        QVERIFY(result->isComplete());
+        QVERIFY(result && result->isComplete());
         QCOMPARE(m_platform->changes(), (QStringList{u"import"_qs, u"submittedStrings"_qs}));
         QVERIFY(!m_platform->lastBody("import").contains("files"));
         QCOMPARE(state(), u"files - - -"_qs);

@@ -186,14 +186,16 @@ private Q_SLOTS:
         QTRY_COMPARE(plain(looked(u"a"_qs)), text);
     }
 
-    // A token past its time needs the login screen: the tools open it, and its answer signs the request.
+    // A token past its time needs the login screen: the tools open it, and its answer ends the request.
     void theLoginScreenOpensForTheSession()
     {
         start();
         ReviewPlatform::signIn();
         DVClock::advance(qint64(1801) * 1000);
-        Dorvane::getProjectLocales([](const auto &, const auto &) {});
-        QTRY_COMPARE(m_calls, (QStringList{u"edition"_qs, u"login"_qs}));
+        const auto completed = std::make_shared<bool>(false);
+        Dorvane::getProjectLocales([completed](const auto &, const auto &) { *completed = true; });
+        QTRY_VERIFY(*completed);
+        QCOMPARE(m_calls, (QStringList{u"edition"_qs, u"login"_qs}));
     }
 
     void projectLocales_data()

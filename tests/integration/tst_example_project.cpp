@@ -293,5 +293,3 @@ void ExampleProjectTest::newPublicationDiffers()
 
 QTEST_GUILESS_MAIN(ExampleProjectTest)
 #include "tst_example_project.moc"
-
-using namespace Qt::Literals::StringLiterals;

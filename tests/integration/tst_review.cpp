@@ -124,6 +124,10 @@ void tst_Review::cleanup()
 void tst_Review::fromSignInToLogOut()
 {
     launch(true);
+    const QJsonObject workflows = ask(u"workflows"_qs);
+    QCOMPARE(workflows.value(u"steps"_qs).toArray().size(), 2);
+    QCOMPARE(workflows.value(u"step"_qs), QJsonValue(u"review"_qs));
+    QCOMPARE(workflows.value(u"locale"_qs), QJsonValue(u"fr_CA"_qs));
     const QJsonArray locales = ask(u"projectLocales"_qs).value(u"locales"_qs).toArray();
     QCOMPARE(locales.size(), 3);
     QCOMPARE(locales.first()[u"localeId"_qs], QJsonValue(u"en"_qs));
@@ -289,9 +293,10 @@ void tst_Review::whatIsMissingIsSaid()
     QFETCH(QString, command);
     QFETCH(QJsonObject, members);
     ReviewApp app(dataDir());
-    app.start(m_server->port());
+    QVERIFY(app.start(m_server->port()).value(u"launched"_qs).toBool());
     const QJsonObject reply = app.ask(command, members);
     QCOMPARE(reply.value(u"reply"_qs).toString(), command);
+    QVERIFY(reply.value(u"error"_qs).isObject()); // of the library, not of the line
     QVERIFY(!ReviewApp::errorOf(reply).isEmpty());
     QCOMPARE(app.lookup(u"k"_qs), app.lookup(u"k"_qs)); // it goes on
 }

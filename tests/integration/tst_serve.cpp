@@ -51,7 +51,7 @@ private Q_SLOTS:
     void refusesAPortInUse();
 
 private:
-    std::unique_ptr<ServedProject> m_shared; // for what changes nothing
+    std::unique_ptr<ServedProject> m_shared; // for what changes nothing that is delivered
 };
 
 void tst_Serve::saysWhereItListens()

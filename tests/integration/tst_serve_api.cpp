@@ -327,12 +327,14 @@ void tst_ServeApi::picturesThatAreRefused()
 {
     QFETCH(QByteArray, content);
     auto &[folder, server, peer, token] = *m_shared;
-    const QDir contexts(folder.path() + u"/received/contexts"_qs);
-    const QStringList before = contexts.entryList();
+    const auto kept = [path = QString(folder.path() + u"/received/contexts"_qs)] {
+        return QDir(path).entryList(); // a QDir remembers what it listed
+    };
+    const QStringList before = kept();
     const HttpAnswer answer = peer.upload(contextsPath, token, "content", content);
     QCOMPARE(answer.status, 400);
     QCOMPARE(PlatformPeer::code(answer), u"VALIDATION_ERROR"_qs);
-    QCOMPARE(contexts.entryList(), before);
+    QCOMPARE(kept(), before);
     QCOMPARE(peer.upload(contextsPath, token, "content", picture()).status, 200);
 }
 

@@ -261,6 +261,8 @@ private Q_SLOTS:
             "79 other 99 other 0 other 1000000 many 3000000 many 1000001 one");
         row("Slovenian", "sl", "1 one 101 one 2 two 102 two 3 few 4 few 5 other 11 other 0 other -1 other");
         row("Langi", "lag", "0 zero 0.5 zero 1 one 1.9 one 2 other -0.5 zero -1 other");
+        row("Colognian", "ksh", "0 zero 0.5 zero 1 one 2 other");
+        row("Tachelhit below nought", "shi", "-0.5 other 0.5 one");
         row("out of range above: as the largest whole number", "ru", "1e300 many inf many");
         row("out of range below", "ru", "-1e300 other -inf other");
         row("infinity is no small number", "fr", "inf other -inf other");

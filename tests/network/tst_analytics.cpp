@@ -236,6 +236,7 @@ private Q_SLOTS:
     void aFailedSendKeepsEvents();
     void eventsDuringASendSurviveIt();
     void twoProcessesMergeAndSendOnce();
+    void finishSaves();
     void switchedOff();
 
     void withoutAnApplication();
@@ -719,6 +720,16 @@ void TestAnalytics::twoProcessesMergeAndSendOnce()
         for (int i = 0; i < eventsOfAChild; ++i)
             QCOMPARE(own.at(i), u"%1 %2"_qs.arg(name).arg(i));
     }
+}
+
+void TestAnalytics::finishSaves()
+{
+    for (int i = 0; i < 50; ++i)
+        DVAnalytics::trackEvent(u"event %1"_qs.arg(i));
+    DVAnalytics::sharedInstance().finish(5000);
+    QCOMPARE(savedEvents().size(), 50);
+    track(u"for a second application object"_qs);
+    QCOMPARE(savedEvents().size(), 51);
 }
 
 void TestAnalytics::switchedOff()

@@ -179,6 +179,8 @@ void tst_ApiStrings::refusedStrings_data()
         table(name, status, body, error, keysOf(threeStrings()), {u"rejectedStrings failed: "_qs + error});
     };
     failure("no body", 200, "");
+    failure("no envelope", 200, R"({"message":"saved"})");
+    failure("a list of not found", 404, "[]");
     failure("data that is a text", 200, R"({"response":{"data":"all of them"}})");
     failure("failures that are a text", 200, R"({"response":{"data":{"failures":"all"}}})");
     failure("failures that are an object", 200, R"({"response":{"data":{"failures":{"hashcode":"h-1"}}}})");
@@ -332,6 +334,8 @@ void tst_ApiStrings::stringsThatWereNotTaken_data()
               {u"Save failed: "_qs + error});
     };
     failure("no body", 200, "");
+    failure("no envelope", 200, R"({"message":"saved"})");
+    failure("a list of not found", 404, "[]");
     failure("data that is a list", 200, R"({"response":{"data":[]}})");
     failure("errors that are a text", 200, R"({"response":{"data":{"translationImportErrors":"h-1"}}})");
     failure("a refused request", 401, R"({"response":{"code":"AUTHENTICATION_ERROR","errors":[{}]}})",

@@ -545,6 +545,8 @@ void tst_Signed::downloadsFail_data()
     const DVRows<Answer, QString, QString, int> row("answer", "file", "domain", "code");
     row("silence", Answer::failing(Fault::Silence), u"file"_qs, u"dorvane.network"_qs,
         int(QNetworkReply::TimeoutError));
+    row("a stall", Answer::failing(Fault::StallInBody), u"file"_qs, u"dorvane.network"_qs,
+        int(QNetworkReply::TimeoutError));
     row("a cut", Answer::failing(Fault::CutBody), u"file"_qs, u"dorvane.network"_qs,
         int(QNetworkReply::RemoteHostClosedError));
     row("no folder can be made", Answer::of(200, "strings"), u"file/below/a/file"_qs, u"dorvane.file"_qs, -1);

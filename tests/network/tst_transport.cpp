@@ -102,6 +102,7 @@ private Q_SLOTS:
     void tooLargeAnswers();
     void redirects_data();
     void redirects();
+    void everyHopStaysWithTheOrigin();
     void bodiesAreNeverSentTwice_data();
     void bodiesAreNeverSentTwice();
     void noCookiesComeBack();
@@ -402,6 +403,24 @@ void tst_Transport::redirects()
     } else if (errorCode == 0) {
         QCOMPARE(response.statusCode, status);
     }
+}
+
+void tst_Transport::everyHopStaysWithTheOrigin()
+{
+    DVFaultServer other;
+    DVFaultServer server;
+    for (const bool isSigned : {true, false}) { // a signed GET; a POST that becomes a GET
+        server.enqueue(Answer::of(isSigned ? 302 : 303, {}, {{"Location", "/same"}}));
+        server.enqueue(Answer::of(302, {}, {{"Location", other.url(u"/other?code=x"_qs).toUtf8()}}));
+        DVHttpRequest request = isSigned ? get(server.url()) : post(server.url(), "body");
+        if (isSigned)
+            request.request.setRawHeader("Authorization", "Bearer abc");
+        const DVErrorOr error = DVHttpTransport::sendAndWait(request, 10, nullptr);
+        QCOMPARE(codeOf(error), int(QNetworkReply::InsecureRedirectError));
+        QVERIFY(!error->description.contains(u"code=x"));
+    }
+    QCOMPARE(server.requests().at(1).header("Authorization"), QByteArray("Bearer abc"));
+    QCOMPARE(other.connectionCount(), 0);
 }
 
 void tst_Transport::bodiesAreNeverSentTwice_data()

@@ -14,7 +14,7 @@ struct DVTestFiles
         QDir().mkpath(QFileInfo(path).path());
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
+        QCOMPARE(file.write(data), data.size());
     }
     // Empty also where there is none.
     static QByteArray read(const QString &path)

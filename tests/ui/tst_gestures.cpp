@@ -240,6 +240,7 @@ private Q_SLOTS:
         row("not even one that returns", "L+ move far move -far hold", "");
         row("the mouse moved without a button", "move far L+ hold", "edit");
         row("the right button alone does nothing", "R+ wait 5000 R-", "");
+        row("nor does the middle one", "M+ wait 5000 M-", "");
 
         row("a finger held edits", "1+ hold", "edit");
         row("a finger lifted before does not", "1+ wait 780 1- hold", "");

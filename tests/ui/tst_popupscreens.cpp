@@ -85,7 +85,10 @@ private Q_SLOTS:
         m_host->field.clearFocus(); // it looks different with the focus
         const QImage hostBefore = m_host->window.grab().toImage();
         QImage host;
-        const QImage plain = picture([&] { host = m_host->window.grab().toImage(); });
+        const QImage plain = picture([&] {
+            QCoreApplication::processEvents();
+            host = m_host->window.grab().toImage();
+        });
         QCOMPARE(host, hostBefore);
 
         const QImage styledMeanwhile = picture([] { qApp->setStyleSheet(hostileSheet); });
@@ -251,6 +254,8 @@ private Q_SLOTS:
         };
         QCOMPARE(roleAndName(screen->popup()), std::pair(QAccessible::Dialog, u"Review changes"_qs));
         QCOMPARE(roleAndName(dots), std::pair(QAccessible::Indicator, u"Page 3 of 14"_qs));
+        dots->setCurrentPage(3);
+        QCOMPARE(roleAndName(dots).second, u"Page 4 of 14"_qs);
         QCOMPARE(roleAndName(button), std::pair(QAccessible::Button, u"Close"_qs));
         // Those of the host are none of ours.
         QCOMPARE(roleAndName(&m_host->field).first, QAccessible::EditableText);

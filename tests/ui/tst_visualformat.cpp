@@ -71,7 +71,8 @@ class tst_VisualFormat : public QObject
 private Q_SLOTS:
     void init() { QTest::failOnWarning(QRegularExpression(u"^(?!This plugin does not support)"_qs)); }
 
-    // Each format of the screens alone, in 300 by 400 points; along the other axis the view has its size.
+    // Formats of the screens, one of each shape, alone, in 300 by 400 points; along the other axis the view
+    // has its size.
     void formatsOfTheScreens_data()
     {
         QTest::addColumn<QStringList>("views");
