@@ -210,8 +210,8 @@ private Q_SLOTS:
         for (size_t i = 0; i < documents.size(); ++i)
             row(documents[i].name, int(i));
     }
-    // A reader that goes back needs four times as long for twice as much. The machine may be busy: what
-    // looks like it is measured again.
+    // A reader that goes back needs four times as long for twice as much. Neighbours on the machine take the
+    // caches, from the longer text more than from the shorter: what looks like it is measured again.
     void hostile()
     {
         QFETCH(int, document);
@@ -224,14 +224,15 @@ private Q_SLOTS:
             const auto time = [piece](const QByteArray &bytes) {
                 return milliseconds([&] { readInPieces(bytes, true, [piece] { return piece; }); });
             };
+            constexpr double tooMuch = 3;
             constexpr double unmeasurable = 1;
             double shorter = time(once);
             double longer = time(twice);
-            for (int round = 0; round < 10 && longer > 2.5 * shorter + unmeasurable; ++round) {
+            for (int round = 0; round < 10 && longer > tooMuch * shorter + unmeasurable; ++round) {
                 shorter = std::min(shorter, time(once));
                 longer = std::min(longer, time(twice));
             }
-            QVERIFY2(longer <= 2.5 * shorter + unmeasurable,
+            QVERIFY2(longer <= tooMuch * shorter + unmeasurable,
                      qPrintable(u"%1 ms, then %2 ms in pieces of %3"_qs.arg(shorter).arg(longer).arg(piece)));
             QCOMPARE(readInPieces(twice, true, [piece] { return piece; }), expected);
         }
