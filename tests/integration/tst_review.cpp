@@ -128,6 +128,7 @@ void tst_Review::fromSignInToLogOut()
     QCOMPARE(workflows.value(u"steps"_qs).toArray().size(), 2);
     QCOMPARE(workflows.value(u"step"_qs), QJsonValue(u"review"_qs));
     QCOMPARE(workflows.value(u"locale"_qs), QJsonValue(u"fr_CA"_qs));
+    QCOMPARE(ask(u"useLocale"_qs, {{u"id"_qs, u"fr-CA"_qs}}).value(u"locale"_qs), QJsonValue(u"fr_CA"_qs));
     const QJsonArray locales = ask(u"projectLocales"_qs).value(u"locales"_qs).toArray();
     QCOMPARE(locales.size(), 3);
     QCOMPARE(locales.first()[u"localeId"_qs], QJsonValue(u"en"_qs));
