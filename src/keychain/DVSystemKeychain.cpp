@@ -4,10 +4,14 @@
 
 #include <qt6keychain/keychain.h>
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QThread>
 
 #include <chrono>
 #include <condition_variable>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -16,19 +20,24 @@ namespace {
 
 // QtKeychain's queue of jobs lives in the thread that used it first. So this thread is made once, and started
 // again where another application object follows.
-class KeychainThread
+class KeychainThread : public QObject
 {
 public:
     KeychainThread()
     {
         m_thread.setObjectName(QStringLiteral("DVKeychain"));
-        m_context.moveToThread(&m_thread);
+        moveToThread(&m_thread);
     }
 
+    // What `work` holds is destroyed on the keychain's thread.
     void run(std::function<void()> work)
     {
-        QMetaObject::invokeMethod(&m_context, std::move(work), Qt::QueuedConnection);
-        m_thread.start(); // unless it runs
+        {
+            const std::lock_guard lock(m_mutex);
+            m_work.push_back(std::move(work));
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // the event queue owns it
+        m_thread.start();                                            // unless it runs
     }
 
     void changeBegins()
@@ -54,10 +63,21 @@ public:
         m_thread.wait(toQuitMs);
     }
 
+protected:
+    // One event for each piece of work.
+    void customEvent(QEvent *) override
+    {
+        std::unique_lock lock(m_mutex);
+        const auto work = std::move(m_work.front());
+        m_work.pop_front();
+        lock.unlock();
+        work();
+    }
+
 private:
     QThread m_thread;
-    QObject m_context;
     std::mutex m_mutex;
+    std::deque<std::function<void()>> m_work;
     std::condition_variable m_changed;
     int m_changes = 0; // not yet in the keychain
 };

@@ -10,6 +10,7 @@
 //   ask          until a line arrives on standard input, "asked" before it
 //   flood COUNT  saves "value-1 ...", "value-2 ..." and so on, each once the one before is "saved"
 #include "DVKeychain.h"
+#include "DVMainQueue.h"
 #include "DVState.h"
 #include "DVSystemKeychain.h"
 
@@ -83,7 +84,7 @@ private:
     {
         return [done = std::move(done)](const DVErrorOr &error) {
             done(error);
-            QMetaObject::invokeMethod(QCoreApplication::instance(), [error] {
+            DVMainQueue::post([error] {
                 say(error ? QString(u"failed: " % error->description) : u"saved"_qs);
                 proceed();
             });
