@@ -38,8 +38,11 @@ class DVTestHost : public DVTestFiles
 public:
     explicit DVTestHost(const QString &version = QStringLiteral("1.0"))
     {
-        current() = this;
-        m_before = qInstallMessageHandler(&DVTestHost::handle);
+        {
+            const QMutexLocker lock(&mutex());
+            current() = this;
+            m_before = qInstallMessageHandler(&DVTestHost::handle);
+        }
         QCoreApplication::setApplicationVersion(version);
         QDir().mkpath(bundlePath());
         restart();
@@ -47,6 +50,7 @@ public:
     ~DVTestHost()
     {
         endProcess();
+        const QMutexLocker lock(&mutex());
         qInstallMessageHandler(m_before);
         current() = nullptr;
     }
@@ -137,32 +141,41 @@ public:
     // Messages of the library since the last call, without the "[DV] " in front.
     QStringList takeLog()
     {
-        const QMutexLocker lock(&m_mutex);
+        const QMutexLocker lock(&mutex());
         return std::exchange(m_log, {});
     }
 
     // Whether a message since the last takeLog() holds the text.
     bool logged(const QString &text)
     {
-        const QMutexLocker lock(&m_mutex);
+        const QMutexLocker lock(&mutex());
         return !m_log.filter(text).isEmpty();
     }
 
 private:
-    static DVTestHost *&current()
+    // Threads of a server outlive a host and write messages, too.
+    static QMutex &mutex()
+    {
+        static QMutex mutex;
+        return mutex;
+    }
+    static DVTestHost *&current() // under the mutex
     {
         static DVTestHost *host = nullptr;
         return host;
     }
     static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message)
     {
+        QMutexLocker lock(&mutex());
         DVTestHost *host = current();
         if (host && message.startsWith(QStringLiteral("[DV] "))) {
-            const QMutexLocker lock(&host->m_mutex);
             host->m_log.append(message.mid(5));
-        } else if (host && host->m_before) {
-            host->m_before(type, context, message);
+            return;
         }
+        const QtMessageHandler before = host ? host->m_before : nullptr;
+        lock.unlock();
+        if (before)
+            before(type, context, message);
     }
     static void endProcess()
     {
@@ -182,6 +195,5 @@ private:
 
     QTemporaryDir m_folder;
     QtMessageHandler m_before = nullptr;
-    QMutex m_mutex;
     QStringList m_log;
 };
