@@ -89,6 +89,7 @@ private Q_SLOTS:
     void cancelOfAnAnswerThatIsThere();
     void cancelEndsASequence();
     void cancelIsForItsOwnRequests();
+    void cancelDropsTheProgressThatWaits();
     void cancelAfterTheEndDoesNothing();
     void anObjectThatDiesInFlight_data();
     void anObjectThatDiesInFlight();
@@ -359,6 +360,18 @@ void tst_Transfer::cancelIsForItsOwnRequests()
     QVERIFY(!kept->error);
     QTRY_COMPARE_WITH_TIMEOUT(cancelled->calls, 2, generousMs);
     QCOMPARE(cancelled->code(), int(QNetworkReply::OperationCanceledError));
+}
+
+void tst_Transfer::cancelDropsTheProgressThatWaits()
+{
+    const OperationPtr cancelled = operation();
+    const OperationPtr kept = operation();
+    const auto links = {DVTransferLink::of(cancelled->transfer), DVTransferLink::of(kept->transfer)};
+    for (const DVTransferLinkPtr &link : links)
+        link->report(1, 2, true);
+    cancelled->transfer->cancel();
+    QTRY_COMPARE_WITH_TIMEOUT(kept->steps.size(), 1, generousMs);
+    QVERIFY(cancelled->steps.isEmpty());
 }
 
 void tst_Transfer::cancelAfterTheEndDoesNothing()
