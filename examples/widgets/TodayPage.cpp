@@ -36,8 +36,8 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
-        const qreal wide = width() / 3.6;
-        QRectF window(0, 0, wide + 8, height());
+        const qreal wide = width() / 3.3; // the sills, which stand out
+        QRectF window(0, 0, wide, height());
         for (const PlantKind kind : {PlantKind::Monstera, PlantKind::Cactus, PlantKind::Lavender}) {
             paintPlantWindow(painter, window, kind);
             window.translate((width() - wide) / 2, 0);
