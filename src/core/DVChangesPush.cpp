@@ -5,7 +5,7 @@
 #include "DVLog.h"
 #include "DVMainQueue.h"
 #include "DVPendingIssues.h"
-#include "DVState.h"
+#include "DVSession.h"
 #include "DVUserDefaults.h"
 
 #include <QNetworkReply>
@@ -142,6 +142,7 @@ void DVChangesPush::decide(bool rejection, const Completion &completion)
         return;
     DVStringGroups &sent = rejection ? m_changes.rejected : m_changes.accepted;
     sent = stillIn(rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings(), sent);
+    m_logOuts = DVSession::sharedInstance().logOuts();
     const auto answered = [self = shared_from_this(), rejection,
                            completion](const DVErrorOr &error, const QList<DVStringGroupPtr> &failed) {
         completion(self->decided(error, failed, rejection));
@@ -172,7 +173,7 @@ DVChangesPush::Outcome DVChangesPush::decided(const DVErrorOr &error, const QLis
     const DVUserDefaults::Batch batch;
     if (rejection) {
         m_strings->setRejectedStrings(left);
-        if (!m_strings->isRetired() || DVState::shared().loggedIn) // not for whoever signs in next
+        if (m_logOuts == DVSession::sharedInstance().logOuts()) // not for whoever signs in next
             DVPendingIssues::add(done, m_strings->locale());
     } else {
         m_strings->setAcceptedStrings(left);

@@ -73,5 +73,6 @@ private:
     const std::shared_ptr<DVLocaleStrings> m_strings;
     DVStringChanges m_changes;
     DVStringGroups m_sent; // texts as they were when they were sent
+    int m_logOuts = 0;     // when decisions were sent
     const DVTransferPtr m_transfer;
 };

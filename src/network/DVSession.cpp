@@ -160,9 +160,13 @@ void DVSession::authorizeRequest(const MutableRequest &request, Completion withC
         refreshTokenForRequest(request, withCompletion);
 }
 
-// Signs with the token held now if it is live or has come since; completes then.
+// Signs with the token held now if it is live or has come since; completes then, or when who asked has gone.
 bool DVSession::sign(const Waiting &waiting)
 {
+    if (waiting.logOuts != m_logOuts) {
+        waiting.completion(dv_noTokenFound());
+        return true;
+    }
     if (isDemo()) {
         authorizeRequestFromProxy(waiting.request, waiting.completion);
         return true;
@@ -181,7 +185,7 @@ void DVSession::refreshTokenForRequest(const MutableRequest &request, Completion
     if (refreshToken.isEmpty())
         return showLoginFormForRequest(request, withCompletion);
     ++m_refreshes;
-    const Waiting waiting{request, withCompletion, accessToken()};
+    const Waiting waiting{request, withCompletion, accessToken(), m_logOuts};
     getTokenWithCode(refreshToken, true, [this, waiting](const DVErrorOr &error) {
         --m_refreshes;
         refreshEnded(error, waiting);
@@ -235,7 +239,7 @@ void DVSession::showLoginFormForRequest(const MutableRequest &request, Completio
 {
     if (!DVState::shared().appLaunched || !m_loginForm)
         return withCompletion(dv_noTokenFound());
-    m_waitingForLogin.append({request, withCompletion, accessToken()});
+    m_waitingForLogin.append({request, withCompletion, accessToken(), m_logOuts});
     const auto open = m_loginAnswer.lock();
     if (!open || !open->isAwaited())
         openLoginForm();
@@ -285,6 +289,7 @@ void DVSession::authorizeRequestFromProxy(const MutableRequest &request, Complet
 void DVSession::logOut()
 {
     ++m_epoch;
+    ++m_logOuts;
     if (m_token)
         DVApi::logOutWithRefreshToken(dv_textMember(*m_token, refreshTokenKey));
     DVKeychain::deleteValueForKey(QStringLiteral("userId"));
@@ -307,6 +312,7 @@ void DVSession::logOut()
 void DVSession::forget()
 {
     ++m_epoch;
+    ++m_logOuts;
     m_refreshes = 0;
     m_failedRefreshes.clear();
     m_waitingForLogin.clear();

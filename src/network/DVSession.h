@@ -50,7 +50,8 @@ public:
     // the login screen while it is open share it. Whose refresh fails is signed with the token that another
     // request's refresh brought, if one did: with refresh tokens that are good for one use, one of several
     // refreshes at the same time succeeds. A 401 answer changes nothing here, since it may be about
-    // rights: the token is used until its time.
+    // rights: the token is used until its time. What waits when somebody logs out ends with "No token found",
+    // whoever has signed in since.
     void authorizeRequest(const MutableRequest &request, Completion withCompletion);
     void refreshTokenForRequest(const MutableRequest &request, Completion withCompletion);
     void showLoginFormForRequest(const MutableRequest &request, Completion withCompletion);
@@ -62,6 +63,8 @@ public:
     bool isDemo() const;
     // Grows with every sign-in and log out: an answer to what was asked before is not for who is here now.
     int epoch() const { return m_epoch; }
+    // Grows with every log out only: what was started before is not for whoever signs in next.
+    int logOuts() const { return m_logOuts; }
     static std::optional<QJsonObject> userInfoFromToken(const QString &jwt);
 
     // The page where a user signs in; it ends at a redirect to a URL that begins with redirectScheme, whose
@@ -95,6 +98,7 @@ private:
         MutableRequest request;
         Completion completion;
         QString before;
+        int logOuts;
     };
     class LoginAnswer;
 
@@ -112,6 +116,7 @@ private:
     std::optional<QJsonObject> m_userInfo;
     QString m_subject; // whom m_changed was last told of
     int m_epoch = 0;
+    int m_logOuts = 0;
     int m_refreshes = 0;
     QList<Waiting> m_failedRefreshes; // while others are under way
     QList<Waiting> m_waitingForLogin;

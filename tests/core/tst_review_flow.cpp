@@ -551,6 +551,31 @@ private Q_SLOTS:
         }
     }
 
+    void rejectionsAnsweredTooLate_data()
+    {
+        const DVRows<bool> row("logsOut");
+        row("the issue is not for who has signed in since", true);
+        row("it is kept for who only chose another locale", false);
+    }
+    void rejectionsAnsweredTooLate()
+    {
+        QFETCH(bool, logsOut);
+        startReview();
+        reject(u"hello"_qs);
+        m_platform->setAnswer("rejectedStrings", ReviewPlatform::success({}).delayed(500));
+        std::optional<Outcome> result;
+        toSend()->pushChangesWithCompletion([&](const Outcome &outcome) { result = outcome; });
+        QTRY_VERIFY(m_platform->changes().contains(u"rejectedStrings"_qs));
+        if (logsOut) {
+            DVSession::sharedInstance().logOut();
+            ReviewPlatform::signIn();
+        } else {
+            controller().setLocaleStrings(DVLocaleStrings::localeStringsForLocale(DVLocale(u"de"_qs)));
+        }
+        QTRY_VERIFY(result);
+        QCOMPARE(DVUserDefaults::standard().objectForKey(u"DVPendingIssues"_qs).has_value(), !logsOut);
+    }
+
     void killedAtEveryStep_data()
     {
         const DVRows<QByteArray, QString, QStringList> row("waitsIn", "left", "sentAgain");

@@ -155,7 +155,8 @@ private Q_SLOTS:
     void refreshesAtTheSameTimeWithTokensForOneUse_data();
     void refreshesAtTheSameTimeWithTokensForOneUse();
     void shortLivedTokensSignWhatTheyCameFor();
-    void logOutWhileRefreshing();
+    void logOutWhileRequestsWait_data();
+    void logOutWhileRequestsWait();
     void requestsEndToEnd();
 
     void logOutClearsEverything();
@@ -568,22 +569,42 @@ void tst_Session::shortLivedTokensSignWhatTheyCameFor()
     QCOMPARE(m_device->server.requests().size(), 1);
 }
 
-void tst_Session::logOutWhileRefreshing()
+void tst_Session::logOutWhileRequestsWait_data()
 {
+    const DVRows<bool, bool> row("forScreen", "nextSignsIn");
+    row("for a refresh, and nobody is there then", false, false);
+    row("for a refresh, and somebody else is there then", false, true);
+    row("for the login screen, and somebody else is there then", true, true);
+}
+
+void tst_Session::logOutWhileRequestsWait()
+{
+    QFETCH(bool, forScreen);
+    QFETCH(bool, nextSignsIn);
     signInAs(u"ada"_qs);
-    expireAccess();
+    forScreen ? expireAll() : expireAccess();
     m_device->server.setHandler([](const DVFaultServer::Request &request) {
-        return QString::fromLatin1(request.target) == tokenPath ? tokens(u"A2"_qs, u"R2"_qs).delayed(200)
-                                                                : Answer::of(204);
+        if (QString::fromLatin1(request.target) != tokenPath)
+            return Answer::of(204);
+        return request.body.contains("grant_type=refresh_token") ? tokens(u"A2"_qs, u"R2"_qs).delayed(500)
+                                                                 : tokens(u"B1"_qs, u"S1"_qs);
     });
     countLoginScreens();
     const Signing signing = sign();
-    QVERIFY(m_device->server.waitForRequests(1));
+    QVERIFY(forScreen || m_device->server.waitForRequests(1));
     session().logOut();
+    if (nextSignsIn) {
+        const DVOutcome<> signedIn;
+        session().getTokenWithCode(u"code"_qs, false, signedIn.take());
+        QTRY_COMPLETED(signedIn);
+    }
+    if (forScreen)
+        m_screens.constFirst()(false);
     QTRY_REFUSED(signing, noToken);
-    QVERIFY(!session().isLoggedIn());
-    QVERIFY(m_keychain->items.isEmpty());
-    QCOMPARE(m_screens.size(), 0);
+    QCOMPARE(session().isLoggedIn(), nextSignsIn);
+    QCOMPARE(session().accessToken(), nextSignsIn ? u"B1"_qs : QString());
+    QCOMPARE(m_keychain->items.size(), nextSignsIn ? 1 : 0);
+    QCOMPARE(m_screens.size(), forScreen ? 1 : 0);
 }
 
 void tst_Session::requestsEndToEnd()
