@@ -27,6 +27,7 @@ private Q_SLOTS:
     void aRestartForgetsNothing();
     void aDamagedFileIsNotOverwritten();
     void aTornLineSwallowsNothing();
+    void aListThatCannotBeWritten();
     void twoServersOfOneFolder();
     void killedInTheMiddle();
 };
@@ -75,6 +76,16 @@ void tst_ServeKept::aTornLineSwallowsNothing()
     const QList<QJsonObject> lines = folder.receivedLines(u"statuses.jsonl"_qs);
     QCOMPARE(lines.size(), 2);
     QCOMPARE(lines.at(1).value(u"hashcode"_qs).toString(), u"hello"_qs);
+}
+
+// The list is for people; what was taken is answered as taken.
+void tst_ServeKept::aListThatCannotBeWritten()
+{
+    auto [folder, server, peer, token] = SignedInPlatform();
+    QVERIFY(QDir().mkpath(folder.path() + u"/received/statuses.jsonl"));
+    QCOMPARE(peer.import(token, unit("hello", "Coucou", "review")).status, 200);
+    QVERIFY(server.logWith("statuses.jsonl").contains("cannot write"));
+    QCOMPARE(targetsOf(peer.exported(token, pending)).value(u"hello"_qs), u"Coucou"_qs);
 }
 
 // Two processes, two clients each, all at once: nothing that was acknowledged is lost.

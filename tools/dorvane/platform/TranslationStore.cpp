@@ -206,6 +206,10 @@ bool TranslationStore::change(const QString &locale, const Edit &edit)
         if (!problem.isEmpty())
             return problem;
         file = {FileStamp::of(filePath(locale)), states};
-        return m_folder.append(QStringLiteral("statuses.jsonl"), lines);
+        // What is done is done: a failure here would have the client send it again, and be refused.
+        const QString unlisted = m_folder.append(QStringLiteral("statuses.jsonl"), lines);
+        if (!unlisted.isEmpty())
+            m_log(unlisted);
+        return {};
     });
 }
