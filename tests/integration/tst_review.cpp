@@ -346,6 +346,15 @@ void tst_Review::signInPages_data()
     row("a refusal in the redirect", QList<Answer>{to("dorvane.ios.sdk://login/?error=access_denied")},
         u"access_denied"_qs, {});
     row("a redirect to another program", QList<Answer>{to("mailto:x@y.z")}, u"another program"_qs, {});
+    row("a redirect to plain http elsewhere", QList<Answer>{to("http://127.0.0.1.example/login")},
+        u"could be read"_qs, {});
+    row("a form that sends to plain http elsewhere",
+        QList<Answer>{
+            page("<form method=post action='http://127.0.0.1.example/'><input type=password name=pw>")},
+        u"could be read"_qs, {});
+    row("a form that puts the password into an address",
+        QList<Answer>{page("<form action=/login><input type=password name=pw></form>")}, u"method POST"_qs,
+        {});
     row("pages without an end", QList<Answer>(50, to("/round")), u"without an end"_qs, {});
     row("a connection that breaks", QList<Answer>{Answer::failing(DVFaultServer::Fault::Close)}, u""_qs, {});
 }

@@ -1,5 +1,7 @@
 #include "SignIn.h"
 
+#include <DVRedirectRule.h>
+#include <DVSecrets.h>
 #include <DVSession.h>
 
 #include <QNetworkReply>
@@ -19,6 +21,7 @@ SignIn::SignIn(QString user, QString password, Done done, QObject *parent)
     , m_password(std::move(password))
     , m_done(std::move(done))
 {
+    DVSecrets::remember(m_password);
     m_network.setTransferTimeout(patienceMs);
 }
 
@@ -31,6 +34,14 @@ void SignIn::send(const QUrl &url, const QByteArray &method, const QByteArray &b
 {
     if (++m_requests > maximumRequests)
         return finish(QStringLiteral("the sign-in leads from page to page without an end"));
+    const bool isAllowed =
+        m_page.isEmpty() ? DVRedirectRule::isAllowed(url) : DVRedirectRule::mayFollow(m_page, url);
+    if (!isAllowed)
+        return finish(
+            QStringLiteral("the sign-in leads to %1, where a password could be read on the way: only "
+                           "https may follow, or http on this device behind such a page")
+                .arg(DVSecrets::cleanUrl(url.adjusted(QUrl::RemoveQuery))));
+    m_page = url;
     m_method = method;
     m_body = body;
     QNetworkRequest request(url);
@@ -98,6 +109,11 @@ void SignIn::shown(const QByteArray &page, const QUrl &url)
         return finish(QStringLiteral("the page %1 has no form to sign in with").arg(url.path()));
     if (form->asksForPassword() && std::exchange(m_passwordWasSent, true))
         return finish(QStringLiteral("the user or the password was not accepted"));
+    if (form->asksForPassword() && form->method != "POST")
+        return finish(
+            QStringLiteral("the form of the page %1 would put the password into an address: it has to "
+                           "have the method POST")
+                .arg(url.path()));
     if (form->asksForPassword())
         form->fillIn(m_user, m_password);
     if (form->method == "POST")

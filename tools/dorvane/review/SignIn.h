@@ -14,7 +14,7 @@
 class QNetworkReply;
 
 // One page after the other, as a browser would, until a redirect leads to the application. Forms that ask for
-// no password, such as one for consent, are sent as they stand.
+// no password, such as one for consent, are sent as they stand. Nothing goes over plain http but on this device.
 class SignIn : public QObject
 {
     Q_OBJECT
@@ -39,7 +39,8 @@ private:
     QString m_user;
     QString m_password;
     Done m_done;
-    QByteArray m_method; // of the request under way
+    QUrl m_page;         // of the request under way
+    QByteArray m_method; // of it
     QByteArray m_body;
     int m_requests = 0;
     bool m_passwordWasSent = false;
