@@ -98,7 +98,7 @@ private:
         QVariantMap options = host.servingOptions(server);
         options.insert(u"analytics"_qs, true); // its request is under way too
         Dorvane::startWithProjectId(u"p"_qs, options);
-        for (int i = 0; i < 100 && !server.waitForRequests(before + 1, 10); ++i)
+        for (int i = 0; i < 2000 && !server.waitForRequests(before + 1, 10); ++i)
             QCoreApplication::processEvents();
         if (server.requests().size() == before)
             return -1;

@@ -134,7 +134,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         int changes = 0;
-        while (timer.elapsed() < 2000) {
+        while (timer.elapsed() < 2000 || (changes <= 10 && timer.elapsed() < 20000)) {
             DVMainController::sharedInstance().forceOTALocale(++changes % 2 ? u"de"_qs : u"fr"_qs, false, {});
             QCoreApplication::processEvents();
         }

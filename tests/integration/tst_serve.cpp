@@ -274,7 +274,7 @@ void tst_Serve::garbageEndsTheConnection()
     QTcpSocket socket;
     socket.connectToHost(u"127.0.0.1"_qs, server.port());
     socket.write("\x16\x03\x01\x02 no HTTP at all\r\n\r\n");
-    QVERIFY(socket.waitForDisconnected(5000) || socket.state() == QAbstractSocket::UnconnectedState);
+    QVERIFY(socket.waitForDisconnected(20000) || socket.state() == QAbstractSocket::UnconnectedState);
     QCOMPARE(server.get(frenchPath).status, 200);
 }
 
@@ -289,7 +289,7 @@ void tst_Serve::quietLogsNoRequests()
     ServeProcess quiet(folder.path(), {u"--quiet"_qs});
     quiet.get(frenchPath);
     quiet.process().terminate();
-    QVERIFY(quiet.process().waitForFinished(5000));
+    QVERIFY(quiet.process().waitForFinished(20000));
     QVERIFY(!quiet.process().readAllStandardError().contains(frenchPath));
 }
 
@@ -309,7 +309,7 @@ void tst_Serve::signalsEndIt()
     QVERIFY(open.waitForConnected(5000));
     QCOMPARE(::kill(pid_t(server.process().processId()), signal), 0);
     // It takes milliseconds; a loaded machine gets some room, the 30 s of the open connection do not fit in.
-    QVERIFY2(server.process().waitForFinished(3000), "it does not end soon");
+    QVERIFY2(server.process().waitForFinished(15000), "it does not end soon");
     QCOMPARE(server.process().exitStatus(), QProcess::NormalExit);
     QCOMPARE(server.process().exitCode(), 0);
 }
@@ -321,7 +321,7 @@ void tst_Serve::endsWithItsInput()
     server.process().write("this is read and ignored\n");
     QCOMPARE(server.get(frenchPath).status, 200);
     server.process().closeWriteChannel();
-    QVERIFY(server.process().waitForFinished(5000));
+    QVERIFY(server.process().waitForFinished(20000));
     QCOMPARE(server.process().exitCode(), 0);
 }
 

@@ -348,11 +348,15 @@ void tst_Transfer::cancelEndsASequence()
 
 void tst_Transfer::cancelIsForItsOwnRequests()
 {
-    m_device->answer(Answer::of(200, "{}").delayed(200));
+    m_device->server.setHandler([](const Request &request) {
+        return request.target == "/kept" ? Answer::of(200, "{}").delayed(200)
+                                         : Answer::failing(Fault::Silence);
+    });
     const OperationPtr cancelled = operation();
     const OperationPtr kept = operation();
     for (const OperationPtr &each : {cancelled, cancelled, kept})
-        DVNetwork::getPath(u"/p"_qs, DVAuthenticationNone, DVServerApi, {}, completion(each), each->transfer);
+        DVNetwork::getPath(each == kept ? u"/kept"_qs : u"/p"_qs, DVAuthenticationNone, DVServerApi, {},
+                           completion(each), each->transfer);
     QVERIFY(m_device->server.waitForRequests(3, generousMs));
     // Two of the cancelled operation's: both complete.
     cancelled->transfer->cancel();
@@ -400,7 +404,7 @@ void tst_Transfer::anObjectThatDiesInFlight_data()
 void tst_Transfer::anObjectThatDiesInFlight()
 {
     QFETCH(bool, cancels);
-    m_device->answer(Answer::of(200, QByteArray(1 << 20, 'b')).delayed(50));
+    m_device->answer(Answer::of(200, QByteArray(1 << 20, 'b')).delayed(cancels ? generousMs : 50));
     auto object = std::make_unique<int>(0); // what progress touches
     const auto alive = std::make_shared<bool>(true);
     int late = 0;

@@ -68,7 +68,7 @@ void expectQuickEnd(const QString &program, const QStringList &arguments)
     QVERIFY(process.waitForFinished(generousMs));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
-    QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY2(clock.elapsed() < 2500, qPrintable(QString::number(clock.elapsed())));
 }
 
 int codeOf(const DVErrorOr &error)
@@ -276,7 +276,7 @@ void tst_Transport::inactivityEndsAStartedRequest()
     DVFaultServer server;
     server.enqueue(Answer::failing(Fault::Silence));
     const Arrival arrival;
-    DVHttpTransport::send(get(server.url()), {}, arrival.take(), 200);
+    DVHttpTransport::send(get(server.url()), {}, arrival.take(), 1000);
     QTRY_COMPLETED(arrival);
     QCOMPARE(arrival->code(), int(QNetworkReply::TimeoutError));
     QVERIFY(server.waitForDisconnects(1));
@@ -527,8 +527,9 @@ void tst_Transport::shutDownIsQuickAndFinal()
     QVERIFY(server.waitForRequests(6));
     QElapsedTimer clock;
     clock.start();
-    DVHttpTransport::shutDown(50);
-    QVERIFY2(clock.elapsed() <= 50, qPrintable(QString::number(clock.elapsed())));
+    DVHttpTransport::shutDown(generousMs);
+    // A busy machine gets some room, the minute of the requests does not fit in.
+    QVERIFY2(clock.elapsed() < 2500, qPrintable(QString::number(clock.elapsed())));
     QVERIFY(server.waitForDisconnects(server.connectionCount()));
     QCoreApplication::processEvents();
     QCoreApplication::processEvents();
@@ -550,9 +551,9 @@ void tst_Transport::shutDownFreesAWaitingThread()
     QVERIFY(server.waitForRequests(1));
     QElapsedTimer clock;
     clock.start();
-    DVHttpTransport::shutDown(50);
+    DVHttpTransport::shutDown(generousMs);
     waiting.join();
-    QVERIFY(clock.elapsed() <= 100);
+    QVERIFY(clock.elapsed() < 5000);
     QCOMPARE(codeOf(error), int(QNetworkReply::OperationCanceledError));
 }
 

@@ -85,9 +85,9 @@ public:
     // Forgets requests, queued answers and the handler.
     void clear();
     // Blocks, without an event loop, until so many requests were read. False after the time.
-    bool waitForRequests(int count, int milliseconds = 5000) const;
+    bool waitForRequests(int count, int milliseconds = 20000) const;
     // The same for the end of connections that clients closed (or aborted).
-    bool waitForDisconnects(int count, int milliseconds = 5000) const;
+    bool waitForDisconnects(int count, int milliseconds = 20000) const;
     int connectionCount() const;
 
     // Closes idle connections (those between two requests), as a server does after its keep-alive time.

@@ -11,8 +11,16 @@
 class DVWrittenLog
 {
 public:
-    static void begin() { shared().m_before = qInstallMessageHandler(collect); }
-    static void end() { qInstallMessageHandler(shared().m_before); }
+    static void begin()
+    {
+        const QMutexLocker lock(&shared().m_mutex);
+        shared().m_before = qInstallMessageHandler(collect);
+    }
+    static void end()
+    {
+        const QMutexLocker lock(&shared().m_mutex);
+        qInstallMessageHandler(shared().m_before);
+    }
 
     // Those since the last time, without "[DV] ".
     static QStringList take()
@@ -34,10 +42,14 @@ private:
     }
     static void collect(QtMsgType type, const QMessageLogContext &context, const QString &text)
     {
-        if (!text.startsWith(u"[DV] "))
-            return shared().m_before(type, context, text);
-        const QMutexLocker lock(&shared().m_mutex);
-        shared().m_lines.append(text.mid(5));
+        QMutexLocker lock(&shared().m_mutex);
+        if (text.startsWith(u"[DV] ")) {
+            shared().m_lines.append(text.mid(5));
+            return;
+        }
+        const QtMessageHandler before = shared().m_before;
+        lock.unlock();
+        before(type, context, text);
     }
 
     QMutex m_mutex;
