@@ -3,12 +3,14 @@
 #ifndef DORVANE_VIEWS_QUICK
 
 void dv_followQuickWindow(QWindow &, QObject &) {}
+void dv_followQuickWidget(QWidget &, QObject &) {}
 
 #else
 
 #include "DVCleanFields.h"
 #include "DVCueMarkers.h"
 #include "DVMarkedTexts.h"
+#include "DVQuickScene.h"
 
 #include <QHash>
 #include <QMetaProperty>
@@ -134,6 +136,12 @@ void dv_followQuickWindow(QWindow &window, QObject &context)
             return;
     }
     static_cast<void>(std::make_unique<QuickFields>(*quick, context).release()); // the context owns it
+}
+
+void dv_followQuickWidget(QWidget &widget, QObject &context)
+{
+    if (QQuickWindow *window = dv_quickWindow(widget))
+        dv_followQuickWindow(*window, context);
 }
 
 #include "DVCleanQuick.moc"

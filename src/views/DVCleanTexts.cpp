@@ -164,6 +164,7 @@ void DVCleanTexts::polished(QWidget &widget)
     follow(widget);
     followEntries(widget);
     m_names->follow(widget);
+    dv_followQuickWidget(widget, *this);
 }
 
 // What no signal told of, before anybody sees it.

@@ -5,6 +5,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QQuickWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -17,6 +18,7 @@ private Q_SLOTS:
     void cleanup();
     void fieldsAndTitles();
     void fieldsThatComeLater();
+    void fieldsInAWidget();
     void whatTheUserTypesStays();
     void accessibleNames();
     void fieldsThatDeleteEachOther();
@@ -102,6 +104,20 @@ void tst_CleanQuick::fieldsThatComeLater()
     QCOMPARE(text("first"), u"Nom"_qs);
     QVERIFY(QMetaObject::invokeMethod(m_window.get(), "load"));
     QCOMPARE(text("later"), u"Nom"_qs);
+}
+
+void tst_CleanQuick::fieldsInAWidget()
+{
+    QQmlComponent component(&m_engine);
+    component.setData("import QtQuick\nTextInput { text: qsTr(\"Name\") }", {});
+    QQuickWidget widget(&m_engine, nullptr);
+    widget.setContent({}, &component, component.create());
+    QVERIFY2(widget.rootObject(), qPrintable(component.errorString()));
+    widget.show();
+    QCOMPARE(widget.rootObject()->property("text").toString(), u"Nom"_qs);
+    m_words.words = {{u"Name"_qs, u"‹Nom de famille›"_qs}};
+    m_engine.retranslate();
+    QCOMPARE(widget.rootObject()->property("text").toString(), u"Nom de famille"_qs);
 }
 
 void tst_CleanQuick::whatTheUserTypesStays()
