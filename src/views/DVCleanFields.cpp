@@ -64,6 +64,17 @@ void cleanDocument(QTextDocument &document)
     document.setModified(wasModified);
 }
 
+// Those who began to listen after us hear the clean text first, and then the marked one of the signal that it
+// is told in: they hear the clean one once more behind it.
+void tellAgain(QLineEdit &edit, const QString &clean)
+{
+    const auto tell = [&edit, clean] {
+        if (edit.text() == clean)
+            Q_EMIT edit.textChanged(clean);
+    };
+    QMetaObject::invokeMethod(&edit, tell, Qt::QueuedConnection);
+}
+
 } // namespace
 
 bool dv_holdsCues(QStringView text)
@@ -100,8 +111,10 @@ void dv_cleanLineEdit(QLineEdit &edit, DVTelling telling)
             edit.setSelection(cursor == start ? end : start, cursor == start ? start - end : end - start);
         edit.setModified(wasModified);
     }
-    if (telling == DVTelling::Listeners)
+    if (telling == DVTelling::Listeners) {
+        tellAgain(edit, clean);
         Q_EMIT edit.textChanged(clean);
+    }
 }
 
 void dv_cleanTextEdit(QTextEdit &edit, DVTelling telling)

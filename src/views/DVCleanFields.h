@@ -22,7 +22,8 @@ qsizetype dv_placeWithoutCues(QStringView text, qsizetype place);
 // with any text that an application sets.
 enum class DVTelling {
     Nobody,   // the host is told nothing: nobody has seen the marked text change
-    Listeners // the change signal says once more what is held: it said the marked text before
+    Listeners // the change signal says once more what is held: it said the marked text before. That of a line
+              // edit, which carries the text, says it again behind the signal that is going on
 };
 void dv_cleanLineEdit(QLineEdit &edit, DVTelling telling);
 void dv_cleanTextEdit(QTextEdit &edit, DVTelling telling);

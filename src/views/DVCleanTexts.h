@@ -20,8 +20,8 @@ class QWindow;
 // painted. In review and capture modes it also gives texts of interface files their strings
 // (DVInterfaceTexts.h).
 //
-// A host that listens to a field's change signal hears of a marked text twice: first what it set, then the
-// clean one. Of everything else it hears nothing. Windows of ours are left alone. Main thread, with a
+// A host that listens to a field's change signal hears of a marked text more than once: what it set, and last
+// the clean one. Of everything else it hears nothing. Windows of ours are left alone. Main thread, with a
 // QApplication.
 class DVCleanTexts : public QObject
 {

@@ -62,6 +62,14 @@ private Q_SLOTS:
         edit.setText(QString(u"A: " + tr_("Name")));
         QCOMPARE(edit.text(), u"A: Nom"_qs);
         QCOMPARE(changes.last().first().toString(), u"A: Nom"_qs); // what listeners hear is clean, too
+        const QSignalSpy late(&edit, &QLineEdit::textChanged);     // connected behind us
+        edit.setText(tr_("Name"));
+        QTRY_COMPARE(late.last().first().toString(), u"Nom"_qs);
+        edit.setText(tr_("Name"));
+        edit.setText(u"own"_qs);
+        QCoreApplication::processEvents();
+        QCOMPARE(late.last().first().toString(), u"own"_qs);
+        edit.setText(QString(u"A: " + tr_("Name")));
         QCOMPARE(DVMarkedTexts::markedText(&edit, {"text"}, edit.text()), QString(u"A: " + tr_("Name")));
         QTest::keyClicks(&edit, u"!"_qs);
         QCOMPARE(edit.text(), u"A: Nom!"_qs);
