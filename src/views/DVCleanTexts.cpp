@@ -17,7 +17,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <QSignalBlocker>
 #include <QSystemTrayIcon>
 #include <QTextEdit>
 #include <QToolBar>
@@ -71,8 +70,8 @@ DVCleanTexts::DVCleanTexts()
     connect(qApp, &QGuiApplication::applicationDisplayNameChanged, this,
             [] { dv_cleanProperty(*qApp, "applicationDisplayName"); });
     const QWidgetList widgets = QApplication::allWidgets();
-    for (QWidget *widget : widgets) {
-        if (widget->testAttribute(Qt::WA_WState_Polished))
+    for (const QPointer<QWidget> &widget : QList<QPointer<QWidget>>(widgets.begin(), widgets.end())) {
+        if (widget && widget->testAttribute(Qt::WA_WState_Polished))
             polished(*widget);
     }
     const QWindowList windows = QGuiApplication::allWindows();
@@ -110,8 +109,11 @@ bool DVCleanTexts::eventFilter(QObject *watched, QEvent *event)
     case QEvent::ToolTipChange:
     case QEvent::ActionAdded:
     case QEvent::ActionChanged:
-        if (watched->isWidgetType() && !isOurs(*static_cast<QWidget *>(watched)))
+        if (watched->isWidgetType() && !isOurs(*static_cast<QWidget *>(watched))) {
+            const QPointer<QObject> alive = watched;
             filterWidget(*static_cast<QWidget *>(watched), *event);
+            return !alive; // nobody may be given what is gone
+        }
         break;
     default:
         break;
@@ -162,7 +164,10 @@ void DVCleanTexts::polished(QWidget &widget)
             cleanAction(action);
     }
     follow(widget);
+    const QPointer<QWidget> alive = &widget;
     followEntries(widget);
+    if (!alive)
+        return;
     m_names->follow(widget);
     dv_followQuickWidget(widget, *this);
 }
@@ -170,7 +175,10 @@ void DVCleanTexts::polished(QWidget &widget)
 // What no signal told of, before anybody sees it.
 void DVCleanTexts::beforePaint(QWidget &widget)
 {
+    const QPointer<QWidget> alive = &widget;
     followEntries(widget);
+    if (!alive)
+        return;
     if (auto *box = qobject_cast<QAbstractSpinBox *>(&widget))
         dv_cleanSpinBox(*box);
     m_names->follow(widget);
@@ -208,8 +216,11 @@ void DVCleanTexts::followEntries(QWidget &widget)
     };
     connect(box->model(), &QAbstractItemModel::rowsInserted, this, inserted);
     connect(box->model(), &QAbstractItemModel::dataChanged, this, changed);
-    const QSignalBlocker quiet(box);
+    const QPointer<QComboBox> alive = box;
+    const bool wasQuiet = box->blockSignals(true);
     dv_cleanEntries(*box, 0, box->count() - 1);
+    if (alive)
+        alive->blockSignals(wasQuiet);
 }
 
 void DVCleanTexts::followWindow(QWindow &window)

@@ -193,6 +193,22 @@ private Q_SLOTS:
         QVERIFY(!box);
     }
 
+    void comboBoxThatIsDeletedAtTheStart()
+    {
+        start({{u"allowLocaleChange"_qs, false}});
+        QWidget window;
+        QStandardItemModel model;
+        QPointer<QComboBox> box = std::make_unique<QComboBox>(&window).release();
+        box->setModel(&model);
+        box->addItem(u"\u200Bmarked\u2062"_qs);
+        const QPointer<QLabel> child = std::make_unique<QLabel>(box).release();
+        show(window);
+        connect(&model, &QStandardItemModel::itemChanged, this, [&box] { delete box.data(); });
+        start();
+        QVERIFY(!box && !child);
+        QCOMPARE(model.item(0)->text(), u"marked"_qs);
+    }
+
     void spinBoxes()
     {
         QDoubleSpinBox box;
