@@ -2,6 +2,19 @@
 
 #include "DVAnalytics.h"
 
+namespace {
+
+// Nobody may overwrite what they have not seen.
+DVError publishedUnread()
+{
+    return {
+        QStringLiteral("dorvane.SDK"), 500,
+        QStringLiteral("The platform's published strings could not be read, so that edits might overwrite "
+                       "newer ones. Try again.")};
+}
+
+} // namespace
+
 DVReviewChanges::DVReviewChanges(std::shared_ptr<DVLocaleStrings> strings)
     : m_strings(std::move(strings))
     , m_upstream(DVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*m_strings))
@@ -14,13 +27,21 @@ void DVReviewChanges::loadChanges(std::function<void(const DVErrorOr &)> complet
 {
     m_upstream->pullWithCompletion(
         [self = shared_from_this(), then = std::move(completion)](const DVErrorOr &error) {
-            if (!error) {
-                self->m_upstream->loadStrings();
-                self->createStack();
-            }
-            then(error);
+            then(error ? error : self->loadUpstream());
         },
         transfer);
+}
+
+DVErrorOr DVReviewChanges::loadUpstream()
+{
+    m_upstream->loadStrings();
+    const QSet<QString> untold = m_upstream->untoldConflictsWith(*m_strings);
+    for (auto key = m_kept.edited.keyBegin(); key != m_kept.edited.keyEnd(); ++key) {
+        if (untold.contains(*key))
+            return publishedUnread();
+    }
+    createStack();
+    return {};
 }
 
 void DVReviewChanges::createStack()

@@ -25,7 +25,8 @@ public:
 
     explicit DVReviewChanges(std::shared_ptr<DVLocaleStrings> strings);
 
-    // Asks the platform for its translations of now, which the cards are set against.
+    // Asks the platform for its translations of now, which the cards are set against. An error too when the
+    // published ones did not come and the platform's text of an edited string is therefore unknown.
     void loadChanges(std::function<void(const DVErrorOr &)> completion, const DVTransferPtr &transfer = {});
 
     // Still to decide, the top one first: edited strings, then accepted and rejected ones that are not,
@@ -46,6 +47,7 @@ public:
     void save(DVChangesPush::Completion completion, const DVTransferPtr &transfer = {});
 
 private:
+    DVErrorOr loadUpstream();
     void createStack();
 
     const std::shared_ptr<DVLocaleStrings> m_strings;

@@ -27,6 +27,19 @@ QString loadedText(const DVStringLayers &layers, const QString &key, const QStri
     return dv_stringByRemovingCues(record->localizedFormat);
 }
 
+// By key and form.
+template<typename Visitor> void visitForms(const DVStringGroups &strings, const Visitor &visit)
+{
+    for (auto group = strings.constBegin(); group != strings.constEnd(); ++group) {
+        QStringList forms = *group ? (*group)->pluralForms.keys() : QStringList();
+        forms.sort();
+        for (const QString &form : std::as_const(forms)) {
+            if (const DVStringPtr record = (*group)->pluralForms.value(form))
+                visit(group.key(), form, *record);
+        }
+    }
+}
+
 } // namespace
 
 std::shared_ptr<DVReviewLocaleStrings>
@@ -92,7 +105,7 @@ void DVReviewLocaleStrings::clearAllFiles()
 QList<DVStringConflict> DVReviewLocaleStrings::conflictsWith(const DVLocaleStrings &edited) const
 {
     QList<DVStringConflict> conflicts;
-    const auto compare = [&](const QString &key, const QString &form, const DVString &record) {
+    visitForms(edited.dirtyStrings(), [&](const QString &key, const QString &form, const DVString &record) {
         const QString now = loadedText(loadedStrings(), key, form);
         if (now.isNull() && !m_publishedWasRead)
             return;
@@ -101,15 +114,20 @@ QList<DVStringConflict> DVReviewLocaleStrings::conflictsWith(const DVLocaleStrin
         const bool same = before == now && before.isNull() == now.isNull();
         if (!same && edit != now)
             conflicts.append({key, form, edit, before, now});
-    };
-    const DVStringGroups &dirty = edited.dirtyStrings();
-    for (auto group = dirty.constBegin(); group != dirty.constEnd(); ++group) {
-        QStringList forms = *group ? (*group)->pluralForms.keys() : QStringList();
-        forms.sort();
-        for (const QString &form : std::as_const(forms)) {
-            if (const DVStringPtr record = (*group)->pluralForms.value(form))
-                compare(group.key(), form, *record);
-        }
-    }
+    });
     return conflicts;
+}
+
+QSet<QString> DVReviewLocaleStrings::untoldConflictsWith(const DVLocaleStrings &edited) const
+{
+    if (m_publishedWasRead)
+        return {};
+    const bool hasPublished = QFile::exists(edited.publishedFilePath());
+    QSet<QString> keys;
+    visitForms(edited.dirtyStrings(), [&](const QString &key, const QString &form, const DVString &) {
+        const bool isThere = !loadedText(loadedStrings(), key, form).isNull();
+        if (!isThere && (hasPublished || !loadedText(edited.loadedStrings(), key, form).isNull()))
+            keys.insert(key);
+    });
+    return keys;
 }

@@ -3,6 +3,8 @@
 
 #include "DVLocaleStrings.h"
 
+#include <QSet>
+
 // An edit whose string has another text on the platform than when it was edited. Texts without markers.
 struct DVStringConflict
 {
@@ -31,6 +33,9 @@ public:
     // An edit that says what the platform says by now is none. Strings that are not here count only where the
     // published ones could be read. Call it after loadStrings().
     QList<DVStringConflict> conflictsWith(const DVLocaleStrings &edited) const;
+    // Keys of edits of which conflictsWith() cannot tell: the published strings could not be read, and the
+    // pending ones do not hold them. A string that is new to a locale that has had no published ones is none.
+    QSet<QString> untoldConflictsWith(const DVLocaleStrings &edited) const;
 
     QString publishedFilePath() const override;
     QString pendingFilePath() const override;

@@ -494,6 +494,33 @@ private Q_SLOTS:
         QVERIFY2(changes->conflicts().isEmpty(), "an edit that is not sent overwrites nothing");
     }
 
+    void publishedStringsThatDoNotCome_data()
+    {
+        const DVRows<Answer, QString, bool> row("answer", "edited", "loads");
+        row("the edited text may be another by now", Answer::of(500, "{}"), "a", false);
+        row("a connection that breaks tells nothing either", Answer::failing(DVFaultServer::Fault::Reset),
+            "a", false);
+        row("a string that the locale did not have may be there now", Answer::of(500, "{}"), "new", false);
+        row("the pending strings tell", Answer::of(500, "{}"), "b", true);
+        row("they came, without the string", Answer::of(200, nothing), "a", true);
+    }
+    void publishedStringsThatDoNotCome()
+    {
+        QFETCH(Answer, answer);
+        QFETCH(QString, edited);
+        startReview(QByteArray(published).replace(
+            "</body>",
+            "<trans-unit id=\"5\" resname=\"new\"><source>new</source><target/></trans-unit></body>"));
+        edit(edited, {text(u"mine"_qs)});
+        m_platform->setAnswer("PUBLISHED", answer);
+        m_platform->publish({}, DVTestHost::xliff({{u"2"_qs, u"b"_qs, u"b"_qs, u"un b"_qs}}));
+        const auto changes = std::make_shared<DVReviewChanges>(controller().localeStrings());
+        const DVErrorOr error = load(changes);
+        QTEST(!error, "loads");
+        QVERIFY(error || changes->conflicts().size() == (edited == u"a" ? 1 : 0));
+        QCOMPARE(state(), QString(edited % u" - - -"));
+    }
+
     void whatChangesDuringASendingStays()
     {
         startReview();
