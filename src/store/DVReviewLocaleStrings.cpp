@@ -102,6 +102,20 @@ void DVReviewLocaleStrings::clearAllFiles()
     }
 }
 
+void DVReviewLocaleStrings::pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer)
+{
+    clearAllFiles();
+    const auto self = std::static_pointer_cast<DVReviewLocaleStrings>(shared_from_this());
+    DVLocaleStrings::pullWithCompletion(
+        [self, then = std::move(withCompletion)](const DVErrorOr &error) {
+            if (error)
+                self->clearAllFiles();
+            if (then)
+                then(error);
+        },
+        transfer);
+}
+
 QList<DVStringConflict> DVReviewLocaleStrings::conflictsWith(const DVLocaleStrings &edited) const
 {
     QList<DVStringConflict> conflicts;

@@ -28,6 +28,8 @@ public:
     // Reads the pulled files and deletes them, also those that do not parse.
     void loadStrings();
     void clearAllFiles();
+    // What an earlier pull left is deleted first, and what this one has brought when it fails.
+    void pullWithCompletion(PullCompletion withCompletion, const DVTransferPtr &transfer = {}) override;
 
     // For every edited form whose text here differs from the one that `edited` has loaded, by key and form.
     // An edit that says what the platform says by now is none. Strings that are not here count only where the

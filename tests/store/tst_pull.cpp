@@ -183,6 +183,36 @@ private Q_SLOTS:
         }
     }
 
+    // Killed in between, an earlier review has left texts that were the platform's once.
+    void theReviewCopyTakesNothingFromAnEarlierOne_data()
+    {
+        const DVRows<Answer, Answer, bool> row("published", "pending", "fails");
+        const Answer some = document({{u"j"_qs, u"pending"_qs}});
+        row("the published strings fail", Answer::failing(DVFaultServer::Fault::Reset), some, false);
+        row("a page about an error comes instead", Answer::of(500, "<html>"), some, false);
+        row("the pending strings fail", some, Answer::of(500, "{}"), true);
+    }
+    void theReviewCopyTakesNothingFromAnEarlierOne()
+    {
+        QFETCH(Answer, published);
+        QFETCH(Answer, pending);
+        const auto review = DVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*editedStore());
+        const QStringList files = m_device->files();
+        Device::write(review->publishedFilePath(), Device::xliff({{u"k"_qs, u"of last week"_qs}}));
+        Device::write(review->pendingFilePath(), Device::xliff({{u"k"_qs, u"of last week"_qs}}));
+        m_platform->server.enqueue(published);
+        m_platform->server.enqueue(pending);
+        const DVOutcome<> outcome;
+        review->pullWithCompletion(outcome.take());
+        QTRY_COMPLETED(outcome);
+        QTEST(bool(outcome->error), "fails");
+        if (outcome->error)
+            QCOMPARE(m_device->files(), files); // also when somebody logs out between the two
+        review->loadStrings();
+        QVERIFY(!review->loadedStrings().find(QStringView(u"k")));
+        QCOMPARE(m_device->files(), files);
+    }
+
     void theBaseStore()
     {
         DVState::shared().editionMode = false; // a capture: signed by the application
