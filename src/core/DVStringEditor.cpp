@@ -6,6 +6,8 @@
 #include <Dorvane/DVNotificationCenter.h>
 #include <Dorvane/Dorvane.h>
 
+#include <algorithm>
+
 namespace {
 
 QString noForm()
@@ -90,27 +92,40 @@ DVStringPtr DVStringEditor::addForm(const DVStringGroupPtr &group, const QString
     return string;
 }
 
+DVStringPtr DVStringEditor::editedForm(const DVStringGroupPtr &group, const QString &form) const
+{
+    const DVStringPtr string = group ? group->stringForPluralForm(form, true) : nullptr;
+    return string || !group ? string : addForm(group, form);
+}
+
+QStringList DVStringEditor::unknownStrings() const
+{
+    QStringList unknown;
+    for (auto entry = m_texts.cbegin(); m_strings && entry != m_texts.cend(); ++entry) {
+        const DVStringGroupPtr edited = editedGroup(entry.key());
+        const DVStringGroupPtr group = edited ? linkedCopy(*edited) : nullptr; // nothing is added yet
+        const QStringList forms = entry->keys();
+        if (!std::all_of(forms.begin(), forms.end(),
+                         [&](const QString &form) { return editedForm(group, form) != nullptr; }))
+            unknown.append(entry.key());
+    }
+    return unknown;
+}
+
 QStringList DVStringEditor::saveStrings()
 {
     if (!m_strings)
         return {};
-    QStringList unknown;
+    const QStringList unknown = unknownStrings();
     DVStringGroups edited = m_strings->dirtyStrings();
     for (auto entry = m_texts.cbegin(); entry != m_texts.cend(); ++entry) {
         const DVStringGroupPtr group = editedGroup(entry.key());
-        bool complete = group != nullptr;
-        for (auto text = entry->cbegin(); group && text != entry->cend(); ++text) {
-            DVStringPtr string = group->stringForPluralForm(text.key(), true);
-            if (!string)
-                string = addForm(group, text.key());
-            if (string) {
+        for (auto text = entry->cbegin(); text != entry->cend(); ++text) {
+            if (const DVStringPtr string = editedForm(group, text.key())) {
                 setMarkedText(*string, text->text);
                 edited.insert(entry.key(), group);
             }
-            complete = complete && string;
         }
-        if (!complete)
-            unknown.append(entry.key());
     }
     m_strings->setDirtyStrings(edited);
     m_strings->saveDirty();

@@ -23,13 +23,19 @@ public:
     // Of how many texts the number of capsules is not that of the arguments in the base locale's form.
     int validateStrings() const;
 
+    // The keys of strings, or of forms, that neither locale has: saveStrings() would save nothing of those.
+    // To be asked before DVReviewDecisions::touch(): what cannot be saved must not cost a decision. (A
+    // decision made after the text was typed is one about that text, and saving does not touch it.)
+    QStringList unknownStrings() const;
+
     // Makes them edited strings, also on the device; the notification of updated strings follows from the
     // event loop. A string that the locale does not have yet begins as a copy of the base locale's. Returns
-    // the keys of strings, or of forms, that neither has: nothing is saved of those.
+    // unknownStrings().
     QStringList saveStrings();
 
 private:
     DVStringGroupPtr editedGroup(const QString &key) const;
+    DVStringPtr editedForm(const DVStringGroupPtr &group, const QString &form) const;
     DVStringPtr addForm(const DVStringGroupPtr &group, const QString &form) const;
 
     const std::shared_ptr<DVLocaleStrings> m_strings;

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void somebodyElseChangedATextMeanwhile();
     void aPullKeepsACopyOfWhatItDiscards();
     void stepsLimitWhatCanBeDone();
+    void aRefusedEditCostsNoDecision();
     void whatIsMissingIsSaid_data();
     void whatIsMissingIsSaid();
     void cancelledAndShown();
@@ -274,6 +275,20 @@ void tst_Review::stepsLimitWhatCanBeDone()
     ask(u"useLocale"_qs, {{u"id"_qs, u"fr-CA"_qs}});
     QVERIFY(ReviewApp::errorOf(edit(u"Hello"_qs, u"Salut"_qs)).contains(u"may translate"_qs));
     QCOMPARE(unsaved(), u"- - - -"_qs);
+}
+
+void tst_Review::aRefusedEditCostsNoDecision()
+{
+    launch(true);
+    ask(u"accept"_qs, {{u"key"_qs, u"Hello"_qs}});
+    QVERIFY(ReviewApp::errorOf(edit(u"Hello"_qs, u"x"_qs, u"many"_qs)).contains(u"no such form"_qs));
+    QVERIFY(ReviewApp::errorOf(edit(u"Leaves"_qs, u"x"_qs, u"several"_qs)).contains(u"no such form"_qs));
+    QVERIFY2(!ReviewApp::errorOf(ask(u"accept"_qs, {{u"key"_qs, u"Leaves"_qs}})).isEmpty(),
+             "its published text is as it was");
+    QCOMPARE(unsaved(), u"- Hello - -"_qs);
+    kill();
+    launch(false);
+    QCOMPARE(unsaved(), u"- Hello - -"_qs);
 }
 
 void tst_Review::whatIsMissingIsSaid_data()

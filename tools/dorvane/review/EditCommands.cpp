@@ -73,10 +73,11 @@ Reply edit(JsonMembers &members)
     if (const int wrong = editor.validateStrings())
         return QJsonObject{{QStringLiteral("edited"), QJsonArray()},
                            {QStringLiteral("wrongPlaceholders"), wrong}};
+    if (!editor.unknownStrings().isEmpty())
+        return refusal(QStringLiteral("there is no such string, or it has no such form"));
     if (target)
         DVReviewDecisions::touch(*controller().localeStrings(), target);
-    if (!editor.saveStrings().isEmpty())
-        return refusal(QStringLiteral("there is no such string, or it has no such form"));
+    editor.saveStrings();
     return QJsonObject{{QStringLiteral("edited"), QJsonArray{key}}};
 }
 
