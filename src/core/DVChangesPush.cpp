@@ -38,6 +38,19 @@ DVStringGroups stillIn(const DVStringGroups &store, DVStringGroups groups)
     return groups;
 }
 
+// Strings that the platform cannot know: a decision about them is never sent. With why, by key.
+QMap<QString, QStringList> takeUnknown(DVStringGroups &groups)
+{
+    QMap<QString, QStringList> unknown;
+    groups.removeIf([&](const auto &entry) {
+        const bool isUnknown = (*entry)->uid().isEmpty();
+        if (isUnknown)
+            unknown.insert(entry.key(), {QStringLiteral("No hashcode for this string")});
+        return isUnknown;
+    });
+    return unknown;
+}
+
 template<typename Keys> void removeKeys(DVStringGroups &groups, const Keys &keys)
 {
     for (const QString &key : keys)
@@ -165,6 +178,7 @@ DVChangesPush::Outcome DVChangesPush::decided(const DVErrorOr &error, const QLis
         outcome.failed.insert(string->key, {});
         sent.remove(string->key);
     }
+    outcome.failed.insert(takeUnknown(sent));
     outcome.done = sent.keys();
     DVStringGroups left = rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings();
     removeKeys(left, outcome.done);

@@ -36,7 +36,7 @@ public:
     struct Outcome
     {
         DVErrorOr error;                   // the request failed, or was cancelled
-        QMap<QString, QStringList> failed; // strings that the platform refused, with its messages
+        QMap<QString, QStringList> failed; // strings that the platform refused or cannot know, and why
         QStringList done;                  // keys that it acknowledged
 
         bool isComplete() const { return !error && failed.isEmpty(); }

@@ -434,6 +434,20 @@ private Q_SLOTS:
         QCOMPARE(state(), u"- b hello -"_qs);
     }
 
+    void decisionsThatCannotBeSent()
+    {
+        startReview(QByteArray(published).replace(" id=\"1\"", "").replace(" id=\"3\"", ""));
+        accept(u"a"_qs);
+        accept(u"b"_qs);
+        reject(u"hello"_qs);
+        const QStringList why{u"No hashcode for this string"_qs};
+        const Outcome outcome = push();
+        QCOMPARE(outcome.failed, (QMap<QString, QStringList>{{u"a"_qs, why}, {u"hello"_qs, why}}));
+        QCOMPARE(outcome.done, QStringList{u"b"_qs});
+        QVERIFY2(!m_platform->changes().contains(u"issues"_qs), "nothing was rejected");
+        QCOMPARE(state(), u"- a hello -"_qs);
+    }
+
     void nothingIsSentBehindAFailedSave()
     {
         startReview();
