@@ -6,16 +6,19 @@
 #include "DVTextContainer.h"
 #include "DorvaneViews.h"
 
+#include <QPointer>
 #include <QSet>
 #include <QTabBar>
 #include <QTabWidget>
 
 namespace {
 
+// The host, told of the first title, may delete what has it.
 void replaceTitle(QObject *object, const QString &title, const QString &newTitle)
 {
+    const QPointer<QObject> alive(object);
     for (const char *property : {"windowTitle", "title"}) {
-        if (dv_hasTextProperty(object, property))
+        if (alive && dv_hasTextProperty(object, property))
             dv_replacePropertyText(object, property, title, newTitle);
     }
 }

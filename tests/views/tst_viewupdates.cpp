@@ -233,6 +233,21 @@ private Q_SLOTS:
         QCOMPARE(tabs.tabText(1), u"something else"_qs);
     }
 
+    void aPageDeletedByItsTitle()
+    {
+        const QPointer<QGroupBox> box = new QGroupBox(marked(u"[OK]"_qs));
+        box->setWindowTitle(box->title());
+        connect(box, &QWidget::windowTitleChanged, this, [&box] { delete box.data(); });
+        DVViewStrings strings;
+        strings.viewController = box;
+        strings.isTitle = true;
+        strings.originalString = box->title();
+        strings.dorvaneStringsInString();
+        translate();
+        strings.updateView();
+        QVERIFY(!box);
+    }
+
     void realLabels()
     {
         QWidget window;
