@@ -133,20 +133,14 @@ DVPopupContentView *DVPopupWindow::topPopup() const
 
 void DVPopupWindow::presentPopup(DVPopupContentView *popup, bool animated)
 {
-    if (!popup)
+    if (!popup || !endLeaving(popup))
         return;
     if (m_stack.contains(popup)) {
-        if (!m_leaving.contains(popup)) {
-            popup->raise();
-            m_stack.removeAll(popup);
-            m_stack.append(popup);
-            m_root = popup;
-            return;
-        }
-        const bool dies = popup->testAttribute(Qt::WA_DeleteOnClose);
-        popup->setAttribute(Qt::WA_DeleteOnClose, false);
-        finishDismissal(popup);
-        popup->setAttribute(Qt::WA_DeleteOnClose, dies);
+        popup->raise();
+        m_stack.removeAll(popup);
+        m_stack.append(popup);
+        m_root = popup;
+        return;
     }
     const bool first = m_stack.isEmpty();
     if (first) {
@@ -169,6 +163,20 @@ void DVPopupWindow::presentPopup(DVPopupContentView *popup, bool animated)
     popup->raise();
     makeKeyAndVisible();
     focusTop();
+}
+
+// A completion may delete the popup; then this is false. Or it presents the popup itself.
+bool DVPopupWindow::endLeaving(DVPopupContentView *popup)
+{
+    if (!m_leaving.contains(popup))
+        return true;
+    const QPointer<DVPopupContentView> alive(popup);
+    const bool dies = popup->testAttribute(Qt::WA_DeleteOnClose);
+    popup->setAttribute(Qt::WA_DeleteOnClose, false);
+    finishDismissal(popup);
+    if (alive)
+        alive->setAttribute(Qt::WA_DeleteOnClose, dies);
+    return alive;
 }
 
 void DVPopupWindow::animateIn(DVPopupContentView &popup)

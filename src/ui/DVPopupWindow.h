@@ -65,6 +65,7 @@ private:
     };
 
     DVPopupWindow();
+    bool endLeaving(DVPopupContentView *popup);
     void animateIn(DVPopupContentView &popup);
     void fadeMask(double alpha, int milliseconds, DVAnimation::Curve curve);
     void finishDismissal(DVPopupContentView *popup);

@@ -171,6 +171,22 @@ private Q_SLOTS:
         QVERIFY(popups().isVisible() && popup->isVisible());
     }
 
+    void completionsOfOneThatComesBack()
+    {
+        DVPopupContentView popup(new DVViewController);
+        popup.presentPopupAnimated(false);
+        popup.dismissAnimated(true, [&] { popup.presentPopupAnimated(false); });
+        popup.presentPopupAnimated(true);
+        QCOMPARE(popups().popupStack(), QList{&popup});
+        popup.dismissAnimated(false);
+
+        QPointer<DVPopupContentView> doomed = presented()->popup();
+        doomed->dismissAnimated(true, [&] { delete doomed.data(); });
+        doomed->presentPopupAnimated(true);
+        QVERIFY(!doomed);
+        QVERIFY(popups().popupStack().isEmpty() && !popups().isVisible());
+    }
+
     void deletedMidAnimation_data()
     {
         QTest::addColumn<bool>("leaving");
