@@ -1,6 +1,7 @@
 #include "DVPopupRootViewController.h"
 
 #include "DVPopupContentView.h"
+#include "DVPopupWindow.h"
 
 DVPopupRootViewController::DVPopupRootViewController()
     : m_popup(new DVPopupContentView(this))
@@ -14,6 +15,7 @@ DVPopupRootViewController::~DVPopupRootViewController()
     if (!m_popup)
         return; // it is what deletes this
     m_popup->m_owner = nullptr;
-    m_popup->dismissAnimated(false);
+    if (DVPopupWindow::isMade()) // not any more behind the application object, where none can be made
+        m_popup->dismissAnimated(false);
     m_popup->deleteLater();
 }

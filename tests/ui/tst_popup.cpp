@@ -28,6 +28,12 @@ class tst_Popup : public PopupTest
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        delete new Screen;
+        QVERIFY2(!DVPopupWindow::isMade(), "a screen that was never shown needs no window to go");
+    }
+
     void coversTheHostAndFollowsIt()
     {
         QVERIFY(!popups().isVisible());
