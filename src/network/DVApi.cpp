@@ -29,10 +29,10 @@ void fetchData(const QString &path, int authenticated, const DataCompletion &com
 }
 
 // Fetches what the session keeps for its user, unless that is somebody else when the answer comes: nobody
-// must find another one's project and rights.
+// must find another one's project and rights. A payload of which `fromData` makes nothing cannot be read.
 template<typename Value>
 void fetchForSession(const QString &path, std::optional<Value> DVSession::*kept,
-                     Value (*fromData)(const QJsonObject &),
+                     std::optional<Value> (*fromData)(const QJsonObject &),
                      const std::function<void(const DVErrorOr &, const std::optional<Value> &)> &completion)
 {
     fetchData(
@@ -45,7 +45,7 @@ void fetchForSession(const QString &path, std::optional<Value> DVSession::*kept,
             if (value && session.epoch() == epoch)
                 session.*kept = value;
             if (completion)
-                completion(error, value);
+                completion(error || value ? error : DVApiAnswer::unreadable(), value);
         });
 }
 
@@ -59,9 +59,18 @@ void answerFromSession(const Value &value,
     });
 }
 
-QJsonObject sameObject(const QJsonObject &data)
+std::optional<QJsonObject> sameObject(const QJsonObject &data)
 {
     return data;
+}
+
+// A project without workflows has an empty list of them. No list is not "nothing may be done": that would
+// take the user's step and be kept until the next sign-in.
+std::optional<QList<DVWorkflowStep>> workflowsOf(const QJsonObject &data)
+{
+    if (!data.value(QLatin1StringView("items")).isArray())
+        return {};
+    return DVWorkflowStep::workflowsFromDictionary(data);
 }
 
 QString projectInfoPath()
@@ -109,7 +118,7 @@ void DVApi::projectWorkflowsForce(bool force, WorkflowsCompletion withCompletion
         return answerFromSession(kept, withCompletion);
     fetchForSession(
         DVApiAnswer::projectPath(QLatin1StringView("workflows-strings-api"), QStringLiteral("/workflows")),
-        &DVSession::workflows, &DVWorkflowStep::workflowsFromDictionary, withCompletion);
+        &DVSession::workflows, &workflowsOf, withCompletion);
 }
 
 // NOLINTNEXTLINE(readability-function-size): two files of a locale, by whom, and what follows

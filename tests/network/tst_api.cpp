@@ -29,6 +29,8 @@ private Q_SLOTS:
     void projectInfoIsAskedByWhoeverMayAsk();
     void projectInfoIsKept();
     void workflowsAreListedAndKept();
+    void workflowsWithoutAListAreNotKept_data();
+    void workflowsWithoutAListAreNotKept();
     void answersThatCannotBeRead_data();
     void answersThatCannotBeRead();
     void nothingIsKeptForTheNextUser_data();
@@ -132,6 +134,32 @@ void tst_Api::workflowsAreListedAndKept()
     DVApi::projectWorkflowsForce(true, {});
     QTRY_COMPARE(m_platform->requestLines(),
                  QStringList(2, u"GET /workflows-strings-api/v2/projects/p1/workflows Bearer user-token"_qs));
+}
+
+void tst_Api::workflowsWithoutAListAreNotKept_data()
+{
+    const DVRows<QByteArray> row("data");
+    row("no items", "{}");
+    row("items that are null", R"({"items":null})");
+    row("items that are an object", R"({"items":{}})");
+}
+
+void tst_Api::workflowsWithoutAListAreNotKept()
+{
+    QFETCH(QByteArray, data);
+    m_platform->answer(ApiPlatform::success(data));
+    const Workflows broken;
+    DVApi::projectWorkflowsForce(false, broken.take());
+    QTRY_COMPLETED(broken);
+    QCOMPARE(broken->error, serverError);
+    QVERIFY(!broken->result);
+
+    m_platform->answer(ApiPlatform::success(R"({"items":[]})")); // a project without workflows
+    const Workflows asked;
+    DVApi::projectWorkflowsForce(false, asked.take());
+    QTRY_COMPLETED(asked);
+    QVERIFY(!asked->error);
+    QVERIFY(asked->result && asked->result->isEmpty());
 }
 
 void tst_Api::answersThatCannotBeRead_data()
