@@ -169,14 +169,43 @@ Range valueOfScheme(QStringView text, qsizetype blank)
     return value.end - value.begin < shortestToken ? Range{} : value; // "the bearer of": no token
 }
 
+bool endsAuthority(QChar character)
+{
+    return character.isSpace() || QStringView(u"/\"<>").contains(character);
+}
+
+// "//user:value@host" (RFC 3986, 3.2.1), where ":" stands. A value that should have been percent-encoded and
+// was not may hold "?", "#" and "@".
+Range valueOfUserInfo(QStringView text, qsizetype colon)
+{
+    qsizetype begin = colon;
+    while (begin > 0 && text[begin - 1] != u':' && text[begin - 1] != u'@' && !endsAuthority(text[begin - 1]))
+        --begin;
+    if (begin < 2 || text[begin - 1] != u'/' || text[begin - 2] != u'/')
+        return {};
+    Range value{colon + 1, colon + 1};
+    for (qsizetype end = value.begin; end < text.size() && !endsAuthority(text[end]); ++end) {
+        if (text[end] == u'@')
+            value.end = end;
+    }
+    return value;
+}
+
+Range valueAtColon(QStringView text, qsizetype colon)
+{
+    if (colon > 0 && text[colon - 1] == u'"')
+        return valueOfMember(text, colon);
+    const Range userInfo = valueOfUserInfo(text, colon);
+    return userInfo.end > userInfo.begin ? userInfo : valueOfHeader(text, colon);
+}
+
 Range secretAt(QStringView text, qsizetype position)
 {
     switch (text[position].unicode()) {
     case u'=':
         return valueOfPair(text, position);
     case u':':
-        return position > 0 && text[position - 1] == u'"' ? valueOfMember(text, position)
-                                                          : valueOfHeader(text, position);
+        return valueAtColon(text, position);
     case u' ':
         return valueOfScheme(text, position);
     default:

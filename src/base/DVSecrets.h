@@ -39,7 +39,7 @@ bool isSecretName(QStringView name);
 bool isSecretParameter(QStringView name);
 
 // Free text: remembered secrets, as they are and percent-encoded or escaped as in JSON, also cut off; and
-// what follows "Bearer", "Cookie:", "password=", "\"token\":" and the like.
+// what follows "Bearer", "Cookie:", "password=", "\"token\":" and the like, and passwords in URLs.
 QString cleanText(const QString &text);
 // "a=1&b=2". "data" carries analytics events; their number of characters says enough.
 QString cleanForm(const QString &form);

@@ -1,6 +1,7 @@
 #include "DVServerUrl.h"
 
 #include "DVHosts.h"
+#include "DVSecrets.h"
 
 #include <QHostAddress>
 #include <QUrl>
@@ -54,6 +55,18 @@ QString withoutTrailingSlash(QString url)
     return url;
 }
 
+// For a log. All before the last "@" goes: a password that is not percent-encoded holds anything, and then
+// the text is no URL of which its parts could be asked.
+QString withoutUserInfo(const QString &text)
+{
+    const qsizetype at = text.lastIndexOf(u'@');
+    const qsizetype slashes = text.indexOf(u"//");
+    if (at < 0)
+        return DVSecrets::cleanText(text);
+    const QString scheme = text.left(slashes < 0 || slashes > at ? 0 : slashes + 2);
+    return DVSecrets::cleanText(scheme % DVSecrets::redacted % text.mid(at));
+}
+
 QString deploymentUrl(int server, int environment)
 {
     const char *const *const hosts[] = {DVHosts::api, DVHosts::sso, DVHosts::delivery, DVHosts::deliveryCdn};
@@ -79,7 +92,7 @@ QString DVServerUrl::setServers(const QVariantMap &servers)
         const QString text = entry->toString();
         const QUrl url(text, QUrl::StrictMode);
         if (!isText || !isUsableBase(url))
-            return text.isNull() ? QStringLiteral("") : text;
+            return text.isNull() ? QStringLiteral("") : withoutUserInfo(text);
         urls[server] = withoutTrailingSlash(url.toString(QUrl::FullyEncoded));
     }
     const std::lock_guard lock(replacements().mutex);

@@ -23,10 +23,10 @@ public:
     static void setEnvironment(int environment);
 
     // Replaces base URLs: {"api", "sso", "delivery", "deliveryCdn"}, each https, or http on loopback
-    // (127.0.0.0/8, [::1], localhost). Returns the first entry that is not and changes nothing then;
-    // a null string on success. An empty map restores the deployment's hosts. Keys that are absent
-    // keep the deployment's. A trailing slash is dropped; "deliveryCdn" is used as it stands, without
-    // appending "/projects".
+    // (127.0.0.0/8, [::1], localhost). Returns the first entry that is not, without user
+    // information and secrets, for a log, and changes nothing then; a null string on success. An empty map
+    // restores the deployment's hosts. Keys that are absent keep the deployment's. A trailing slash is
+    // dropped; "deliveryCdn" is used as it stands, without appending "/projects".
     static QString setServers(const QVariantMap &servers);
 
     // No trailing slash; "" for DVServerNone; null for any other value or an unknown environment.

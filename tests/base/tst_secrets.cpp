@@ -115,12 +115,16 @@ private Q_SLOTS:
         row("a code in a fragment", u"app://login/#code="_qs, u"xyz"_qs, u""_qs);
         row("a pair", u"using password="_qs, u"x1"_qs, u", user=y"_qs);
         row("a quoted pair", u"password=\""_qs, u"a b, c"_qs, u"\", user=y"_qs);
+        row("a URL's password", u"Host https://ana:"_qs, u"p&s?s#w@rd"_qs, u"@h:8443/p not found"_qs);
+        row("a URL's token without a user", u"<http://:"_qs, u"abc"_qs, u"@h>"_qs);
         row("JSON", u"got {\"a\": 1, \"access_token\": \""_qs, u"x\\\"y"_qs, u"\", \"code\": \"E\"}"_qs);
         const auto same = [&](const char *name, const QString &text) { rows(name, cleaning, text, text); };
         same("a sentence", u"Wrong password: it is too short"_qs);
         same("an exit code", u"failed with code=3"_qs);
         same("a bearer", u"The bearer of it"_qs);
         same("JSON without secrets", u"{\"code\": \"VALIDATION_ERROR\", \"errors\": []}"_qs);
+        same("a port and a path with a sign", u"http://h:80/@x and http://[::1]:8080/a@b"_qs);
+        same("a URL without a password", u"https://ana@h/ and https://ana:<redacted>@h/"_qs);
         same("what is clean", u"?token=<redacted>&x {\"token\":\"<redacted>\"}"_qs);
         same("nothing behind the sign", u"token="_qs);
         same("an open quote", u"\"token\":\""_qs);
