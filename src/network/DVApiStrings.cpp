@@ -8,6 +8,7 @@
 #include "DVFolders.h"
 #include "DVLog.h"
 #include "DVMainQueue.h"
+#include "DVPrivateFile.h"
 #include "DVState.h"
 
 #include <QHash>
@@ -207,16 +208,18 @@ void DVApi::saveStrings(const DVStringGroups &strings, const DVXliffHeader &head
         return completeLater({}, {});
     const QString file = DVFolders::dorvaneFiles() % u'/' % saveFileName;
     DVXliffWriter::Failures unwritten;
-    if (const DVErrorOr error = DVXliffWriter::writeXliffFromStrings(strings, file, header, &unwritten)) {
+    const QByteArray content =
+        dv_escapedXliff(DVXliffWriter::documentFromStrings(strings, header, &unwritten));
+    if (const DVErrorOr error = DVPrivateFile::write(file, content)) {
         dv_logInfo(u"Save failed: " % error->description);
         return completeLater(error, allFailed(strings, *error));
     }
-    // The upload takes the file's content before it returns, so another save may replace the file at once.
+    // Not what lies there by now: another process may have put its own file in this one's place.
     DVNetwork::postPath(
         DVApiAnswer::projectPath(QLatin1StringView("files-api"),
                                  u"/locales/" % DVApiAnswer::pathPiece(DVApiAnswer::currentLocale()) %
                                      u"/content/import"),
-        DVAuthenticationUser, DVFileAttachment{file}, QStringLiteral("file"),
+        DVAuthenticationUser, DVFileAttachment{file, content}, QStringLiteral("file"),
         [strings, failures = unwrittenForms(unwritten), withCompletion](const DVErrorOr &error,
                                                                         const QJsonValue &json) {
             completeSave(strings, failures, error, json, withCompletion);

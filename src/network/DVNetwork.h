@@ -27,7 +27,8 @@ enum DVAuthentication {
     DVAuthenticationApi = 2   // DVAPISession
 };
 
-// What a multipart upload carries: the path of a file.
+// What a multipart upload carries: the path of a file, and its content where the caller knows it; then only
+// the path's name is used.
 struct DVImageAttachment
 {
     QString path;
@@ -35,6 +36,7 @@ struct DVImageAttachment
 struct DVFileAttachment
 {
     QString path;
+    std::optional<QByteArray> content = {};
 };
 
 // Completion of a strings download, on the main thread. Dates that the answer does not give are invalid.
@@ -110,6 +112,8 @@ public:
     static DVErrorOr createBodyWithBoundary(const QString &boundary, const QVariantMap &parameters,
                                             const QStringList &paths, const QString &fieldName,
                                             QByteArray *body, QString *debugString);
+    static DVErrorOr createBodyWithBoundary(const QString &boundary, const DVFileAttachment &file,
+                                            const QString &fieldName, QByteArray *body, QString *debugString);
 
     // Conditional GET of a strings file, in the background. Decryption, inflation and the write happen
     // on the network thread.

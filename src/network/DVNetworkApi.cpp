@@ -104,7 +104,7 @@ void signAndSendForJson(const JsonCall &json)
     signAndSend(call, json.authentication);
 }
 
-JsonCall uploadOf(const QString &filePath, const QString &path, const QString &fieldName)
+JsonCall uploadOf(const DVFileAttachment &file, const QString &path, const QString &fieldName)
 {
     const QString boundary = DVNetwork::generateBoundaryString();
     const auto bodyDebug = std::make_shared<QString>();
@@ -113,7 +113,7 @@ JsonCall uploadOf(const QString &filePath, const QString &path, const QString &f
     call.request.method = "POST";
     call.request.request.setRawHeader("Content-Type", "multipart/form-data; boundary=" + boundary.toLatin1());
     call.request.makeBody = [=](QByteArray *body) {
-        return DVNetwork::createBodyWithBoundary(boundary, {}, {filePath}, fieldName, body, bodyDebug.get());
+        return DVNetwork::createBodyWithBoundary(boundary, file, fieldName, body, bodyDebug.get());
     };
     call.bodyDebug = bodyDebug;
     return call;
@@ -212,14 +212,14 @@ void DVNetwork::postPath(const QString &path, int auth, const DVImageAttachment 
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer)
 {
-    upload(uploadOf(withImageAttachment.path, path, fieldName), auth, std::move(andCompletion), transfer);
+    upload(uploadOf({withImageAttachment.path}, path, fieldName), auth, std::move(andCompletion), transfer);
 }
 
 void DVNetwork::postPath(const QString &path, int auth, const DVFileAttachment &withFileAttachment,
                          const QString &fieldName, DVJsonCompletion andCompletion,
                          const DVTransferPtr &transfer)
 {
-    JsonCall call = uploadOf(withFileAttachment.path, path, fieldName);
+    JsonCall call = uploadOf(withFileAttachment, path, fieldName);
     makeBodyNow(&call.request);
     upload(call, auth, std::move(andCompletion), transfer);
 }

@@ -58,12 +58,52 @@ DVErrorOr appendFile(const QString &path, QByteArray *body)
     return {};
 }
 
-qsizetype sizeOfFiles(const QStringList &paths)
+DVErrorOr appendContent(const DVFileAttachment &file, QByteArray *body)
+{
+    if (!file.content)
+        return appendFile(file.path, body);
+    if (file.content->size() > largestFile)
+        return fileError(file.path, QFileDevice::ResourceError, QStringLiteral("too large"));
+    *body += *file.content;
+    return {};
+}
+
+qsizetype sizeOfFiles(const QList<DVFileAttachment> &files)
 {
     qsizetype size = 0;
-    for (const QString &path : paths)
-        size += qsizetype(qMin(QFileInfo(path).size(), largestFile));
+    for (const auto &file : files)
+        size +=
+            file.content ? file.content->size() : qsizetype(qMin(QFileInfo(file.path).size(), largestFile));
     return size;
+}
+
+// NOLINTNEXTLINE(readability-function-size): what a body consists of, and two forms of it
+DVErrorOr createBody(const QString &boundary, const QVariantMap &parameters,
+                     const QList<DVFileAttachment> &files, const QString &fieldName, QByteArray *body,
+                     QString *debugString)
+{
+    QByteArray bytes;
+    QString text;
+    for (auto entry = parameters.begin(); entry != parameters.end(); ++entry)
+        text += parameterPart(boundary, entry.key(), entry->toString());
+    bytes = text.toUtf8();
+    const qsizetype roomForHeads = 1024;
+    if (!files.isEmpty())
+        bytes.reserve(bytes.size() + sizeOfFiles(files) + files.size() * roomForHeads);
+    for (const auto &file : files) {
+        const QString head = fileHead(boundary, fieldName, file.path);
+        bytes += head.toUtf8();
+        if (const DVErrorOr error = appendContent(file, &bytes))
+            return error;
+        bytes += "\r\n";
+        text += head % u"<file data>\r\n";
+    }
+    const QString end = u"--" % boundary % u"--\r\n";
+    bytes += end.toUtf8();
+    *body = std::move(bytes);
+    if (debugString)
+        *debugString = text % end;
+    return {};
 }
 
 } // namespace
@@ -78,26 +118,14 @@ DVErrorOr DVNetwork::createBodyWithBoundary(const QString &boundary, const QVari
                                             const QStringList &paths, const QString &fieldName,
                                             QByteArray *body, QString *debugString)
 {
-    QByteArray bytes;
-    QString text;
-    for (auto entry = parameters.begin(); entry != parameters.end(); ++entry)
-        text += parameterPart(boundary, entry.key(), entry->toString());
-    bytes = text.toUtf8();
-    const qsizetype roomForHeads = 1024;
-    if (!paths.isEmpty())
-        bytes.reserve(bytes.size() + sizeOfFiles(paths) + paths.size() * roomForHeads);
-    for (const QString &path : paths) {
-        const QString head = fileHead(boundary, fieldName, path);
-        bytes += head.toUtf8();
-        if (const DVErrorOr error = appendFile(path, &bytes))
-            return error;
-        bytes += "\r\n";
-        text += head % u"<file data>\r\n";
-    }
-    const QString end = u"--" % boundary % u"--\r\n";
-    bytes += end.toUtf8();
-    *body = std::move(bytes);
-    if (debugString)
-        *debugString = text % end;
-    return {};
+    QList<DVFileAttachment> files;
+    for (const QString &path : paths)
+        files.append({path});
+    return createBody(boundary, parameters, files, fieldName, body, debugString);
+}
+
+DVErrorOr DVNetwork::createBodyWithBoundary(const QString &boundary, const DVFileAttachment &file,
+                                            const QString &fieldName, QByteArray *body, QString *debugString)
+{
+    return createBody(boundary, {}, {file}, fieldName, body, debugString);
 }

@@ -5,6 +5,11 @@
 #include "DVXliffParser.h"
 
 #include <QNetworkReply>
+#include <QScopeGuard>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
 
 using Answer = DVFaultServer::Answer;
 using Fault = DVFaultServer::Fault;
@@ -89,6 +94,7 @@ private Q_SLOTS:
     void stringsThatCannotBeWritten();
     void editsThatCannotBeWritten();
     void twoSavesAtATimeKeepTheirTexts();
+    void anotherProcessesSaveIsNotSent();
     void cancelledImport();
     void issuesAreReported();
     void issuesThatFail_data();
@@ -399,6 +405,32 @@ void tst_ApiStrings::twoSavesAtATimeKeepTheirTexts()
         texts += textsIn(ApiPlatform::uploadedFile(request).content).value(u"a"_qs);
     texts.sort();
     QCOMPARE(texts, (QStringList{u"first"_qs, u"second"_qs}));
+}
+
+// What is sent is taken out of the edits afterwards: a file that another process put in its place must not
+// be.
+void tst_ApiStrings::anotherProcessesSaveIsNotSent()
+{
+    const std::filesystem::path folder = DVFolders::dorvaneFiles().toStdString();
+    ApiPlatform::write(DVFolders::dorvaneFiles() + u"/theirs"_qs, "of another process");
+    std::atomic<bool> ends = false;
+    std::thread other([&] {
+        for (std::error_code taken; !ends;) {
+            std::filesystem::create_hard_link(folder / "theirs", folder / "link", taken);
+            std::filesystem::rename(folder / "link", folder / "saveFile.xlf", taken);
+        }
+    });
+    const auto join = qScopeGuard([&] {
+        ends = true;
+        other.join();
+    });
+    m_platform->answer(ApiPlatform::success("{}"));
+    for (int i = 1; i <= 20; ++i) {
+        const Saved saved = save();
+        QTRY_COMPLETED(saved);
+        QCOMPARE(m_platform->requests().size(), i);
+        QCOMPARE(textsIn(ApiPlatform::uploadedFile(m_platform->requests().last()).content).size(), 3);
+    }
 }
 
 void tst_ApiStrings::cancelledImport()
