@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -35,6 +36,18 @@ constexpr std::array archivedRights{
     ArchivedMember<bool Step::*>{QLatin1StringView("canSubmit"), &Step::canSubmit},
     ArchivedMember<bool Step::*>{QLatin1StringView("canReject"), &Step::canReject},
 };
+
+// A step's identifier stands in every unit of the edited strings, and the whole step in the library's
+// settings: too long, neither file could be read again.
+constexpr qsizetype longestText = 1000;
+constexpr qsizetype mostLocalePairs = 10000;
+
+bool isOfUsableSize(const Step &step)
+{
+    return step.localePairs.size() <= mostLocalePairs &&
+           std::all_of(archivedTexts.begin(), archivedTexts.end(),
+                       [&](const auto &text) { return (step.*text.member).size() <= longestText; });
+}
 
 // ---- the platform's answer ----
 
@@ -145,13 +158,19 @@ DVWorkflowStep DVWorkflowStep::stepWithDictionary(const QJsonObject &dictionary,
 QList<DVWorkflowStep> DVWorkflowStep::workflowsFromDictionary(const QJsonObject &dictionary)
 {
     QList<DVWorkflowStep> steps;
+    const auto add = [&steps](const DVWorkflowStep &step) {
+        if (isOfUsableSize(step))
+            steps.append(step);
+        else
+            dv_logInfo(QStringLiteral("A workflow step is left out: it is too large"));
+    };
     for (const auto &item : dictionary.value(QLatin1StringView("items")).toArray()) {
         const QJsonObject workflow = item.toObject();
         const QString name = workflow.value(QLatin1StringView("workflowName")).toString();
         const QString uid = workflow.value(QLatin1StringView("workflowUid")).toString();
         for (const auto &step : workflow.value(QLatin1StringView("workflowSteps")).toArray()) {
             if (step.isObject())
-                steps.append(stepWithDictionary(step.toObject(), name, uid));
+                add(stepWithDictionary(step.toObject(), name, uid));
         }
     }
     return steps;
@@ -172,7 +191,7 @@ std::optional<DVWorkflowStep> DVWorkflowStep::unarchived(const QByteArray &data)
 {
     const QJsonObject archive = QJsonDocument::fromJson(data).object();
     DVWorkflowStep step;
-    if (isOfThisVersion(archive.value(versionKey)) && readMembers(archive, step))
+    if (isOfThisVersion(archive.value(versionKey)) && readMembers(archive, step) && isOfUsableSize(step))
         return step;
     dv_logInfo(QStringLiteral("The saved workflow step cannot be read"));
     return {};

@@ -33,11 +33,12 @@ struct DVWorkflowStep
     // has both identifiers; one that it has not is said at debug level.
     static DVWorkflowStep stepWithDictionary(const QJsonObject &dictionary, const QString &workflowName,
                                              const QString &uid);
-    // All steps of all workflows in the payload of the workflows answer, in its order.
+    // All steps of all workflows in the payload of the workflows answer, in its order. One with a text of
+    // more than 1000 characters, or more than 10000 locale pairs, is left out, with a line in the log.
     static QList<DVWorkflowStep> workflowsFromDictionary(const QJsonObject &dictionary);
 
-    // A versioned JSON map under the names of the members above. Damaged data, another version or a value
-    // of the wrong type give none, and a line in the log.
+    // A versioned JSON map under the names of the members above. Damaged data, another version, a value
+    // of the wrong type and a step as large as above give none, and a line in the log.
     QByteArray archived() const;
     static std::optional<DVWorkflowStep> unarchived(const QByteArray &data);
 

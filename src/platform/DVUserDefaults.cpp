@@ -93,6 +93,7 @@ void DVUserDefaults::Private::change(const QString &key, const QJsonValue &value
 }
 
 // Does nothing when the file already holds the values; a write that failed is tried again by the next change.
+// What would read as empty is not written: the file keeps what stands there.
 void DVUserDefaults::Private::write()
 {
     const std::lock_guard writer(writing);
@@ -103,7 +104,8 @@ void DVUserDefaults::Private::write()
     const QString target = path;
     const quint64 snapshotGeneration = generation;
     lock.unlock();
-    if (DVPrivateFile::write(target, QJsonDocument(snapshot).toJson()))
+    const QByteArray content = QJsonDocument(snapshot).toJson();
+    if (content.size() > fileLimit || DVPrivateFile::write(target, content))
         return;
     lock.lock();
     if (target == path && written < snapshotGeneration)

@@ -11,7 +11,8 @@
 // memory, and written atomically by every change, so that a change survives a kill as soon as the
 // call returns. A value of another type than asked for reads as absent. A damaged file reads as
 // empty. Two processes: the last writer wins on the whole file. Thread-safe; a reader never waits for
-// the disk, but for the first reading of the file. A write that fails is tried again by the next change.
+// the disk, but for the first reading of the file. A write that fails is tried again by the next change; one
+// of more than 16 MiB, which would read as empty, fails always.
 //
 // Integers and texts stand in the file as JSON's own, data as {"data": base64}, objects as {"object": {...}}.
 class DVUserDefaults

@@ -97,6 +97,40 @@ private Q_SLOTS:
                  QList<DVWorkflowStep>(steps, DVWorkflowStep()));
     }
 
+    void longTextsCostTheirStepOnly_data()
+    {
+        // a text of this many characters
+        const DVRows<QByteArray, int, int> row("payload", "length", "steps");
+        const QByteArray step = R"({"items": [{"workflowSteps": [{}, {"NAME": "LONG"}]}]})";
+        for (const char *name : {"workflowStepName", "workflowStepUid", "workflowStepClass"})
+            row(name, QByteArray(step).replace("NAME", name), 1001, 1);
+        row("workflowName", R"({"items": [{"workflowName": "LONG", "workflowSteps": [{}, {}]}]})", 1001, 0);
+        row("workflowUid", R"({"items": [{"workflowUid": "LONG", "workflowSteps": [{}]}]})", 1001, 0);
+        row("one that fits", R"({"items": [{"workflowUid": "LONG", "workflowSteps": [{}]}]})", 1000, 1);
+    }
+    void longTextsCostTheirStepOnly()
+    {
+        QFETCH(QByteArray, payload);
+        QFETCH(int, length);
+        const auto read = object(payload.replace("LONG", QByteArray(length, 'x')).constData());
+        QTEST(int(DVWorkflowStep::workflowsFromDictionary(read).size()), "steps");
+    }
+
+    void manyLocalePairsCostTheirStep_data()
+    {
+        const DVRows<int, int> row("pairs", "steps");
+        row("as many as languages may make", 10000, 1);
+        row("more", 10001, 0);
+    }
+    void manyLocalePairsCostTheirStep()
+    {
+        QFETCH(int, pairs);
+        const QByteArrayList list(pairs, R"({"sourceLocaleId": "en-US", "targetLocaleId": "fr-CA"})");
+        const QByteArray payload = R"({"items": [{"workflowSteps": [{"localePairs": [LIST]}]}]})";
+        const auto read = object(QByteArray(payload).replace("LIST", list.join(',')).constData());
+        QTEST(int(DVWorkflowStep::workflowsFromDictionary(read).size()), "steps");
+    }
+
     void localePairs_data()
     {
         // unknown: what the log says is not supported
@@ -161,6 +195,9 @@ private Q_SLOTS:
             without.remove(key);
             row(qPrintable(QString(u"without "_qs + key)), QJsonDocument(without).toJson());
         }
+        for (const char *key : {"workflowName", "workflowUid", "name", "uid", "stepClass"})
+            changed(QString::fromLatin1(key) + u" of 1001 characters"_qs, QString::fromLatin1(key),
+                    QString(1001, u'x'));
         changed(u"version 2"_qs, u"version"_qs, 2);
         changed(u"version 1.5"_qs, u"version"_qs, 1.5);
         const auto pairs = [](const QJsonValue &source) {

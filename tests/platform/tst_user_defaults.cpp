@@ -164,6 +164,19 @@ private Q_SLOTS:
         QCOMPARE(m_defaults.integerForKey(u"b"_qs), 2);
     }
 
+    void whatCouldNotBeReadBackIsNotWritten()
+    {
+        m_defaults.setInteger(u"a"_qs, 1);
+        m_defaults.setString(u"huge"_qs, QString(17 << 20, u'x'));
+        m_defaults.reload();
+        QCOMPARE(m_defaults.integerForKey(u"a"_qs), 1);
+        m_defaults.setString(u"huge"_qs, QString(17 << 20, u'x'));
+        m_defaults.setInteger(u"b"_qs, 2);
+        m_defaults.removeKey(u"huge"_qs);
+        m_defaults.reload();
+        QCOMPARE(m_defaults.integerForKey(u"b"_qs), 2);
+    }
+
     void theLastOfTwoProcessesWinsTheWholeFile()
     {
         m_defaults.setInteger(u"mine"_qs, 1);
