@@ -176,6 +176,18 @@ private Q_SLOTS:
                  QStringList(u"j[none]: mine too | x -> theirs"_qs));
     }
 
+    void nothingWasEverPublished()
+    {
+        const ReviewDevice device;
+        auto strings = device.restarted();
+        Device::setEdits(*strings, {{u"k"_qs, u"mine"_qs}});
+        const auto review = DVReviewLocaleStrings::reviewLocaleStringsFromLocaleStrings(*strings);
+        review->loadStrings();
+        QCOMPARE(review->untoldConflictsWith(*strings), QSet<QString>());
+        device.publish({{u"j"_qs, u"x"_qs}});
+        QCOMPARE(review->untoldConflictsWith(*strings), QSet<QString>{u"k"_qs});
+    }
+
     void interfaceFiles()
     {
         const ReviewDevice device;
