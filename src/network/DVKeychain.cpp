@@ -58,18 +58,36 @@ QString noAnswer()
     return QStringLiteral("it does not answer");
 }
 
-// Reports a failure, also that of a service that never says anything.
-std::function<void(const DVErrorOr &)> watched()
+void sayNotDeleted(const QString &why)
+{
+    dv_logInfo(u"Could not delete from the keychain: " % why);
+}
+
+// Says on the main thread how a change ended, also when the service never says anything.
+std::function<void(const DVErrorOr &)> watched(void (*sayFailure)(const QString &), DVKeychain::Done done)
 {
     constexpr int patienceMs = 3000;
     const auto answered = std::make_shared<std::atomic<bool>>(false);
-    DVMainQueue::postDelayed(patienceMs, [answered] {
+    DVMainQueue::postDelayed(patienceMs, [answered, sayFailure] {
         if (!*answered)
-            sayMemoryOnly(noAnswer());
+            sayFailure(noAnswer());
     });
-    return [answered](const DVErrorOr &error) {
-        if (!answered->exchange(true) && error)
-            DVMainQueue::post([why = error->description] { sayMemoryOnly(why); });
+    return [answered, sayFailure, done = std::move(done)](const DVErrorOr &error) {
+        if (answered->exchange(true))
+            return;
+        if (error)
+            DVMainQueue::post([sayFailure, why = error->description] { sayFailure(why); });
+        else
+            DVMainQueue::post(done);
+    };
+}
+
+// For the item's change of just now.
+DVKeychain::Done unlessChanged(const DVKeychain::Query &query, DVKeychain::Done done)
+{
+    return [name = query.service, stamp = store().item(query).stamp, done = std::move(done)] {
+        if (done && store().items.value(name).stamp == stamp)
+            done();
     };
 }
 
@@ -175,12 +193,14 @@ void dv_setKeychainService(std::unique_ptr<DVKeychainService> service)
     store().service = std::move(service);
 }
 
-bool DVKeychain::saveValue(const QString &value, const QString &forKey, const QString &forAccessGroup)
+bool DVKeychain::saveValue(const QString &value, const QString &forKey, const QString &forAccessGroup,
+                           Done done)
 {
     const Query query = getKeychainQuery(forKey, forAccessGroup);
     store().items[query.service] = {++store().lastStamp, true, false, value, {}};
     if (const auto &service = store().service)
-        service->write(query.service, query.account, archived(value), watched());
+        service->write(query.service, query.account, archived(value),
+                       watched(&sayMemoryOnly, unlessChanged(query, std::move(done))));
     else
         sayMemoryOnly(QStringLiteral("the application has none"));
     return true;
@@ -202,13 +222,14 @@ std::optional<QString> DVKeychain::loadValueForKey(const QString &key, const QSt
     return item.value;
 }
 
-bool DVKeychain::deleteValueForKey(const QString &key, const QString &forAccessGroup)
+bool DVKeychain::deleteValueForKey(const QString &key, const QString &forAccessGroup, Done done)
 {
     const Query query = getKeychainQuery(key, forAccessGroup);
     const bool had = store().item(query).value.has_value();
     store().items[query.service] = {++store().lastStamp, true, false, {}, {}};
     if (const auto &service = store().service)
-        service->remove(query.service, query.account, watched());
+        service->remove(query.service, query.account,
+                        watched(&sayNotDeleted, unlessChanged(query, std::move(done))));
     return had;
 }
 

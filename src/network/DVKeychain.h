@@ -10,7 +10,7 @@
 
 // The copy in memory is the truth; the service is told in the background. Without a service, with one that is
 // locked, dies or never answers, items live in memory only: one line at info level says so, nothing is
-// written in clear, nothing waits. Main thread only.
+// written in clear, nothing waits. Each deletion that fails has a line of its own. Main thread only.
 class DVKeychain
 {
 public:
@@ -24,8 +24,13 @@ public:
         friend bool operator==(const Query &, const Query &) = default;
     };
 
+    // Called once the service has done what it was told, unless the item was saved or deleted again since;
+    // never when it fails, dies, or there is none. May be null.
+    using Done = std::function<void()>;
+
     // True: it is in memory, and on its way to the service.
-    static bool saveValue(const QString &value, const QString &forKey, const QString &forAccessGroup = {});
+    static bool saveValue(const QString &value, const QString &forKey, const QString &forAccessGroup = {},
+                          Done done = {});
     // From memory; what the service holds is waited for at most `loadTimeoutMs`, without an event loop. Null
     // when there is none, or none yet: then `later` (may be null) is called on the main thread if one
     // arrives and nothing was saved or deleted meanwhile.
@@ -33,7 +38,7 @@ public:
     static std::optional<QString> loadValueForKey(const QString &key, const QString &forAccessGroup = {},
                                                   std::function<void(const QString &)> later = {});
     // Whether there was an item in memory.
-    static bool deleteValueForKey(const QString &key, const QString &forAccessGroup = {});
+    static bool deleteValueForKey(const QString &key, const QString &forAccessGroup = {}, Done done = {});
 
     static Query getKeychainQuery(const QString &key, const QString &forAccessGroup);
     // "seed.group" where a seed identifier is known and the group does not hold it, else the group.

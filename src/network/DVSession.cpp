@@ -28,6 +28,22 @@ QString keychainKey()
     return QStringLiteral("token");
 }
 
+// While it is there, the keychain may still hold what the last log out deleted.
+QString signedOutKey()
+{
+    return QStringLiteral("DVSignedOut");
+}
+
+void removeSignedOutMark()
+{
+    DVUserDefaults::standard().removeKey(signedOutKey());
+}
+
+void deleteSavedToken()
+{
+    DVKeychain::deleteValueForKey(keychainKey(), {}, &removeSignedOutMark);
+}
+
 QString claim(const std::optional<QJsonObject> &userInfo, QLatin1StringView name)
 {
     return userInfo ? dv_textMember(*userInfo, name) : QString();
@@ -56,11 +72,15 @@ void DVSession::saveCredentialsToKeychain()
         return;
     dv_logDebug(QStringLiteral("Saving credentials to keychain"));
     DVKeychain::saveValue(QString::fromUtf8(QJsonDocument(*m_token).toJson(QJsonDocument::Compact)),
-                          keychainKey());
+                          keychainKey(), {}, &removeSignedOutMark);
 }
 
 bool DVSession::loadCredentialsFromKeychain()
 {
+    if (!m_token && DVUserDefaults::standard().integerForKey(signedOutKey())) {
+        deleteSavedToken();
+        return false;
+    }
     const auto later = [this](const QString &text) {
         if (!m_token)
             useSavedText(text);
@@ -292,13 +312,14 @@ void DVSession::logOut()
     ++m_logOuts;
     if (m_token)
         DVApi::logOutWithRefreshToken(dv_textMember(*m_token, refreshTokenKey));
-    DVKeychain::deleteValueForKey(QStringLiteral("userId"));
-    DVKeychain::deleteValueForKey(keychainKey());
     {
         const DVUserDefaults::Batch batch;
         for (const auto &key : {u"DVWorkflowStep"_qs, u"DVLocale"_qs, u"DVStatuses"_qs})
             DVUserDefaults::standard().removeKey(key);
+        DVUserDefaults::standard().setInteger(signedOutKey(), 1);
     }
+    DVKeychain::deleteValueForKey(QStringLiteral("userId"));
+    deleteSavedToken();
     m_token.reset();
     m_userInfo.reset();
     forgetAnswers();

@@ -57,6 +57,8 @@ public:
     void showLoginFormForRequest(const MutableRequest &request, Completion withCompletion);
     void authorizeRequestFromProxy(const MutableRequest &request, Completion withCompletion);
 
+    // Holds at the next start whether or not the keychain carried the deletion out: until it has, the device
+    // remembers that nobody is signed in.
     void logOut();
     QString accessToken() const; // null without one
     DORVANE_PRIVATE_EXPORT bool isLoggedIn() const;

@@ -161,6 +161,8 @@ private Q_SLOTS:
 
     void logOutClearsEverything();
     void logOutWithoutRefreshTokenSendsNothing();
+    void logOutHoldsAtTheNextStart_data();
+    void logOutHoldsAtTheNextStart();
     void nextStartIsSignedIn();
     void lateKeychainSignsIn();
     void damagedKeychainItems_data();
@@ -193,6 +195,7 @@ private:
         const auto items = m_keychain->items;
         session().logOut();
         m_keychain->items = items;
+        DVUserDefaults::standard().removeKey(u"DVSignedOut"_qs);
         DVKeychain::forget();
     }
 
@@ -678,6 +681,42 @@ void tst_Session::logOutWithoutRefreshTokenSendsNothing()
     DVNetwork::getUrl(m_device->server.url(u"/after"_qs), [](const DVErrorOr &, const QJsonValue &) {});
     QVERIFY(m_device->server.waitForRequests(1));
     QCOMPARE(m_device->server.requests().constFirst().target, QByteArray("/after"));
+}
+
+void tst_Session::logOutHoldsAtTheNextStart_data()
+{
+    const DVRows<int, bool> row("answers", "nextSignsIn");
+    row("a process killed before the keychain got to it", int(DVFakeKeychainState::Never), false);
+    row("a keychain that fails", int(DVFakeKeychainState::Failing), false);
+    row("one that does not take the next sign-in either", int(DVFakeKeychainState::Failing), true);
+}
+
+void tst_Session::logOutHoldsAtTheNextStart()
+{
+    QFETCH(int, answers);
+    QFETCH(bool, nextSignsIn);
+    signInAs(u"ada"_qs);
+    const auto items = m_keychain->items;
+    m_keychain->answers = DVFakeKeychainState::Answers(answers);
+    session().logOut();
+    QVERIFY(m_device->server.waitForRequests(1)); // the platform is told
+    if (nextSignsIn)
+        signInAs(u"grace"_qs);
+    QCoreApplication::processEvents();
+    m_keychain->items = items;
+    m_keychain->answers = DVFakeKeychainState::AtOnce;
+    const auto start = [this] {
+        session().forget();
+        DVKeychain::forget();
+        DVUserDefaults::standard().reload();
+        return session().loadSavedCredentials();
+    };
+    QVERIFY(!start() && !DVState::shared().loggedIn);
+    QVERIFY(m_keychain->items.isEmpty());
+    signInAs(u"grace"_qs);
+    QCoreApplication::processEvents(); // where the keychain's answer arrives
+    QVERIFY(start());
+    QCOMPARE(DVState::shared().userEmail(), u"grace@example.invalid"_qs);
 }
 
 void tst_Session::nextStartIsSignedIn()
