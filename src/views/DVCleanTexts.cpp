@@ -5,6 +5,7 @@
 #include "DVCleanNames.h"
 #include "DVCleanQuick.h"
 #include "DVInterfaceTexts.h"
+#include "DVMarkedTexts.h"
 
 #include <QAbstractSpinBox>
 #include <QAction>
@@ -17,6 +18,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <QStandardItemModel>
 #include <QSystemTrayIcon>
 #include <QTextEdit>
 #include <QToolBar>
@@ -57,6 +59,44 @@ void cleanNow(QWidget &widget, DVTelling telling)
     } else if (auto *box = qobject_cast<QAbstractSpinBox *>(&widget)) {
         dv_cleanSpinBox(*box);
     }
+}
+
+// Calls for changes of the box's own level only.
+template<typename Signal, typename Function>
+void connectRows(QComboBox &box, QObject &context, Signal signal, Function changed)
+{
+    const auto ours = [&box, changed](const QModelIndex &parent, int first, int last) {
+        if (parent == box.rootModelIndex())
+            changed(first, last);
+    };
+    QObject::connect(box.model(), signal, &context, ours);
+}
+
+// Follows the entries of the model that the box has now; the context ends with the box.
+void connectEntries(QComboBox &box, QObject &context)
+{
+    using Model = QAbstractItemModel;
+    connectRows(box, context, &Model::rowsInserted, [&box](int first, int last) {
+        if (last + 1 < box.count())
+            DVMarkedTexts::move(&box, "itemText", first, last + 1 - first);
+        dv_cleanEntries(box, first, last);
+    });
+    connectRows(box, context, &Model::rowsRemoved, [&box](int first, int last) {
+        DVMarkedTexts::move(&box, "itemText", last + 1, first - last - 1);
+    });
+    const auto changed = [&box](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
+        if (topLeft.parent() == box.rootModelIndex())
+            dv_cleanEntries(box, topLeft.row(), bottomRight.row());
+    };
+    QObject::connect(box.model(), &Model::dataChanged, &context, changed);
+    const auto sorted = [&box] {
+        QStringList shown;
+        for (int i = 0; i < box.count(); ++i)
+            shown << box.itemText(i);
+        DVMarkedTexts::reorder(&box, "itemText", shown);
+    };
+    if (qobject_cast<QStandardItemModel *>(box.model())) // of others nothing is remembered
+        QObject::connect(box.model(), &Model::layoutChanged, &context, sorted);
 }
 
 } // namespace
@@ -201,21 +241,15 @@ void DVCleanTexts::follow(QWidget &widget)
 void DVCleanTexts::followEntries(QWidget &widget)
 {
     auto *box = qobject_cast<QComboBox *>(&widget);
-    if (!box || !box->model() || m_entries.value(box) == box->model())
+    if (!box || !box->model())
         return;
-    if (!m_entries.contains(box))
-        connect(box, &QObject::destroyed, this, [this, box] { m_entries.remove(box); });
-    m_entries.insert(box, box->model());
-    const auto inserted = [this, box](const QModelIndex &parent, int first, int last) {
-        if (m_entries.contains(box) && parent == box->rootModelIndex()) // it may be gone
-            dv_cleanEntries(*box, first, last);
-    };
-    const auto changed = [this, box](const QModelIndex &topLeft, const QModelIndex &bottomRight) {
-        if (m_entries.contains(box) && topLeft.parent() == box->rootModelIndex())
-            dv_cleanEntries(*box, topLeft.row(), bottomRight.row());
-    };
-    connect(box->model(), &QAbstractItemModel::rowsInserted, this, inserted);
-    connect(box->model(), &QAbstractItemModel::dataChanged, this, changed);
+    Entries &entries = m_entries[box];
+    if (entries.model == box->model())
+        return;
+    if (!entries.connections)
+        connect(box, &QObject::destroyed, this, [this, box] { m_entries.erase(box); });
+    entries = {box->model(), std::make_unique<QObject>()};
+    connectEntries(*box, *entries.connections);
     const QPointer<QComboBox> alive = box;
     const bool wasQuiet = box->blockSignals(true);
     dv_cleanEntries(*box, 0, box->count() - 1);

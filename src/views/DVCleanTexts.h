@@ -1,12 +1,12 @@
 // DVCleanTexts: keeps markers inside the application.
 #pragma once
 
-#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 
 #include <memory>
+#include <unordered_map>
 
 class DVCleanNames;
 class QAction;
@@ -48,7 +48,12 @@ private:
     void sweep();
 
     std::unique_ptr<DVCleanNames> m_names;
-    QHash<const QObject *, const QObject *> m_entries; // combo boxes and the models that are followed
-    QList<QPointer<QObject>> m_newChildren;            // while the mouse is down: one may be a drag
+    struct Entries
+    {
+        QPointer<const QObject> model;
+        std::unique_ptr<QObject> connections; // end with it
+    };
+    std::unordered_map<const QObject *, Entries> m_entries; // those of combo boxes that are followed
+    QList<QPointer<QObject>> m_newChildren;                 // while the mouse is down: one may be a drag
     bool m_isPosted = false;
 };

@@ -15,8 +15,8 @@ class QHeaderView;
 // application's own code says when it is asked again.
 bool dv_holdsItsTexts(const QAbstractItemModel *model);
 
-// Where the marked text of a combo box's entry is remembered. Entries move, what is remembered stays: that of
-// an entry may stand under an index that it had before.
+// Where the marked text of a combo box's entry is remembered. It goes with the entry, but while nobody
+// follows the box: then it stands under an index that the entry had before.
 DVMarkedTexts::Place dv_entryPlace(const QComboBox &box, int index);
 // Only where the entries are what the application has put in.
 void dv_replaceEntryText(QComboBox *box, int index, const QString &text, const QString &newText);

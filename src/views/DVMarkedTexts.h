@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QObject;
 
@@ -20,6 +21,11 @@ struct Place
 
 // Remembers a marked text for an object that shows it without its markers.
 void remember(QObject *object, const Place &place, const QString &markedText);
+// What is remembered of a list's texts goes with them. From `first` on their indexes are higher by `by` now;
+// a move down forgets those that it runs over.
+void move(const QObject *object, const char *list, int first, int by);
+// They stand in another order now: this is what the list shows.
+void reorder(const QObject *object, const char *list, const QStringList &shown);
 // The marked text of what the object shows, or `shown` itself when nothing is remembered for just that text.
 QString markedText(const QObject *object, const Place &place, const QString &shown);
 

@@ -338,6 +338,21 @@ void TestWidgetViews::everyKindIsFoundReplacedAndHit_data()
                                                         box->insertItem(0, u"other"_qs);
                                                     },
                                                     [](QComboBox *box) { return box->itemText(1); }));
+    row("an entry among marked ones that come, are sorted and go",
+        filled<QComboBox>(
+            [](QComboBox *box, const QString &text) {
+                box->ensurePolished();
+                box->addItem(text);
+                box->insertItem(0, dv_stringWithCues(u"A"_qs));
+                box->insertItem(0, dv_stringWithCues(u"Z"_qs)); // Z, A, Old
+                box->removeItem(0);
+                box->addItem(dv_stringWithCues(u"B"_qs)); // A, Old, B
+                box->model()->sort(0);
+                box->removeItem(1);
+                box->addItem(dv_stringWithCues(u"C"_qs)); // A, Old, C
+                box->setCurrentIndex(1);
+            },
+            [](QComboBox *box) { return box->itemText(1); }));
     row("an editable combo box's entry", filled<QComboBox>(fillEditable, &QComboBox::currentText));
     row("a combo box's placeholder", withProperty<QComboBox>("placeholderText"));
     row("a tab", filled<QTabBar>(
