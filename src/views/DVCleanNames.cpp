@@ -11,16 +11,6 @@
 
 namespace {
 
-void nameTabs(QTabBar &bar)
-{
-    for (int i = 0; i < bar.count(); ++i) {
-        const QString clean = dv_stringByRemovingCues(bar.tabText(i)).remove(u'&');
-        const bool isMarked = dv_holdsCues(bar.tabText(i));
-        if (isMarked && bar.accessibleTabName(i) != clean)
-            bar.setAccessibleTabName(i, clean);
-    }
-}
-
 QString said(QWidget &widget, QAccessible::Text what)
 {
     const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(&widget);
@@ -51,6 +41,29 @@ void DVCleanNames::follow(QWidget &widget)
     mine.sources = sources;
     name(widget, mine);
     m_given.insert(&widget, mine);
+}
+
+void DVCleanNames::nameTabs(QTabBar &bar)
+{
+    const QSet<QString> before = m_tabNames.value(&bar);
+    QSet<QString> given;
+    for (int i = 0; i < bar.count(); ++i) {
+        const QString name = bar.accessibleTabName(i);
+        QString clean = dv_holdsCues(name) ? dv_stringByRemovingCues(name) : name;
+        if (name.isEmpty() || before.contains(name)) {
+            const QString text = bar.tabText(i);
+            clean = dv_holdsCues(text) ? dv_stringByRemovingCues(text).remove(u'&') : QString();
+            given.insert(clean);
+        }
+        if (clean != name)
+            bar.setAccessibleTabName(i, clean);
+    }
+    given.remove({});
+    if (given == before)
+        return;
+    if (!m_tabNames.contains(&bar))
+        forgetWhenGone(bar);
+    m_tabNames.insert(&bar, given);
 }
 
 // Everything of which a widget's accessible name or description may be made. U+0000 is in no text.
@@ -86,6 +99,7 @@ void DVCleanNames::forgetWhenGone(QWidget &widget)
 {
     connect(&widget, &QObject::destroyed, this, [this, gone = &widget] {
         m_given.remove(gone);
+        m_tabNames.remove(gone);
         m_captions.remove(gone);
     });
 }

@@ -4,9 +4,11 @@
 #include <QHash>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 
 class QLabel;
+class QTabBar;
 class QWidget;
 
 // Tools read a widget's accessible name, and where it has none its text. What shows a marked text gets that
@@ -29,8 +31,11 @@ private:
     QString sourcesOf(const QWidget &widget) const;
     void forgetWhenGone(QWidget &widget);
     void followBuddy(QWidget &widget);
+    void nameTabs(QTabBar &bar);
     static void name(QWidget &widget, Given &given);
 
     QHash<const QWidget *, Given> m_given;
+    // By bar. Tabs move, and their names with them: which of them are ours the names themselves tell.
+    QHash<const QWidget *, QSet<QString>> m_tabNames;
     QHash<const QWidget *, QPointer<const QLabel>> m_captions; // the labels whose buddies they are
 };

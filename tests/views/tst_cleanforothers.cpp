@@ -168,6 +168,25 @@ private Q_SLOTS:
         QCOMPARE(accessible(&label), u"own name"_qs);
     }
 
+    void namesOfTabs()
+    {
+        QTabBar tabs;
+        for (const QString &text : {tr_("Name"), tr_("&Save"), tr_("Name")})
+            tabs.addTab(text);
+        tabs.setAccessibleTabName(0, u"the host's"_qs);
+        show(tabs);
+        const auto names = [&tabs] {
+            return QStringList{tabs.accessibleTabName(0), tabs.accessibleTabName(1),
+                               tabs.accessibleTabName(2)};
+        };
+        QTRY_COMPARE(names(), QStringList({u"the host's"_qs, u"Enregistrer"_qs, u"Nom"_qs}));
+        tabs.moveTab(0, 2);
+        tabs.setTabText(0, u"report.txt"_qs); // was &Save
+        QTRY_COMPARE(names(), QStringList({QString(), u"Nom"_qs, u"the host's"_qs}));
+        tabs.setTabText(1, tr_("&Save"));
+        QTRY_COMPARE(names(), QStringList({QString(), u"Enregistrer"_qs, u"the host's"_qs}));
+    }
+
     void interfaceTexts()
     {
         start({{u"mode"_qs, u"DVInAppReview"_qs}});
