@@ -22,6 +22,7 @@ void dv_followQuickWidget(QWidget &, QObject &) {}
 #include <QQuickWindow>
 #include <QVariant>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -59,24 +60,30 @@ private:
         if (!connect(&item, &QQuickItem::childrenChanged, this, &QuickFields::childrenDidChange,
                      Qt::UniqueConnection))
             return;
+        const QPointer<QQuickItem> alive = &item;
         const QMetaProperty text = item.metaObject()->property(item.metaObject()->indexOfProperty("text"));
         if (text.hasNotifySignal() && text.typeId() == QMetaType::QString) {
             const QMetaObject &own = staticMetaObject;
             connect(&item, text.notifySignal(), this, own.method(own.indexOfSlot("textDidChange()")));
-            const QPointer<QQuickItem> alive = &item;
             clean(item);
-            if (!alive)
-                return;
         }
-        followAll(item.childItems());
+        if (alive)
+            followAccessible(item);
+        if (alive)
+            followAll(item.childItems());
     }
 
     void clean(QQuickItem &item)
     {
-        if (item.inherits("QQuickTextInput") || item.inherits("QQuickTextEdit"))
+        if (isField(item))
             cleanField(item);
         else
             name(item);
+    }
+
+    static bool isField(const QQuickItem &item)
+    {
+        return item.inherits("QQuickTextInput") || item.inherits("QQuickTextEdit");
     }
 
     // The setter leaves the property's binding as it is.
@@ -91,6 +98,36 @@ private:
         item.setProperty("text", dv_stringByRemovingCues(marked));
         if (alive)
             item.setProperty("cursorPosition", cursor);
+    }
+
+    // What the application says itself. Asking for the attached object would make one for each item; its
+    // class is not public.
+    void followAccessible(QQuickItem &item)
+    {
+        const QObjectList &parts = item.children();
+        const auto found = std::find_if(parts.begin(), parts.end(), [](const QObject *part) {
+            return qstrcmp(part->metaObject()->className(), "QQuickAccessibleAttached") == 0;
+        });
+        if (found == parts.end())
+            return;
+        const QMetaObject &own = staticMetaObject;
+        const QMetaMethod slot = own.method(own.indexOfSlot("accessibleDidChange()"));
+        const QMetaObject &theirs = *(*found)->metaObject();
+        for (const char *property : {"name", "description"}) {
+            const QMetaProperty said = theirs.property(theirs.indexOfProperty(property));
+            connect(*found, said.notifySignal(), this, slot, Qt::UniqueConnection);
+        }
+        cleanAccessible(**found);
+    }
+
+    static void cleanAccessible(QObject &attached)
+    {
+        const QPointer<QObject> alive = &attached; // a handler of the host's may delete the item
+        for (const char *property : {"name", "description"}) {
+            const QString said = alive ? attached.property(property).toString() : QString();
+            if (dv_holdsCues(said))
+                attached.setProperty(property, dv_stringByRemovingCues(said));
+        }
     }
 
     // Accessibility tools read the attached name, and where there is none the text.
@@ -121,6 +158,15 @@ private:
 private Q_SLOTS:
     void childrenDidChange() { followAll(qobject_cast<QQuickItem *>(sender())->childItems()); }
     void textDidChange() { clean(*qobject_cast<QQuickItem *>(sender())); }
+    void accessibleDidChange()
+    {
+        const QPointer<QObject> attached = sender();
+        auto *item = qobject_cast<QQuickItem *>(attached->parent());
+        if (item && item->property("text").typeId() == QMetaType::QString && !isField(*item))
+            name(*item); // a control may have given its text as the name: then it is ours to follow
+        if (attached)
+            cleanAccessible(*attached);
+    }
 };
 
 } // namespace

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void fieldsInAWidget();
     void whatTheUserTypesStays();
     void accessibleNames();
+    void accessibleNamesOfPictures();
     void fieldsThatDeleteEachOther();
 
 public Q_SLOTS:
@@ -155,6 +156,29 @@ void tst_CleanQuick::accessibleNames()
     QCOMPARE(said("text"), u"Famille"_qs);
     QCOMPARE(said("button"), u"Famille"_qs);
     QCOMPARE(said("named"), u"own"_qs);
+}
+
+void tst_CleanQuick::accessibleNamesOfPictures()
+{
+    load("property string more: \"\"\n Column {"
+         " Rectangle { objectName: \"picture\"; Accessible.name: qsTr(\"Name\") + more;"
+         "  Accessible.description: qsTr(\"Other\") }"
+         " Button { objectName: \"button\"; Accessible.name: qsTr(\"Name\") + more }"
+         " TextField { objectName: \"field\"; Accessible.name: qsTr(\"Name\") + more } }");
+    const auto said = [this](const char *name, QAccessible::Text what) {
+        const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item<QObject>(name));
+        return interface ? interface->text(what) : u"no interface"_qs;
+    };
+    for (const QString &more : {QString(), u"!"_qs}) {
+        m_window->setProperty("more", more); // the bindings run again, nothing else changes
+        for (const char *name : {"picture", "button", "field"})
+            QCOMPARE(said(name, QAccessible::Name), QString(u"Nom" + more));
+    }
+    QCOMPARE(said("picture", QAccessible::Description), u"Autre"_qs);
+    m_words.words = {{u"Name"_qs, u"‹Famille›"_qs}, {u"Other"_qs, u"‹Autre nom›"_qs}};
+    m_engine.retranslate();
+    QCOMPARE(said("picture", QAccessible::Name), u"Famille!"_qs);
+    QCOMPARE(said("picture", QAccessible::Description), u"Autre nom"_qs);
 }
 
 void tst_CleanQuick::fieldsThatDeleteEachOther()
