@@ -24,6 +24,7 @@ void dv_followQuickWidget(QWidget &, QObject &) {}
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -38,7 +39,7 @@ public:
         , window(&followed)
     {
         connect(&followed, &QObject::destroyed, this, &QObject::deleteLater);
-        follow(*followed.contentItem());
+        followAll({followed.contentItem()});
     }
 
     const QPointer<const QObject> window;
@@ -47,19 +48,31 @@ private:
     // Handlers of the host's may delete an item when another one's text changes.
     void followAll(const QList<QQuickItem *> &items)
     {
-        const QList<QPointer<QQuickItem>> guarded(items.begin(), items.end());
-        for (const QPointer<QQuickItem> &item : guarded) {
+        QList<QPointer<QQuickItem>> added;
+        for (QQuickItem *item : items) {
+            if (isNew(*item))
+                added.append(item);
+        }
+        followNew(added);
+    }
+
+    void followNew(const QList<QPointer<QQuickItem>> &items)
+    {
+        for (const QPointer<QQuickItem> &item : items) {
             if (item)
                 follow(*item);
         }
     }
 
+    // A connection that is there already cannot be made again: the item is known.
+    bool isNew(QQuickItem &item)
+    {
+        return connect(&item, &QQuickItem::childrenChanged, this, &QuickFields::childrenDidChange,
+                       Qt::UniqueConnection);
+    }
+
     void follow(QQuickItem &item)
     {
-        // A connection that is there already cannot be made again: the item is known.
-        if (!connect(&item, &QQuickItem::childrenChanged, this, &QuickFields::childrenDidChange,
-                     Qt::UniqueConnection))
-            return;
         const QPointer<QQuickItem> alive = &item;
         const QMetaProperty text = item.metaObject()->property(item.metaObject()->indexOfProperty("text"));
         if (text.hasNotifySignal() && text.typeId() == QMetaType::QString) {
@@ -153,10 +166,33 @@ private:
             attached->setProperty("name", clean);
     }
 
-    QHash<const QObject *, QString> m_names; // given to those who have none of the host's
+    void lookAgain()
+    {
+        const auto changed = std::exchange(m_changed, {});
+        for (const QPointer<QQuickItem> &parent : changed) {
+            if (parent)
+                followAll(parent->childItems());
+        }
+    }
+
+    QHash<const QObject *, QPointer<QQuickItem>> m_changed; // the parents of what came or went
+    QHash<const QObject *, QString> m_names;                // given to those who have none of the host's
 
 private Q_SLOTS:
-    void childrenDidChange() { followAll(qobject_cast<QQuickItem *>(sender())->childItems()); }
+    // A child is added behind the others: to look at all of them for each would take a view with many too
+    // long. Whatever a handler of the host's has put elsewhere meanwhile is found when the event loop runs.
+    void childrenDidChange()
+    {
+        auto *parent = qobject_cast<QQuickItem *>(sender());
+        const QList<QQuickItem *> children = parent->childItems();
+        QList<QPointer<QQuickItem>> added;
+        for (auto child = children.crbegin(); child != children.crend() && isNew(**child); ++child)
+            added.prepend(*child);
+        if (m_changed.isEmpty())
+            QMetaObject::invokeMethod(this, &QuickFields::lookAgain, Qt::QueuedConnection);
+        m_changed.insert(parent, parent);
+        followNew(added);
+    }
     void textDidChange() { clean(*qobject_cast<QQuickItem *>(sender())); }
     void accessibleDidChange()
     {
