@@ -21,6 +21,13 @@ QString said(QWidget &widget, QAccessible::Text what)
 
 void DVCleanNames::follow(QWidget &widget)
 {
+    if (QWidget *buddy = buddyOf(widget))
+        followAlone(*buddy);
+    followAlone(widget);
+}
+
+void DVCleanNames::followAlone(QWidget &widget)
+{
     if (auto *bar = qobject_cast<QTabBar *>(&widget))
         nameTabs(*bar);
     if (dv_holdsCues(widget.accessibleName()))
@@ -29,7 +36,6 @@ void DVCleanNames::follow(QWidget &widget)
         widget.setAccessibleDescription(dv_stringByRemovingCues(widget.accessibleDescription()));
     if (dv_holdsCues(widget.whatsThis()))
         dv_cleanProperty(widget, "whatsThis");
-    followBuddy(widget);
     const auto given = m_given.find(&widget);
     const bool isKnown = given != m_given.end();
     const QString sources = sourcesOf(widget);
@@ -81,18 +87,19 @@ QString DVCleanNames::sourcesOf(const QWidget &widget) const
     return sources;
 }
 
-// A field has its name from the label whose buddy it is.
-void DVCleanNames::followBuddy(QWidget &widget)
+// A field has its name from the label whose buddy it is. The buddy of that field is another widget's matter:
+// labels may be each other's buddies.
+QWidget *DVCleanNames::buddyOf(QWidget &widget)
 {
     const auto *label = qobject_cast<QLabel *>(&widget);
     QWidget *buddy = label ? label->buddy() : nullptr;
     if (!buddy)
-        return;
+        return nullptr;
     if (m_captions.value(buddy) != label) {
         forgetWhenGone(*buddy);
         m_captions.insert(buddy, label);
     }
-    follow(*buddy);
+    return buddy;
 }
 
 void DVCleanNames::forgetWhenGone(QWidget &widget)

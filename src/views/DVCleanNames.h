@@ -30,7 +30,8 @@ private:
     };
     QString sourcesOf(const QWidget &widget) const;
     void forgetWhenGone(QWidget &widget);
-    void followBuddy(QWidget &widget);
+    void followAlone(QWidget &widget);
+    QWidget *buddyOf(QWidget &widget);
     void nameTabs(QTabBar &bar);
     static void name(QWidget &widget, Given &given);
 

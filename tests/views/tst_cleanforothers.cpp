@@ -153,6 +153,20 @@ private Q_SLOTS:
         QCOMPARE(accessible(&label, QAccessible::Description), u"own"_qs);
     }
 
+    void labelsThatAreBuddies()
+    {
+        QLabel own(tr_("Name"));
+        own.setBuddy(&own);
+        QLabel one(tr_("Name"));
+        QLabel other(tr_("&Save"));
+        one.setBuddy(&other);
+        other.setBuddy(&one);
+        for (QLabel *label : {&own, &one, &other})
+            show(*label);
+        QCOMPARE(accessible(&own), u"Nom"_qs);
+        QVERIFY(isClean(accessible(&one)) && isClean(accessible(&other)));
+    }
+
     void hostsAccessibleNames()
     {
         QLabel label(tr_("Name"));
