@@ -95,6 +95,10 @@ QWindow *DVGestureWatch::hostWindowOf(QWindow *window)
 void DVGestureWatch::cover(Cover cover)
 {
     m_cover = cover;
+    if (cover != Cover::EditionAndActions) { // a start before may have given the menu to windows
+        for (const std::shared_ptr<DVWindowGestures> &gestures : std::as_const(m_windows))
+            gestures->actions.reset();
+    }
     const QWindowList windows = QGuiApplication::topLevelWindows();
     for (QWindow *window : windows) {
         if (window->isVisible())
@@ -158,8 +162,9 @@ bool DVGestureWatch::eventFilter(QObject *receiver, QEvent *event)
             coverWindow(static_cast<QWindow *>(receiver));
         break;
     case QEvent::Hide:
-        if (receiver->isWindowType())
+        if (receiver->isWindowType()) {
             forget(static_cast<QWindow *>(receiver));
+        }
         break;
     case QEvent::WindowBlocked:
         if (receiver == m_press.window)

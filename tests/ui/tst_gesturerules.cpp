@@ -295,6 +295,23 @@ private Q_SLOTS:
         QCOMPARE(DVGestureWatch::shared() != nullptr, allowLocaleChange);
     }
 
+    void aStartThatOnlyCaptures()
+    {
+        DVGestureWatch::remove(); // this host's
+        dorvane_registerReviewTools();
+        const Window before;
+        for (const QString &mode : {u"DVInAppReview"_qs, u"DVContextCapture"_qs}) {
+            Dorvane::startWithProjectId(u"p"_qs, m_platform->options(mode));
+            QCoreApplication::processEvents();
+        }
+        const Window after;
+        for (const Window *window : {&before, &after}) {
+            QVERIFY(!dv_actionsGesture(window->handle()));
+            QCOMPARE(m_host->askedBy(window->onLabel(), pressOfTwo), u""_qs);
+            QCOMPARE(m_host->askedBy(window->onLabel(), longPress), u"capture"_qs);
+        }
+    }
+
     void windowsComeAndGo()
     {
         Window host;
