@@ -163,6 +163,7 @@ bool DVGestureWatch::eventFilter(QObject *receiver, QEvent *event)
         break;
     case QEvent::Hide:
         if (receiver->isWindowType()) {
+            disconnect(receiver, &QObject::destroyed, this, nullptr); // a menu is shown ten thousand times
             forget(static_cast<QWindow *>(receiver));
         }
         break;

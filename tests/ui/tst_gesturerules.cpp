@@ -312,6 +312,25 @@ private Q_SLOTS:
         }
     }
 
+    void aWindowThatIsShownAgainAndAgain()
+    {
+        class Counted : public QWindow
+        {
+        public:
+            int listeners() const { return receivers(SIGNAL(destroyed(QObject *))); }
+        };
+        Counted window;
+        window.show();
+        QVERIFY(dv_editionGesture(&window));
+        const int once = window.listeners();
+        for (int i = 0; i < 3; ++i) {
+            window.hide();
+            window.show();
+        }
+        QVERIFY(dv_editionGesture(&window));
+        QCOMPARE(window.listeners(), once);
+    }
+
     void windowsComeAndGo()
     {
         Window host;
