@@ -26,7 +26,27 @@ void use(DVVisualFormatLayout &layout, const QStringList &formats)
     Q_UNUSED(error);
 }
 
+std::optional<QRectF> &fixedKeyboardFrame()
+{
+    static std::optional<QRectF> frame;
+    return frame;
+}
+
+// Nothing while there is no keyboard on the screen.
+std::optional<QRectF> keyboardFrame()
+{
+    const QInputMethod *keyboard = QGuiApplication::inputMethod();
+    if (fixedKeyboardFrame() || !keyboard->isVisible())
+        return fixedKeyboardFrame();
+    return keyboard->keyboardRectangle();
+}
+
 } // namespace
+
+void dv_setKeyboardFrame(std::optional<QRectF> frame)
+{
+    fixedKeyboardFrame() = frame;
+}
 
 DVPopupContentView::DVPopupContentView() = default;
 
@@ -81,11 +101,21 @@ void DVPopupContentView::goBack()
 
 void DVPopupContentView::keyboardMayHaveMoved()
 {
-    const QInputMethod *keyboard = QGuiApplication::inputMethod();
-    if (keyboard->isVisible())
-        keyboardDidAppear(keyboard->keyboardRectangle());
+    if (const std::optional<QRectF> frame = keyboardFrame())
+        keyboardDidAppear(*frame);
     else if (m_keyboardIsUp)
         keyboardDidDisappear();
+}
+
+void DVPopupContentView::makeRoomForKeyboard()
+{
+    const std::optional<QRectF> frame = keyboardFrame();
+    if (!frame)
+        return;
+    if (m_resizing)
+        m_resizing->cancel();
+    m_keyboardIsUp = true;
+    m_offBottom = qRound(frame->height());
 }
 
 void DVPopupContentView::keyboardDidAppear(const QRectF &endFrame)

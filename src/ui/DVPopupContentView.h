@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
 
 class DVAnimation;
 class DVNavigationController;
@@ -35,6 +36,8 @@ public:
     // all but 15 points when it has gone.
     void keyboardDidAppear(const QRectF &endFrame = {});
     void keyboardDidDisappear();
+    // Before it is shown, at once: for a keyboard that is up already, and may not move any more.
+    void makeRoomForKeyboard();
 
     // Fills the window except what the keyboard took.
     void fitInto(const QSize &window);
@@ -57,3 +60,6 @@ private:
     double m_offBottom = 0;
     bool m_keyboardIsUp = false;
 };
+
+// For tests: a keyboard on the screen, until it is set to nothing.
+void dv_setKeyboardFrame(std::optional<QRectF> frame);

@@ -152,6 +152,7 @@ void DVPopupWindow::presentPopup(DVPopupContentView *popup, bool animated)
     }
     connect(popup, &QObject::destroyed, this, &DVPopupWindow::popupDied);
     popup->setParent(this);
+    popup->makeRoomForKeyboard();
     popup->fitInto(size());
     m_root = popup;
     m_stack.append(popup);

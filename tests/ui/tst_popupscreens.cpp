@@ -6,6 +6,8 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QInputMethod>
+#include <QScopeGuard>
 
 #include <functional>
 
@@ -132,6 +134,18 @@ private Q_SLOTS:
         popup.keyboardDidAppear(QRectF(0, 0, 400, 9999));
         DVAnimationClock::advance(300);
         QCOMPARE(popup.height(), 0);
+    }
+
+    void keyboardThatIsUpBefore()
+    {
+        dv_setKeyboardFrame(QRectF(0, 300, 400, 200));
+        const auto noKeyboard = qScopeGuard([] { dv_setKeyboardFrame({}); });
+        const DVPopupContentView &popup = *presented()->popup();
+        QCOMPARE(popup.geometry(), QRect(0, 0, 400, 300));
+        dv_setKeyboardFrame({});
+        Q_EMIT QGuiApplication::inputMethod()->visibleChanged();
+        DVAnimationClock::advance(300);
+        QCOMPARE(popup.geometry(), QRect(0, 0, 400, 500 - 15));
     }
 
     void barsRightToLeft()
