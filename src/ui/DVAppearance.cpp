@@ -18,32 +18,39 @@ QString cssFont(double points, QFont::Weight weight)
         .arg(dv_systemFont(points).families().constFirst());
 }
 
+// The window, its views and what is in popups; not a dialog that the host gave the window for its parent,
+// because it was the active one.
+const QLatin1StringView everything(
+    "DVPopupWindow, DVPopupWindow > QWidget#dv_darkMask, DVPopupContentView, DVPopupContentView *");
+
 // A rule of the application's style sheet counts wherever ours says nothing about its property, so everything
 // that such a rule usually says is said here again.
 const QLatin1StringView reset(R"css(
-* {
+EVERYTHING {
     color: black; background: transparent; background-image: none; border: none; border-radius: 0px; outline: none;
     border-image: none; margin: 0px; padding: 0px; min-width: 0px; min-height: 0px;
     max-width: 16777215px; max-height: 16777215px; letter-spacing: 0px; word-spacing: 0px; text-decoration: none;
     selection-background-color: TINT; selection-color: white; alternate-background-color: white;
     gridline-color: LINE;
 }
-QPushButton { color: TINT; padding: 0px; }
-QPushButton:disabled { color: LIGHTGREY; }
-QLineEdit, QTextEdit, QPlainTextEdit { background: transparent; color: black; }
-QAbstractItemView { background: PANEL; color: black; }
-QAbstractItemView::item { background: white; color: black; }
-QAbstractItemView::item:selected { background: LINE; color: black; }
-QScrollBar:vertical { width: 6px; background: transparent; }
-QScrollBar:horizontal { height: 6px; background: transparent; }
-QScrollBar::handle { background: LIGHTGREY; border-radius: 3px; min-width: 24px; min-height: 24px; }
-QScrollBar::add-line, QScrollBar::sub-line { width: 0px; height: 0px; }
-QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
+WITHIN QPushButton { color: TINT; padding: 0px; }
+WITHIN QPushButton:disabled { color: LIGHTGREY; }
+WITHIN QLineEdit, WITHIN QTextEdit, WITHIN QPlainTextEdit { background: transparent; color: black; }
+WITHIN QAbstractItemView { background: PANEL; color: black; }
+WITHIN QAbstractItemView::item { background: white; color: black; }
+WITHIN QAbstractItemView::item:selected { background: LINE; color: black; }
+WITHIN QScrollBar:vertical { width: 6px; background: transparent; }
+WITHIN QScrollBar:horizontal { height: 6px; background: transparent; }
+WITHIN QScrollBar::handle { background: LIGHTGREY; border-radius: 3px; min-width: 24px; min-height: 24px; }
+WITHIN QScrollBar::add-line, WITHIN QScrollBar::sub-line { width: 0px; height: 0px; }
+WITHIN QScrollBar::add-page, WITHIN QScrollBar::sub-page { background: transparent; }
 )css");
 
 QString sheet()
 {
-    QString text = QStringLiteral("* { %1 }\n").arg(cssFont(13, QFont::Normal)) + reset;
+    QString text = QStringLiteral("EVERYTHING { %1 }\n").arg(cssFont(13, QFont::Normal)) + reset;
+    text.replace(QLatin1StringView("EVERYTHING"), everything);
+    text.replace(QLatin1StringView("WITHIN"), QLatin1StringView("DVPopupContentView"));
     const std::pair<QLatin1StringView, QColor> colors[] = {
         {QLatin1StringView("LIGHTGREY"), DVColors::lightGrey},
         {QLatin1StringView("TINT"), DVColors::tint},

@@ -7,10 +7,10 @@
 class QColor;
 class QWidget;
 
-// For a window of ours: style sheet, palette, font and style of its own, so that the application's do not
-// reach into it, its style sheet's rules neither; and as everything is set on that window, nothing of it gets
-// out. Sizes of widgets below it come from their size hints, policies and layouts: minimum and maximum sizes
-// that are set on widgets directly are overruled.
+// For the popup window: style sheet, palette, font and style of its own, so that the application's do not
+// reach into it, its style sheet's rules neither; and as everything is set on that window, and the sheet
+// speaks of popups alone, nothing of it gets out. Sizes of widgets below it come from their size hints,
+// policies and layouts: minimum and maximum sizes that are set on widgets directly are overruled.
 void dv_customizeAppearance(QWidget &window);
 
 // Font and colour of one view, and of what is in it. In a window of ours setFont() and the palette have no

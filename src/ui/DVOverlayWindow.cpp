@@ -13,12 +13,15 @@ namespace {
 
 constexpr char overlayMark[] = "_dv_overlay";
 
+bool hasOwnPlace(const QWindow &window)
+{
+    const Qt::WindowType type = window.type();
+    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool;
+}
+
 bool canBeCovered(const QWindow *window)
 {
-    if (!window || !window->isVisible() || DVOverlayWindow::isOurs(window))
-        return false;
-    const Qt::WindowType type = window->type();
-    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool;
+    return window && window->isVisible() && !DVOverlayWindow::isOurs(window) && hasOwnPlace(*window);
 }
 
 // A menu's or an embedded window's window is the one that it belongs to.
@@ -39,6 +42,21 @@ QWidget *widgetOf(const QWindow *window)
     return found == widgets.end() ? nullptr : *found;
 }
 
+bool isOverlay(const QWindow *window)
+{
+    return window && window->property(overlayMark).toBool();
+}
+
+// Its parent is one of our windows itself, nothing in it: the host opened the dialog on its active window.
+bool isDialogOfHost(const QWindow &window)
+{
+    if (!isOverlay(window.transientParent()) || !hasOwnPlace(window))
+        return false;
+    const QWidget *dialog = widgetOf(&window);
+    return dialog && dialog->parentWidget() &&
+           dialog->parentWidget()->windowHandle() == window.transientParent();
+}
+
 } // namespace
 
 DVOverlayWindow::DVOverlayWindow(Qt::WindowFlags flags)
@@ -52,8 +70,10 @@ DVOverlayWindow::DVOverlayWindow(Qt::WindowFlags flags)
 bool DVOverlayWindow::isOurs(const QWindow *window)
 {
     for (; window; window = window->transientParent() ? window->transientParent() : window->parent()) {
-        if (window->property(overlayMark).toBool())
+        if (isOverlay(window))
             return true;
+        if (isDialogOfHost(*window))
+            return false;
     }
     return false;
 }
@@ -92,6 +112,7 @@ void DVOverlayWindow::attachTo(QWindow *host)
     for (const QMetaObject::Connection &connection : std::as_const(m_following))
         disconnect(connection);
     m_following.clear();
+    giveBack(host);
     m_host = host;
     windowHandle()->setTransientParent(host);
     windowHandle()->setFlag(Qt::WindowStaysOnTopHint,
@@ -109,6 +130,15 @@ void DVOverlayWindow::attachTo(QWindow *host)
                     Qt::QueuedConnection)};
     }
     follow();
+}
+
+// Two windows cannot lie on each other: what the host opened on this one goes to the window below.
+void DVOverlayWindow::giveBack(QWindow *host)
+{
+    for (QWindow *window = host; window; window = window->transientParent()) {
+        if (window->transientParent() == windowHandle())
+            window->setTransientParent(window == m_host ? nullptr : m_host.data());
+    }
 }
 
 void DVOverlayWindow::follow()

@@ -42,6 +42,7 @@ protected:
 private:
     void beTranslucent(bool translucent);
     void attachTo(QWindow *host);
+    void giveBack(QWindow *host);
     void follow();
     void hostMayHaveGone();
     void focusMoved(QWindow *window);

@@ -94,6 +94,7 @@ DVPopupWindow::DVPopupWindow()
     : m_darkMask(new Mask(this))
     , m_placeholder(std::make_unique<DVPopupContentView>())
 {
+    m_darkMask->setObjectName(QStringLiteral("dv_darkMask")); // for the style sheet
     auto *layout = new DVVisualFormatLayout(this);
     layout->setSizeConstraint(QLayout::SetNoConstraint); // the host's window says how large this one is
     layout->addView(QStringLiteral("dm"), m_darkMask);

@@ -332,6 +332,33 @@ private Q_SLOTS:
         QCOMPARE(screen->presses, 3);
     }
 
+    // The host takes our window for its own: it is the active one.
+    void dialogsOnThePopup()
+    {
+        const Screen *screen = presented();
+        QTRY_VERIFY(popups().isActiveWindow());
+        QDialog unstyled;
+        QDialog dialog(QApplication::activeWindow());
+        QCOMPARE(dialog.parentWidget(), &popups());
+        QImage looks[2];
+        for (QDialog *shown : {&unstyled, &dialog}) {
+            auto *button = new QPushButton(u"OK"_qs, shown);
+            button->ensurePolished();
+            looks[shown == &dialog] = button->grab().toImage();
+        }
+        QCOMPARE(looks[1], looks[0]);
+        dialog.setModal(true);
+        dialog.setGeometry(120, 120, 240, 240);
+        dialog.show();
+        QVERIFY(!DVOverlayWindow::isOurs(dialog.windowHandle()));
+        QTRY_COMPARE(popups().hostWindow(), dialog.windowHandle());
+        QCOMPARE(dialog.windowHandle()->transientParent(), m_host->window.windowHandle());
+        click(*screen->button);
+        QCOMPARE(screen->presses, 1);
+        dialog.close();
+        QTRY_COMPARE(popups().hostWindow(), m_host->window.windowHandle());
+    }
+
     void menusClose()
     {
         QMenu menu;
