@@ -1,6 +1,7 @@
 #include "DVOverlayWindow.h"
 
 #include "DVCompositor.h"
+#include "DVSceneImage.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -40,6 +41,17 @@ QWidget *widgetOf(const QWindow *window)
     const auto found = std::find_if(widgets.begin(), widgets.end(),
                                     [&](const QWidget *widget) { return widget->windowHandle() == window; });
     return found == widgets.end() ? nullptr : *found;
+}
+
+// A picture of the screen shows what lies on the window, too, and among it what the picture is for.
+QPixmap pictureOf(QWindow *window)
+{
+    if (QWidget *widget = window ? widgetOf(window) : nullptr)
+        return widget->grab();
+    if (const QImage scene = dv_sceneImage(window); !scene.isNull())
+        return QPixmap::fromImage(scene);
+    QScreen *screen = window ? window->screen() : QGuiApplication::primaryScreen();
+    return screen ? screen->grabWindow(window ? window->winId() : 0) : QPixmap();
 }
 
 bool isOverlay(const QWindow *window)
@@ -129,7 +141,8 @@ void DVOverlayWindow::attachTo(QWindow *host)
             connect(host, &QObject::destroyed, this, &DVOverlayWindow::hostMayHaveGone,
                     Qt::QueuedConnection)};
     }
-    follow();
+    takePlace();
+    takeBackdrop();
 }
 
 // Two windows cannot lie on each other: what the host opened on this one goes to the window below.
@@ -141,13 +154,20 @@ void DVOverlayWindow::giveBack(QWindow *host)
     }
 }
 
-void DVOverlayWindow::follow()
+void DVOverlayWindow::takePlace()
 {
     if (m_host)
         setGeometry(m_host->geometry());
     else if (const QScreen *screen = QGuiApplication::primaryScreen())
         setGeometry(screen->geometry());
-    takeBackdrop();
+}
+
+void DVOverlayWindow::follow()
+{
+    const QSize before = size();
+    takePlace();
+    if (size() != before) // what only moves looks as before
+        takeBackdrop();
 }
 
 void DVOverlayWindow::hostMayHaveGone()
@@ -177,13 +197,7 @@ void DVOverlayWindow::focusMoved(QWindow *window)
 
 void DVOverlayWindow::takeBackdrop()
 {
-    m_backdrop = {};
-    if (testAttribute(Qt::WA_TranslucentBackground))
-        return;
-    if (QWidget *widget = widgetOf(m_host))
-        m_backdrop = widget->grab();
-    else if (QScreen *screen = m_host ? m_host->screen() : QGuiApplication::primaryScreen())
-        m_backdrop = screen->grabWindow(m_host ? m_host->winId() : 0);
+    m_backdrop = testAttribute(Qt::WA_TranslucentBackground) ? QPixmap() : pictureOf(m_host);
     update();
 }
 

@@ -43,6 +43,7 @@ private:
     void beTranslucent(bool translucent);
     void attachTo(QWindow *host);
     void giveBack(QWindow *host);
+    void takePlace();
     void follow();
     void hostMayHaveGone();
     void focusMoved(QWindow *window);

@@ -2,6 +2,10 @@
 #include "DVRows.h"
 #include "GestureHost.h"
 
+#include "DVCompositor.h"
+#include "DVPopupContentView.h"
+#include "DVPopupRootViewController.h"
+#include "DVPopupWindow.h"
 #include "DVWindowGestures.h"
 
 #include <QApplication>
@@ -11,6 +15,7 @@
 #include <QQuickView>
 #include <QQuickWidget>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -202,6 +207,29 @@ private Q_SLOTS:
         const Scene host(content, Place::View);
         QTEST(m_host->askedBy({host.target(), {150, 150}}, steps), "expected");
         QTEST(host.uses() > 0, "used");
+    }
+
+    // Not with the mask of before in it, which would be painted on it again.
+    void thePictureUnderAPopupWithoutACompositor()
+    {
+        dv_setHasCompositor(false);
+        const auto asIs = qScopeGuard([] { dv_setHasCompositor({}); });
+        QQuickView view;
+        view.setColor(Qt::red);
+        view.setGeometry(60, 60, 300, 300);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        DVPopupRootViewController screen;
+        screen.popup()->presentPopupAnimated(false);
+        DVPopupWindow &popups = DVPopupWindow::sharedPopup();
+        QVERIFY(QTest::qWaitForWindowExposed(&popups));
+        const auto below = [&] { return popups.grab().toImage().pixelColor(5, 150); };
+        const QColor once = below();
+        QVERIFY2(qAbs(once.red() - 255 * 0.7) <= 1.5 && once.green() == 0, qPrintable(once.name()));
+        view.resize(320, 300);
+        QTRY_COMPARE(popups.size(), QSize(320, 300));
+        QCOMPARE(below(), once);
+        screen.popup()->dismissAnimated(false);
     }
 
 private:

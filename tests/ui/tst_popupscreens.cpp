@@ -82,6 +82,21 @@ private Q_SLOTS:
         QCOMPARE(at(381, 481), QColor(247, 247, 247));
     }
 
+    void thePictureOfTheHost()
+    {
+        dv_setHasCompositor(false);
+        presented();
+        const auto below = [] { return popups().grab().toImage().pixelColor(5, 300); };
+        const QColor red = below();
+        m_host->window.setStyleSheet(u"QWidget { background: #0000ff; }"_qs);
+        m_host->window.move(90, 80);
+        QTRY_COMPARE(popups().geometry(), m_host->window.geometry());
+        QCOMPARE(below(), red);
+        m_host->window.resize(400, 480);
+        QTRY_COMPARE(popups().geometry(), m_host->window.geometry());
+        QCOMPARE(below(), QColor(0, 0, red.red()));
+    }
+
     void nothingLeaks()
     {
         m_host->field.clearFocus(); // it looks different with the focus
