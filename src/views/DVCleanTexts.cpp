@@ -20,6 +20,8 @@
 #include <QPlainTextEdit>
 #include <QStandardItemModel>
 #include <QSystemTrayIcon>
+#include <QTextBlock>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <QToolBar>
 #include <QWindow>
@@ -47,6 +49,50 @@ bool isDying(const QEvent &surfaceEvent)
            QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed;
 }
 
+// What of a text edit's document has changed since it was last looked at: a log of many lines is not read
+// whole for each that is added. Lives as long as the document, in one thread with it.
+class Changes : public QObject
+{
+public:
+    explicit Changes(QTextDocument &followed)
+        : document(&followed)
+        , m_length(followed.characterCount())
+    {
+        connect(&followed, &QTextDocument::contentsChange, this, &Changes::add);
+    }
+
+    const QPointer<QTextDocument> document;
+
+    bool takeCues()
+    {
+        // What a slot of contentsChange changes itself is not told: then the lengths differ.
+        const bool isComplete = document->characterCount() == m_length;
+        m_length = document->characterCount();
+        const int end = isComplete ? m_end : m_length;
+        m_end = -1;
+        const int start = isComplete ? m_start : 0;
+        for (QTextBlock block = document->findBlock(start); block.isValid(); block = block.next()) {
+            if (block.position() > end)
+                break;
+            if (dv_holdsCues(block.text()))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    void add(int position, int removed, int added)
+    {
+        m_length += added - removed;
+        m_start = m_end < 0 ? position : qMin(m_start, position);
+        m_end = qMax(m_end > position + removed ? m_end + added - removed : 0, position + added);
+    }
+
+    int m_length;
+    int m_start = 0;
+    int m_end = -1; // none
+};
+
 void cleanNow(QWidget &widget, DVTelling telling)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
@@ -59,6 +105,24 @@ void cleanNow(QWidget &widget, DVTelling telling)
     } else if (auto *box = qobject_cast<QAbstractSpinBox *>(&widget)) {
         dv_cleanSpinBox(*box);
     }
+}
+
+// Whether a change has brought markers; another document than the last time is read whole.
+template<typename Edit> bool hasNewCues(Edit &edit, std::unique_ptr<Changes> &changes)
+{
+    if (changes->document == edit.document())
+        return changes->takeCues();
+    changes = std::make_unique<Changes>(*edit.document());
+    return true;
+}
+
+template<typename Edit> auto cleaner(Edit &edit)
+{
+    return [&edit, changes = std::make_shared<std::unique_ptr<Changes>>(
+                       std::make_unique<Changes>(*edit.document()))] {
+        if (hasNewCues(edit, *changes))
+            cleanNow(edit, DVTelling::Listeners);
+    };
 }
 
 // Calls for changes of the box's own level only.
@@ -226,14 +290,13 @@ void DVCleanTexts::beforePaint(QWidget &widget)
 
 void DVCleanTexts::follow(QWidget &widget)
 {
-    const auto again = [&widget] { cleanNow(widget, DVTelling::Listeners); };
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
         if (!isPartOfSpinBox(*edit))
-            connect(edit, &QLineEdit::textChanged, this, again);
+            connect(edit, &QLineEdit::textChanged, this, [edit] { cleanNow(*edit, DVTelling::Listeners); });
     } else if (auto *rich = qobject_cast<QTextEdit *>(&widget)) {
-        connect(rich, &QTextEdit::textChanged, this, again);
+        connect(rich, &QTextEdit::textChanged, this, cleaner(*rich));
     } else if (auto *plain = qobject_cast<QPlainTextEdit *>(&widget)) {
-        connect(plain, &QPlainTextEdit::textChanged, this, again);
+        connect(plain, &QPlainTextEdit::textChanged, this, cleaner(*plain));
     }
 }
 

@@ -127,6 +127,22 @@ private Q_SLOTS:
         QVERIFY(isMarked(DVMarkedTexts::markedText(&rich, {"html"}, rich.toHtml())));
         rich.setPlainText(tr_("Name"));
         QCOMPARE(heard, u"Nom"_qs);
+
+        // Only what changed is looked at; a host's slot may change more meanwhile.
+        plain.setPlainText(u"a\nb\nc"_qs);
+        const auto changes = connect(plain.document(), &QTextDocument::contentsChange, this, [&] {
+            if (!plain.toPlainText().startsWith(u'N'))
+                QTextCursor(plain.document()).insertText(tr_("Name"));
+        });
+        plain.appendPlainText(tr_("Name"));
+        QCOMPARE(plain.toPlainText(), u"Noma\nb\nc\nNom"_qs);
+        disconnect(changes);
+        QTextDocument other;
+        other.setDocumentLayout(std::make_unique<QPlainTextDocumentLayout>(&other).release());
+        plain.setDocument(&other);
+        plain.appendPlainText(tr_("Name"));
+        QCOMPARE(plain.toPlainText(), u"Nom"_qs);
+        plain.setDocument(nullptr);
     }
 
     void undoingBringsNoMarkerBack()
