@@ -14,7 +14,8 @@
 class QNetworkReply;
 
 // One page after the other, as a browser would, until a redirect leads to the application. Forms that ask for
-// no password, such as one for consent, are sent as they stand. Nothing goes over plain http but on this device.
+// no password, such as one for consent, are sent as they stand. Nothing goes over plain http but on this
+// device.
 class SignIn : public QObject
 {
     Q_OBJECT
