@@ -155,6 +155,7 @@ void DVChangesPush::decide(bool rejection, const Completion &completion)
         return;
     DVStringGroups &sent = rejection ? m_changes.rejected : m_changes.accepted;
     sent = stillIn(rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings(), sent);
+    m_unknown = takeUnknown(sent);
     m_logOuts = DVSession::sharedInstance().logOuts();
     const auto answered = [self = shared_from_this(), rejection,
                            completion](const DVErrorOr &error, const QList<DVStringGroupPtr> &failed) {
@@ -178,7 +179,7 @@ DVChangesPush::Outcome DVChangesPush::decided(const DVErrorOr &error, const QLis
         outcome.failed.insert(string->key, {});
         sent.remove(string->key);
     }
-    outcome.failed.insert(takeUnknown(sent));
+    outcome.failed.insert(std::exchange(m_unknown, {}));
     outcome.done = sent.keys();
     DVStringGroups left = rejection ? m_strings->rejectedStrings() : m_strings->acceptedStrings();
     removeKeys(left, outcome.done);

@@ -72,7 +72,8 @@ private:
 
     const std::shared_ptr<DVLocaleStrings> m_strings;
     DVStringChanges m_changes;
-    DVStringGroups m_sent; // texts as they were when they were sent
-    int m_logOuts = 0;     // when decisions were sent
+    DVStringGroups m_sent;                // texts as they were when they were sent
+    int m_logOuts = 0;                    // when decisions were sent
+    QMap<QString, QStringList> m_unknown; // decided strings that could not be sent, and why
     const DVTransferPtr m_transfer;
 };

@@ -14,6 +14,7 @@
 #include "DVUserDefaults.h"
 
 #include <QJsonDocument>
+#include <QUuid>
 
 #include <cmath>
 #include <utility>
@@ -28,10 +29,17 @@ QString keychainKey()
     return QStringLiteral("token");
 }
 
-// While it is there, the keychain may still hold what the last log out deleted.
+// A mark of the last log out. While it is there, the keychain may still hold what was deleted then; a sign-in
+// saved meanwhile carries the mark.
+constexpr QLatin1StringView afterLogOutKey("after_log_out");
 QString signedOutKey()
 {
     return QStringLiteral("DVSignedOut");
+}
+
+QString signedOutMark()
+{
+    return DVUserDefaults::standard().stringForKey(signedOutKey()).value_or(QString());
 }
 
 void removeSignedOutMark()
@@ -71,16 +79,15 @@ void DVSession::saveCredentialsToKeychain()
     if (!m_token)
         return;
     dv_logDebug(QStringLiteral("Saving credentials to keychain"));
-    DVKeychain::saveValue(QString::fromUtf8(QJsonDocument(*m_token).toJson(QJsonDocument::Compact)),
+    QJsonObject saved = *m_token;
+    if (const QString mark = signedOutMark(); !mark.isEmpty())
+        saved.insert(afterLogOutKey, mark);
+    DVKeychain::saveValue(QString::fromUtf8(QJsonDocument(saved).toJson(QJsonDocument::Compact)),
                           keychainKey(), {}, &removeSignedOutMark);
 }
 
 bool DVSession::loadCredentialsFromKeychain()
 {
-    if (!m_token && DVUserDefaults::standard().integerForKey(signedOutKey())) {
-        deleteSavedToken();
-        return false;
-    }
     const auto later = [this](const QString &text) {
         if (!m_token)
             useSavedText(text);
@@ -92,8 +99,16 @@ bool DVSession::loadCredentialsFromKeychain()
 
 bool DVSession::useSavedText(const QString &text)
 {
-    const QJsonObject token = QJsonDocument::fromJson(text.toUtf8()).object();
+    QJsonObject token = QJsonDocument::fromJson(text.toUtf8()).object();
     DVSecrets::rememberIn(token);
+    const QString carried = token.take(afterLogOutKey).toString();
+    if (const QString mark = signedOutMark(); !mark.isEmpty()) {
+        if (carried != mark) {
+            deleteSavedToken();
+            return false;
+        }
+        removeSignedOutMark();
+    }
     // Without one nothing could be signed and nothing would ever ask for it.
     if (!dv_isBearerToken(dv_textMember(token, accessTokenKey)))
         return false;
@@ -316,7 +331,8 @@ void DVSession::logOut()
         const DVUserDefaults::Batch batch;
         for (const auto &key : {u"DVWorkflowStep"_qs, u"DVLocale"_qs, u"DVStatuses"_qs})
             DVUserDefaults::standard().removeKey(key);
-        DVUserDefaults::standard().setInteger(signedOutKey(), 1);
+        DVUserDefaults::standard().setString(signedOutKey(),
+                                             QUuid::createUuid().toString(QUuid::WithoutBraces));
     }
     DVKeychain::deleteValueForKey(QStringLiteral("userId"));
     deleteSavedToken();
@@ -328,6 +344,10 @@ void DVSession::logOut()
     if (m_resetController)
         m_resetController();
     publish();
+    DVMainQueue::post([ended = std::exchange(m_waitingForLogin, {})] {
+        for (const Waiting &each : ended)
+            each.completion(dv_noTokenFound());
+    });
 }
 
 void DVSession::forget()

@@ -58,7 +58,7 @@ public:
     void authorizeRequestFromProxy(const MutableRequest &request, Completion withCompletion);
 
     // Holds at the next start whether or not the keychain carried the deletion out: until it has, the device
-    // remembers that nobody is signed in.
+    // remembers which sign-in is none any more.
     void logOut();
     QString accessToken() const; // null without one
     DORVANE_PRIVATE_EXPORT bool isLoggedIn() const;

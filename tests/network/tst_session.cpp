@@ -163,6 +163,7 @@ private Q_SLOTS:
     void logOutWithoutRefreshTokenSendsNothing();
     void logOutHoldsAtTheNextStart_data();
     void logOutHoldsAtTheNextStart();
+    void aSignInBehindALogOutHoldsToo();
     void nextStartIsSignedIn();
     void lateKeychainSignsIn();
     void damagedKeychainItems_data();
@@ -197,6 +198,15 @@ private:
         m_keychain->items = items;
         DVUserDefaults::standard().removeKey(u"DVSignedOut"_qs);
         DVKeychain::forget();
+    }
+
+    // By what the disk and the keychain hold, as a new process is.
+    bool signedInByStart()
+    {
+        session().forget();
+        DVKeychain::forget();
+        DVUserDefaults::standard().reload();
+        return session().loadSavedCredentials();
     }
 
     std::unique_ptr<NetworkDevice> m_device;
@@ -705,18 +715,28 @@ void tst_Session::logOutHoldsAtTheNextStart()
     QCoreApplication::processEvents();
     m_keychain->items = items;
     m_keychain->answers = DVFakeKeychainState::AtOnce;
-    const auto start = [this] {
-        session().forget();
-        DVKeychain::forget();
-        DVUserDefaults::standard().reload();
-        return session().loadSavedCredentials();
-    };
-    QVERIFY(!start() && !DVState::shared().loggedIn);
+    QVERIFY(!signedInByStart() && !DVState::shared().loggedIn);
     QVERIFY(m_keychain->items.isEmpty());
     signInAs(u"grace"_qs);
     QCoreApplication::processEvents(); // where the keychain's answer arrives
-    QVERIFY(start());
+    QVERIFY(signedInByStart());
     QCOMPARE(DVState::shared().userEmail(), u"grace@example.invalid"_qs);
+}
+
+// The process ends before it hears that the keychain has taken it.
+void tst_Session::aSignInBehindALogOutHoldsToo()
+{
+    signInAs(u"ada"_qs);
+    m_keychain->answers = DVFakeKeychainState::Failing;
+    session().logOut();
+    QVERIFY(m_device->server.waitForRequests(1));
+    m_keychain->answers = DVFakeKeychainState::Never;
+    signInAs(u"grace"_qs);
+    const auto token = session().token();
+    m_keychain->answers = DVFakeKeychainState::AtOnce;
+    QVERIFY(signedInByStart());
+    QCOMPARE(session().token(), token);
+    QVERIFY(signedInByStart());
 }
 
 void tst_Session::nextStartIsSignedIn()
