@@ -6,9 +6,7 @@
 
 #include <QAbstractSpinBox>
 #include <QComboBox>
-#include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 #include <QTextBlock>
@@ -18,6 +16,7 @@
 #include <QVariant>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -64,17 +63,6 @@ void cleanDocument(QTextDocument &document)
     document.setModified(wasModified);
 }
 
-// Those who began to listen after us hear the clean text first, and then the marked one of the signal that it
-// is told in: they hear the clean one once more behind it.
-void tellAgain(QLineEdit &edit, const QString &clean)
-{
-    const auto tell = [&edit, clean] {
-        if (edit.text() == clean)
-            Q_EMIT edit.textChanged(clean);
-    };
-    QMetaObject::invokeMethod(&edit, tell, Qt::QueuedConnection);
-}
-
 } // namespace
 
 bool dv_holdsCues(QStringView text)
@@ -91,7 +79,7 @@ qsizetype dv_placeWithoutCues(QStringView text, qsizetype place)
     return std::count_if(before.begin(), before.end(), [](QChar c) { return !isCue(c); });
 }
 
-void dv_cleanLineEdit(QLineEdit &edit, DVTelling telling)
+void dv_cleanLineEdit(QLineEdit &edit)
 {
     const QString marked = edit.text();
     if (!dv_holdsCues(marked))
@@ -111,10 +99,63 @@ void dv_cleanLineEdit(QLineEdit &edit, DVTelling telling)
             edit.setSelection(cursor == start ? end : start, cursor == start ? start - end : end - start);
         edit.setModified(wasModified);
     }
-    if (telling == DVTelling::Listeners) {
-        tellAgain(edit, clean);
-        Q_EMIT edit.textChanged(clean);
+}
+
+DVLineEditCleaner::DVLineEditCleaner(QLineEdit &edit)
+    : m_edit(&edit)
+{}
+
+void DVLineEditCleaner::textChanged()
+{
+    const QString text = m_edit->text();
+    if (!dv_holdsCues(text))
+        return;
+    const QString clean = dv_stringByRemovingCues(text);
+    if (!m_clean)
+        postEndOfTurn();
+    if (m_clean != clean) {
+        m_clean = clean;
+        m_times = 0;
     }
+    // Setting it once more is no change then, as it would be none without us.
+    constexpr int most = 3;
+    if (++m_times > most)
+        return;
+    dv_cleanLineEdit(*m_edit);
+    tell(clean);
+}
+
+void DVLineEditCleaner::tell(const QString &clean)
+{
+    if (m_told == clean)
+        return;
+    const auto keep = shared_from_this(); // a listener may delete the edit
+    const auto outer = std::exchange(m_told, clean);
+    Q_EMIT m_edit->textChanged(clean);
+    m_told = outer;
+}
+
+void DVLineEditCleaner::postEndOfTurn()
+{
+    const auto end = [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->endTurn();
+    };
+    QMetaObject::invokeMethod(m_edit, end, Qt::QueuedConnection);
+}
+
+void DVLineEditCleaner::endTurn()
+{
+    const QString clean = m_clean.value_or(QString());
+    dv_cleanLineEdit(*m_edit);
+    if (m_edit->text() == clean)
+        tell(clean);
+    if (!m_edit)
+        return;
+    if (m_clean != clean) // a listener has set another
+        return postEndOfTurn();
+    dv_cleanLineEdit(*m_edit);
+    m_clean.reset();
 }
 
 void dv_cleanTextEdit(QTextEdit &edit, DVTelling telling)

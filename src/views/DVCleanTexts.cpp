@@ -26,7 +26,9 @@
 #include <QToolBar>
 #include <QWindow>
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -68,11 +70,24 @@ public:
         // What a slot of contentsChange changes itself is not told: then the lengths differ.
         const bool isComplete = document->characterCount() == m_length;
         m_length = document->characterCount();
-        const int end = isComplete ? m_end : m_length;
-        m_end = -1;
-        const int start = isComplete ? m_start : 0;
-        for (QTextBlock block = document->findBlock(start); block.isValid(); block = block.next()) {
-            if (block.position() > end)
+        const auto ranges = std::exchange(m_ranges, {});
+        if (!isComplete)
+            return holdCues({0, m_length});
+        return std::any_of(ranges.begin(), ranges.end(),
+                           [this](const Range &range) { return holdCues(range); });
+    }
+
+private:
+    struct Range // of characters
+    {
+        int start;
+        int end;
+    };
+
+    bool holdCues(const Range &range) const
+    {
+        for (QTextBlock block = document->findBlock(range.start); block.isValid(); block = block.next()) {
+            if (block.position() > range.end)
                 break;
             if (dv_holdsCues(block.text()))
                 return true;
@@ -80,24 +95,30 @@ public:
         return false;
     }
 
-private:
+    // A full log says of one more line that it came at the end, and that the first one went.
     void add(int position, int removed, int added)
     {
+        constexpr size_t most = 8;
+        const auto moved = [&](int place) {
+            return place >= position + removed ? place + added - removed : qMin(place, position);
+        };
         m_length += added - removed;
-        m_start = m_end < 0 ? position : qMin(m_start, position);
-        m_end = qMax(m_end > position + removed ? m_end + added - removed : 0, position + added);
+        for (Range &range : m_ranges)
+            range = {moved(range.start), moved(range.end)};
+        m_ranges.push_back({position, position + added});
+        if (m_ranges.size() > most)
+            m_ranges = {{0, m_length}};
     }
 
     int m_length;
-    int m_start = 0;
-    int m_end = -1; // none
+    std::vector<Range> m_ranges; // which have changed
 };
 
 void cleanNow(QWidget &widget, DVTelling telling)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
         if (!isPartOfSpinBox(*edit))
-            dv_cleanLineEdit(*edit, telling);
+            dv_cleanLineEdit(*edit);
     } else if (auto *rich = qobject_cast<QTextEdit *>(&widget)) {
         dv_cleanTextEdit(*rich, telling);
     } else if (auto *plain = qobject_cast<QPlainTextEdit *>(&widget)) {
@@ -292,7 +313,8 @@ void DVCleanTexts::follow(QWidget &widget)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
         if (!isPartOfSpinBox(*edit))
-            connect(edit, &QLineEdit::textChanged, this, [edit] { cleanNow(*edit, DVTelling::Listeners); });
+            connect(edit, &QLineEdit::textChanged, this,
+                    [cleaner = std::make_shared<DVLineEditCleaner>(*edit)] { cleaner->textChanged(); });
     } else if (auto *rich = qobject_cast<QTextEdit *>(&widget)) {
         connect(rich, &QTextEdit::textChanged, this, cleaner(*rich));
     } else if (auto *plain = qobject_cast<QPlainTextEdit *>(&widget)) {

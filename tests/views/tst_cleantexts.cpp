@@ -1,6 +1,7 @@
 // What the host reads from its own fields, titles and menus: never a marker. Real windows.
 #include "CleanHost.h"
 #include "DVCleanFields.h"
+#include "DVRows.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -74,6 +75,41 @@ private Q_SLOTS:
         QTest::keyClicks(&edit, u"!"_qs);
         QCOMPARE(edit.text(), u"A: Nom!"_qs);
         QCOMPARE(DVMarkedTexts::markedText(&edit, {"text"}, edit.text()), edit.text());
+    }
+
+    // A host that formats its own field sets the same text again, which ends in plain Qt.
+    void lineEditsWhoseHostsFormatThem_data()
+    {
+        const DVRows<bool, bool> row("isGuarded", "isLate");
+        row("at once", false, false);
+        row("at once, behind a guard", true, false);
+        row("connected after the first show", false, true);
+        row("connected after the first show, behind a guard", true, true);
+    }
+    void lineEditsWhoseHostsFormatThem()
+    {
+        QFETCH(bool, isGuarded);
+        QFETCH(bool, isLate);
+        QLineEdit edit;
+        int calls = 0;
+        bool isBusy = false;
+        const auto format = [&] {
+            if ((isGuarded && isBusy) || ++calls > 50)
+                return;
+            isBusy = true;
+            edit.setText(tr_("Name"));
+            isBusy = false;
+        };
+        if (isLate)
+            show(edit);
+        connect(&edit, &QLineEdit::textChanged, this, format);
+        if (!isLate)
+            show(edit);
+        edit.setText(u"typed"_qs);
+        for (int i = 0; i < 20; ++i)
+            QCoreApplication::processEvents();
+        QVERIFY2(calls < 10, qPrintable(QString::number(calls)));
+        QCOMPARE(edit.text(), u"Nom"_qs);
     }
 
     void lineEditsKeepWhatTheUserDid()
