@@ -6,6 +6,7 @@
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkProxyFactory>
+#include <QSslConfiguration>
 
 #include <chrono>
 #include <utility>
@@ -87,7 +88,9 @@ bool DVNetworkThread::end(int milliseconds)
     quit();
     if (current() == this)
         return false;
+    constexpr std::chrono::seconds forTls(5);
     std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, forTls, [this] { return m_hasTls; });
     if (m_changed.wait_for(lock, std::chrono::milliseconds(qMax(0, milliseconds)),
                            [this] { return m_ended; })) {
         lock.unlock();
@@ -97,9 +100,20 @@ bool DVNetworkThread::end(int milliseconds)
     return false;
 }
 
+// Its plugin, the TLS library and the certificates of the system, which the first request would load anyway.
+void DVNetworkThread::loadTls()
+{
+    if (!isEnding())
+        static_cast<void>(QSslConfiguration::defaultConfiguration());
+    const std::lock_guard lock(m_mutex);
+    m_hasTls = true;
+    m_changed.notify_all();
+}
+
 void DVNetworkThread::run()
 {
     threadOfOurs = this;
+    loadTls();
     auto manager = dv_makeNetworkManager();
     auto names = std::make_unique<DVNameLookup>(*this);
     auto exchanges = std::make_unique<QObject>();

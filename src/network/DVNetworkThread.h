@@ -38,7 +38,9 @@ public:
 
     // Aborts what is under way, drops the rest, and waits for the thread's end for so long. False: it
     // is stuck in work of ours; then this object must live for ever. The thread destroys nothing
-    // any more, because Qt may be going down by the time it comes back.
+    // any more, because Qt may be going down by the time it comes back. While Qt's TLS is loaded, which is at
+    // the thread's beginning and takes longer from a cold disk, it waits for that first, up to 5 seconds: a
+    // process that ends meanwhile would crash.
     bool end(int milliseconds);
     // True once end() was called: long work looks at it and returns early.
     bool isEnding() const { return m_ending; }
@@ -51,6 +53,7 @@ protected:
 
 private:
     class Wakeup;
+    void loadTls();
     void runPosted();
     void stayIfLeftBehind();
 
@@ -60,6 +63,7 @@ private:
     DVNetworkContext *m_context = nullptr; // of the running thread only
     std::unique_ptr<Wakeup> m_wakeup;
     std::atomic<bool> m_ending = false;
+    bool m_hasTls = false; // or needs none any more
     bool m_ended = false;
     bool m_leftBehind = false;
 };

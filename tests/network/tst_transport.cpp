@@ -5,8 +5,10 @@
 #include "DVRows.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QNetworkReply>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTimer>
 
@@ -14,6 +16,8 @@
 #include <limits>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -114,6 +118,7 @@ private Q_SLOTS:
     void processEnds_data();
     void processEnds();
     void processEndsWhileTheNameServerIsSilent();
+    void processEndsWhileTlsIsLoaded();
 };
 
 void tst_Transport::answersArriveInBothWays_data()
@@ -583,6 +588,32 @@ void tst_Transport::processEnds()
     });
     for (int i = 0; i < 5 && !QTest::currentTestFailed(); ++i)
         expectQuickEnd(QStringLiteral(DORVANE_END_PROBE), {server.url(), how});
+}
+
+// A thread of ours that loads libraries while the process unloads them crashes.
+void tst_Transport::processEndsWhileTlsIsLoaded()
+{
+#if defined(DORVANE_THREAD_SANITIZER)
+    QSKIP("The sanitizer ends a process that starts threads after it has forked.");
+#endif
+    const QTemporaryDir folder;
+    const QString settings = folder.filePath(u"openssl.cnf"_qs); // which the library reads first
+    QCOMPARE(::mkfifo(QFile::encodeName(settings).constData(), 0600), 0);
+    DVFaultServer server;
+    server.setHandler([](const Request &) { return Answer::failing(Fault::Silence); });
+    QProcess process;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"OPENSSL_CONF"_qs, settings);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(DORVANE_END_PROBE), {server.url(), u"return"_qs});
+    QVERIFY(process.waitForReadyRead(generousMs)); // it is ending
+    QVERIFY(!process.waitForFinished(500));
+    const int writer = ::open(QFile::encodeName(settings).constData(), O_WRONLY | O_NONBLOCK);
+    QVERIFY2(writer >= 0, "nobody reads the settings");
+    ::close(writer);
+    QVERIFY(process.waitForFinished(generousMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
 }
 
 // In namespaces of its own, where the only name server takes questions and says nothing.
