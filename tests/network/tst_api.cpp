@@ -287,8 +287,7 @@ void tst_Api::cancelledDownloadsStop()
     QFETCH(int, requestsBefore);
     if (requestsBefore == 2)
         m_platform->server.enqueue(Answer::of(200, "the published ones"));
-    if (requestsBefore > 0)
-        m_platform->server.enqueue(Answer::failing(DVFaultServer::Fault::StallInBody));
+    m_platform->server.enqueue(Answer::failing(DVFaultServer::Fault::StallInBody));
     const auto transfer = std::make_shared<DVTransfer>();
     const DVOutcome<> both;
     download(both, DVAuthenticationUser, transfer);
