@@ -9,12 +9,12 @@
 #include "DVClock.h"
 #include "DVLog.h"
 #include "DVMainQueue.h"
+#include "DVSavedSignIn.h"
 #include "DVSecrets.h"
 #include "DVState.h"
 #include "DVUserDefaults.h"
 
 #include <QJsonDocument>
-#include <QUuid>
 
 #include <cmath>
 #include <utility>
@@ -23,34 +23,6 @@ namespace {
 
 constexpr QLatin1StringView accessTokenKey("access_token");
 constexpr QLatin1StringView refreshTokenKey("refresh_token");
-
-QString keychainKey()
-{
-    return QStringLiteral("token");
-}
-
-// A mark of the last log out. While it is there, the keychain may still hold what was deleted then; a sign-in
-// saved meanwhile carries the mark.
-constexpr QLatin1StringView afterLogOutKey("after_log_out");
-QString signedOutKey()
-{
-    return QStringLiteral("DVSignedOut");
-}
-
-QString signedOutMark()
-{
-    return DVUserDefaults::standard().stringForKey(signedOutKey()).value_or(QString());
-}
-
-void removeSignedOutMark()
-{
-    DVUserDefaults::standard().removeKey(signedOutKey());
-}
-
-void deleteSavedToken()
-{
-    DVKeychain::deleteValueForKey(keychainKey(), {}, &removeSignedOutMark);
-}
 
 QString claim(const std::optional<QJsonObject> &userInfo, QLatin1StringView name)
 {
@@ -79,46 +51,31 @@ void DVSession::saveCredentialsToKeychain()
     if (!m_token)
         return;
     dv_logDebug(QStringLiteral("Saving credentials to keychain"));
-    QJsonObject saved = *m_token;
-    if (const QString mark = signedOutMark(); !mark.isEmpty())
-        saved.insert(afterLogOutKey, mark);
-    DVKeychain::saveValue(QString::fromUtf8(QJsonDocument(saved).toJson(QJsonDocument::Compact)),
-                          keychainKey(), {}, &removeSignedOutMark);
+    DVSavedSignIn::save(*m_token);
 }
 
 bool DVSession::loadCredentialsFromKeychain()
 {
-    const auto later = [this](const QString &text) {
+    const auto later = [this](const QJsonObject &token) {
         if (!m_token)
-            useSavedText(text);
+            useSaved(token);
     };
-    if (const auto text = DVKeychain::loadValueForKey(keychainKey(), {}, later))
-        useSavedText(*text);
+    if (const auto token = DVSavedSignIn::load(later))
+        useSaved(*token);
     return m_token.has_value();
 }
 
-bool DVSession::useSavedText(const QString &text)
+void DVSession::useSaved(const QJsonObject &token)
 {
-    QJsonObject token = QJsonDocument::fromJson(text.toUtf8()).object();
-    DVSecrets::rememberIn(token);
-    const QString carried = token.take(afterLogOutKey).toString();
-    if (const QString mark = signedOutMark(); !mark.isEmpty()) {
-        if (carried != mark) {
-            deleteSavedToken();
-            return false;
-        }
-        removeSignedOutMark();
-    }
     // Without one nothing could be signed and nothing would ever ask for it.
     if (!dv_isBearerToken(dv_textMember(token, accessTokenKey)))
-        return false;
+        return;
     adopt(token);
     dv_logDebugLazily([&] {
         const QJsonObject clean = DVSecrets::cleanJson(token).toObject();
         return QString(u"Loaded credentials from keychain \n" %
                        QString::fromUtf8(QJsonDocument(clean).toJson(QJsonDocument::Compact)));
     });
-    return true;
 }
 
 void DVSession::adopt(const QJsonObject &token)
@@ -331,11 +288,10 @@ void DVSession::logOut()
         const DVUserDefaults::Batch batch;
         for (const auto &key : {u"DVWorkflowStep"_qs, u"DVLocale"_qs, u"DVStatuses"_qs})
             DVUserDefaults::standard().removeKey(key);
-        DVUserDefaults::standard().setString(signedOutKey(),
-                                             QUuid::createUuid().toString(QUuid::WithoutBraces));
+        DVSavedSignIn::disown();
     }
     DVKeychain::deleteValueForKey(QStringLiteral("userId"));
-    deleteSavedToken();
+    DVSavedSignIn::remove();
     m_token.reset();
     m_userInfo.reset();
     forgetAnswers();

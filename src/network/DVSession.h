@@ -105,7 +105,7 @@ private:
     class LoginAnswer;
 
     void adopt(const QJsonObject &token);
-    bool useSavedText(const QString &text);
+    void useSaved(const QJsonObject &token);
     void publish();
     void forgetAnswers();
     bool hasLiveToken() const;

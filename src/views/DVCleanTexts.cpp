@@ -6,6 +6,7 @@
 #include "DVCleanQuick.h"
 #include "DVInterfaceTexts.h"
 #include "DVMarkedTexts.h"
+#include "DVTextChanges.h"
 
 #include <QAbstractSpinBox>
 #include <QAction>
@@ -20,15 +21,11 @@
 #include <QPlainTextEdit>
 #include <QStandardItemModel>
 #include <QSystemTrayIcon>
-#include <QTextBlock>
-#include <QTextDocument>
 #include <QTextEdit>
 #include <QToolBar>
 #include <QWindow>
 
-#include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -51,69 +48,6 @@ bool isDying(const QEvent &surfaceEvent)
            QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed;
 }
 
-// What of a text edit's document has changed since it was last looked at: a log of many lines is not read
-// whole for each that is added. Lives as long as the document, in one thread with it.
-class Changes : public QObject
-{
-public:
-    explicit Changes(QTextDocument &followed)
-        : document(&followed)
-        , m_length(followed.characterCount())
-    {
-        connect(&followed, &QTextDocument::contentsChange, this, &Changes::add);
-    }
-
-    const QPointer<QTextDocument> document;
-
-    bool takeCues()
-    {
-        // What a slot of contentsChange changes itself is not told: then the lengths differ.
-        const bool isComplete = document->characterCount() == m_length;
-        m_length = document->characterCount();
-        const auto ranges = std::exchange(m_ranges, {});
-        if (!isComplete)
-            return holdCues({0, m_length});
-        return std::any_of(ranges.begin(), ranges.end(),
-                           [this](const Range &range) { return holdCues(range); });
-    }
-
-private:
-    struct Range // of characters
-    {
-        int start;
-        int end;
-    };
-
-    bool holdCues(const Range &range) const
-    {
-        for (QTextBlock block = document->findBlock(range.start); block.isValid(); block = block.next()) {
-            if (block.position() > range.end)
-                break;
-            if (dv_holdsCues(block.text()))
-                return true;
-        }
-        return false;
-    }
-
-    // A full log says of one more line that it came at the end, and that the first one went.
-    void add(int position, int removed, int added)
-    {
-        constexpr size_t most = 8;
-        const auto moved = [&](int place) {
-            return place >= position + removed ? place + added - removed : qMin(place, position);
-        };
-        m_length += added - removed;
-        for (Range &range : m_ranges)
-            range = {moved(range.start), moved(range.end)};
-        m_ranges.push_back({position, position + added});
-        if (m_ranges.size() > most)
-            m_ranges = {{0, m_length}};
-    }
-
-    int m_length;
-    std::vector<Range> m_ranges; // which have changed
-};
-
 void cleanNow(QWidget &widget, DVTelling telling)
 {
     if (auto *edit = qobject_cast<QLineEdit *>(&widget)) {
@@ -128,20 +62,10 @@ void cleanNow(QWidget &widget, DVTelling telling)
     }
 }
 
-// Whether a change has brought markers; another document than the last time is read whole.
-template<typename Edit> bool hasNewCues(Edit &edit, std::unique_ptr<Changes> &changes)
-{
-    if (changes->document == edit.document())
-        return changes->takeCues();
-    changes = std::make_unique<Changes>(*edit.document());
-    return true;
-}
-
 template<typename Edit> auto cleaner(Edit &edit)
 {
-    return [&edit, changes = std::make_shared<std::unique_ptr<Changes>>(
-                       std::make_unique<Changes>(*edit.document()))] {
-        if (hasNewCues(edit, *changes))
+    return [&edit, changes = std::make_shared<DVTextChanges>(*edit.document())] {
+        if (changes->haveCues(*edit.document()))
             cleanNow(edit, DVTelling::Listeners);
     };
 }
